@@ -1,0 +1,210 @@
+#pragma once
+
+// Every text the user sees, written once. Resource numbers of the string table stand in the
+// comments where a text has one. Messages that take a term (sProStru) are built by functions.
+
+#include <QString>
+
+namespace qx::text {
+
+// Titles
+inline const QString kTitle = QStringLiteral("提示！");            // 2
+inline const QString kPrintErrorTitle = QStringLiteral("提示!");   // the layout routine's own
+
+// Caption words (customisable through CA_MenuDef)
+inline const QString kProStru = QStringLiteral("产品结构");   // 9
+inline const QString kParentWord = QStringLiteral("父项");
+inline const QString kChildWord = QStringLiteral("子项");
+inline const QString kCode = QStringLiteral("编码");
+inline const QString kName = QStringLiteral("名称");
+inline const QString kDefine = QStringLiteral("定义");
+inline const QString kCardCaption = QStringLiteral("产品结构定义");  // 27
+
+// Grid headers
+inline const QString kProduceDept = QStringLiteral("生产部门");
+inline const QString kSpec = QStringLiteral("规格型号");
+inline const QString kFreeItem1 = QStringLiteral("自由项一");
+inline const QString kFreeItem2 = QStringLiteral("自由项二");
+inline const QString kFreeDefault1 = QStringLiteral("自由项1");
+inline const QString kFreeDefault2 = QStringLiteral("自由项2");
+inline const QString kAuxUnit = QStringLiteral("辅计量单位");
+inline const QString kPieces = QStringLiteral("件数");
+inline const QString kExchRate = QStringLiteral("换算率");
+inline const QString kMainUnit = QStringLiteral("主计量单位");
+inline const QString kStdQuantity = QStringLiteral("定额数量");   // 19
+inline const QString kWasteRate = QStringLiteral("损耗率");
+inline const QString kWarehouse = QStringLiteral("存放仓库");      // 18
+inline const QString kStorekeeper = QStringLiteral("库管员");
+inline const QString kUseDept = QStringLiteral("用料车间");
+inline const QString kOperation = QStringLiteral("用料工序");
+inline const QString kPlannedPrice = QStringLiteral("计划价");
+inline const QString kSortTip = QStringLiteral("单击此行排序");    // 20
+
+// List toolbar
+inline const QString kTipAdd = QStringLiteral("新增");       // 60
+inline const QString kTipDelete = QStringLiteral("删除");    // 61
+inline const QString kTipEdit = QStringLiteral("修改");      // 62
+inline const QString kTipExit = QStringLiteral("退出");      // 63
+inline const QString kCapAdd = QStringLiteral("增加");
+inline const QString kCapDelete = QStringLiteral("删除");
+inline const QString kCapEdit = QStringLiteral("修改");
+inline const QString kCapExit = QStringLiteral("退出");
+inline const QString kPrint = QStringLiteral("打印");
+inline const QString kTipPreview = QStringLiteral("打印预览");
+inline const QString kCapPreview = QStringLiteral("预览");
+inline const QString kRefresh = QStringLiteral("刷新");
+inline const QString kHelp = QStringLiteral("帮助");
+inline const QString kTipOutput = QStringLiteral("输出到文件");
+inline const QString kCapOutput = QStringLiteral("输出");
+inline const QString kTipSetup = QStringLiteral("打印设置");
+inline const QString kCapSetup = QStringLiteral("设置");
+inline const QString kCopy = QStringLiteral("复制");
+inline const QString kTipSetItem = QStringLiteral("设置子表栏目");
+
+// List messages
+inline const QString kNoDataToPrint = QStringLiteral("没有可供打印的数据！");
+inline const QString kNoDataToOutput = QStringLiteral("没有数据可以输出！");
+inline const QString kNoDefaultPrinter = QStringLiteral(" 没有默认打印机，请安装打印机后再试一次！");
+inline const QString kBadPrintSetup = QStringLiteral("打印设置不正确，无法预览！");
+inline const QString kLastLineRefused = QStringLiteral("删除此条将导致产品结构不合法，不能删除！");  // 24
+inline const QString kRecordDeleted = QStringLiteral("该记录刚被他人删除！");
+inline const QString kConcurrentChange =
+    QStringLiteral("您正试图和他人同时对本记录操作，请暂时放弃，下次进入再对本记录操作！");
+
+// The three lock refusals differ on purpose: edit "！", parent deletion "!", line deletion "在试".
+inline QString lockRefusedEdit(const QString& term)
+{
+    return QStringLiteral("其他操作员正对本") + term + QStringLiteral("进行操作，请您稍后再试！");
+}
+inline QString lockRefusedDelete(const QString& term)
+{
+    return QStringLiteral("其他操作员正对本") + term + QStringLiteral("进行操作，请您稍后再试!");
+}
+inline QString lockRefusedDeleteLine(const QString& term)
+{
+    return QStringLiteral("其他操作员正对本") + term + QStringLiteral("进行操作，请您稍后在试！");
+}
+inline QString usedCannotDelete(const QString& term)
+{
+    return QStringLiteral("该") + term + QStringLiteral("已经使用，不能删除！");
+}
+inline QString usedWithLowerLevels(const QString& term)
+{
+    return QStringLiteral("该") + term + QStringLiteral("已经使用且该子产品仍有下级产品，所以不能删除！");
+}
+inline QString inUseCannotDelete(const QString& term)
+{
+    return QStringLiteral("该") + term + QStringLiteral("已被使用，不能删除！");
+}
+// 21, 22, 23
+inline QString askDeleteStructure(const QString& code, const QString& name)
+{
+    return QStringLiteral("确实要删除：") + code + QStringLiteral("产品：") + name +
+           QStringLiteral("及其结构定义吗？");
+}
+// 21, 25, 26
+inline QString askDeleteLine(const QString& code, const QString& name)
+{
+    return QStringLiteral("确实要删除：") + code + QStringLiteral("子项：") + name +
+           QStringLiteral("定义吗？");
+}
+
+// Card toolbar and labels
+inline const QString kCapSave = QStringLiteral("保存");
+inline const QString kTipSave = QStringLiteral("保存( F6 )");
+inline const QString kTipAddMore = QStringLiteral("继续增加");
+inline const QString kCapAddLine = QStringLiteral("增行");
+inline const QString kTipAddLine = QStringLiteral("增加一条子产品");
+inline const QString kCapDeleteLine = QStringLiteral("删行");
+inline const QString kTipDeleteLine = QStringLiteral("删除一条子产品");
+inline const QString kTipReturn = QStringLiteral("返回");
+inline const QString kLabelDept = QStringLiteral("加工部门");
+inline const QString kMenuAdd = QStringLiteral("增加一条子产品");
+inline const QString kMenuDelete = QStringLiteral("删除一条子产品");
+
+// Card messages
+inline const QString kLineUnfinished = QStringLiteral("本行尚未填完整，不能增加新行！");
+inline const QString kLineUsedWithLowerLevels =
+    QStringLiteral("该产品结构已经使用且该子产品仍有下级产品，所以不能删除！");
+inline const QString kAskDeleteChild = QStringLiteral("确实要删去该子产品吗？");
+inline const QString kParentEmpty = QStringLiteral("主产品编码不能为空！");
+inline const QString kParentDefined = QStringLiteral("所填父项编码已定义过，请修改！");
+inline const QString kInvNotExist = QStringLiteral("所填存货编码不存在，请修改！");       // 37
+inline const QString kProduceDeptNotExist = QStringLiteral("所填生产部门不存在，请修改！");  // 59
+inline const QString kIllegalChars = QStringLiteral("请去掉非法字符 |,' ");
+inline const QString kChildEmpty = QStringLiteral("子产品编号不能为空！");                  // 34
+inline const QString kProductRepeated = QStringLiteral("产品重复出现，请修改！");           // 35
+inline const QString kCycle = QStringLiteral("所填的产品结构出现循环调用，请修改！");       // 36
+inline const QString kContentNotExist = QStringLiteral("所填内容不存在，请修改！");
+inline const QString kPiecesEmpty = QStringLiteral("件数不能为空！");
+inline const QString kPiecesNotPositive = QStringLiteral("件数不能小于或等于零！");
+inline const QString kQuantityEmpty = QStringLiteral("定额数量不能为空！");                 // 40
+inline const QString kQuantityNotPositive = QStringLiteral("定额数量不能小于等于零！");     // 41
+inline const QString kWarehouseEmpty = QStringLiteral("仓库编码不能为空！");                // 38
+inline const QString kWarehouseNotExist = QStringLiteral("所填仓库不存在，请重新填写！");   // 39
+inline const QString kPersonNotExist = QStringLiteral("所填职员不存在，请修改！");
+inline const QString kDeptNotExist = QStringLiteral("所填部门不存在，请修改！");
+inline const QString kOperationNotExist = QStringLiteral("所填工序不存在，请修改！");
+inline const QString kPlannedPriceRule = QStringLiteral("计划价法核算的仓库不能存放无计划价的存货！");
+inline const QString kPlannedPriceMethod = QStringLiteral("计划价法");
+inline const QString kNoLines = QStringLiteral("子产品未添加全，请修改！");
+inline const QString kIncomplete = QStringLiteral("数据未添加完整，不能存盘！");            // 42
+inline const QString kChildEqualsParent = QStringLiteral("存货编码出现重复，请重新定义！");
+inline const QString kUsedCannotModifyEdit = QStringLiteral("该产品结构已经使用，不能修改！");
+inline const QString kUsedCannotModifySave = QStringLiteral("该产品结构已被使用，不能修改！");
+inline const QString kStructureExists = QStringLiteral("该产品结构已经存在，请重新添加！");    // 67
+inline const QString kDeletedCannotSave = QStringLiteral("该产品刚被他人删除，不能保存！");    // 68
+inline const QString kLockedCannotModify = QStringLiteral("该产品被他人锁定使用，不能修改！"); // 69
+inline const QString kTooLong = QStringLiteral("有字段内容过长，不能存盘！");                  // 70
+inline QString cycleAtLine(int i)
+{
+    return QStringLiteral("第") + QString::number(i) + QStringLiteral("个子产品与父产品发生循环调用！");
+}
+inline QString freeItemNotDefined(int i, const QString& freeName)
+{
+    return QStringLiteral("第") + QString::number(i) + QStringLiteral("条子存货没有定义") + freeName +
+           QStringLiteral(",请清空！");
+}
+
+// Reference dialogs
+inline const QString kRefParent = QStringLiteral("主产品");
+inline const QString kRefChild = QStringLiteral("子产品");
+inline const QString kRefProductCode = QStringLiteral("产品编码");
+inline const QString kRefProductName = QStringLiteral("产品名称");
+inline const QString kRefUnit = QStringLiteral("计量单位");
+inline const QString kRefPrice = QStringLiteral("计划价/售价");
+inline const QString kRefDept = QStringLiteral("生产部门");
+inline const QString kRefDeptCode = QStringLiteral("部门编码");
+inline const QString kRefDeptName = QStringLiteral("部门名称");
+inline const QString kRefDeptHead = QStringLiteral("负责人");
+inline const QString kRefDeptEnd = QStringLiteral("是否末级");
+inline const QString kRefWarehouse = QStringLiteral("仓库");
+inline const QString kRefWhCode = QStringLiteral("仓库编码");
+inline const QString kRefWhName = QStringLiteral("仓库名称");
+inline const QString kRefWhStyle = QStringLiteral("记价方式");
+inline const QString kRefWhDept = QStringLiteral("所属部门");
+inline const QString kRefFree = QStringLiteral("参照");
+inline const QString kRefFreeCode = QStringLiteral("编码");
+inline const QString kRefFreeValue = QStringLiteral("可取的值");
+inline const QString kRefPerson = QStringLiteral("库管员");
+inline const QString kRefPersonCode = QStringLiteral("职员编码");
+inline const QString kRefPersonName = QStringLiteral("职员名称");
+inline const QString kRefPersonDeptCode = QStringLiteral("所属部门编码");
+inline const QString kRefPersonDeptName = QStringLiteral("所属部门名称");
+inline const QString kRefUseDept = QStringLiteral("用料车间");
+inline const QString kRefOperation = QStringLiteral("用料工序名称");
+inline const QString kRefOperationCode = QStringLiteral("工序编码");
+inline const QString kRefOperationName = QStringLiteral("工序名称");
+
+// Print layout
+inline const QString kPrintUnexpected = QStringLiteral("意外错误，请稍后再试一次.");
+inline const QString kPrintParentCode = QStringLiteral("父产品编码：");
+inline const QString kPrintParentName = QStringLiteral("父产品名称：");
+inline const QString kPrintSpec = QStringLiteral("规格型号：");
+inline const QString kPrintDeptCode = QStringLiteral("使用部门编码：");
+inline const QString kPrintYear = QStringLiteral("年度");
+inline const QString kPrintDate = QStringLiteral("打印日期：");
+inline const QString kPrintBrand = QStringLiteral("【岚禾软件】");
+inline const QString kPrintFont = QStringLiteral("宋体");
+
+}  // namespace qx::text

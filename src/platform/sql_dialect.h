@@ -1,0 +1,36 @@
+#pragma once
+
+#include "platform/db_error.h"
+
+#include <QString>
+#include <QStringList>
+
+class QSqlError;
+
+namespace qx {
+
+// Where SQLite and PostgreSQL differ, this object answers; nothing else asks which backend it is.
+class SqlDialect {
+public:
+    virtual ~SqlDialect() = default;
+
+    virtual QString name() const = 0;  // "sqlite" or "postgresql"
+    // The statement that starts a write transaction.
+    virtual QString beginStatement() const = 0;
+    // Statements run once after connecting (foreign keys, WAL, busy timeout, ...).
+    virtual QStringList connectStatements() const = 0;
+    // Column type names used by the schema.
+    // A text column definition "name varchar(width)" with the width enforced by the database.
+    virtual QString textColumn(const QString& column, int width) const = 0;
+    virtual QString doubleType() const = 0;
+    virtual QString integerType() const = 0;
+    // Maps a driver error to the kind the commands understand. `statement` is the failing
+    // statement's text, so that e.g. a foreign-key failure of an INSERT (the referenced row is
+    // gone) is told apart from one of a DELETE (the row is still referred to).
+    virtual DbErrorKind classify(const QSqlError& error, const QString& statement) const = 0;
+    // A statement that serializes writers that must see each other's committed work before
+    // writing (the save's cycle check): empty when beginStatement() already does.
+    virtual QString structureWriteLockStatement() const = 0;
+};
+
+}  // namespace qx
