@@ -207,4 +207,44 @@ inline const QString kPrintDate = QStringLiteral("打印日期：");
 inline const QString kPrintBrand = QStringLiteral("【岚禾软件】");
 inline const QString kPrintFont = QStringLiteral("宋体");
 
+// Database adapter (descriptions carried by DbError(Other))
+inline const QString kReadOnlyRecordset = QStringLiteral("记录集为只读，不能更新。");
+inline const QString kNoCurrentRecord = QStringLiteral("没有当前记录。");
+inline const QString kNotEditing = QStringLiteral("没有调用 AddNew 或 Edit 就更新记录。");
+inline const QString kNestedTransaction = QStringLiteral("事务已经开始，不能再开始一个事务。");
+inline const QString kNoTransaction = QStringLiteral("没有开始事务，不能提交。");
+inline const QString kRecordsetClosed = QStringLiteral("记录集已经关闭。");
+inline const QString kNoRowKey = QStringLiteral("该表没有可用来定位记录的字段，不能更新。");
+inline QString unknownField(const QString& field)
+{
+    return QStringLiteral("记录集中没有字段：") + field;
+}
+inline QString badCriterion(const QString& criterion)
+{
+    return QStringLiteral("查找条件不正确：") + criterion;
+}
+inline QString badConnectionString(const QString& connection, const QString& why)
+{
+    return QStringLiteral("数据库连接串不正确（") + why + QStringLiteral("）：") + connection;
+}
+inline QString cannotOpenDatabase(const QString& what, const QString& reason)
+{
+    return QStringLiteral("不能打开数据库 ") + what + QStringLiteral("：") + reason;
+}
+inline const QString kNoSqlDriver = QStringLiteral("没有该数据库的驱动程序");
+
+// Printing, output to a file, column settings and help
+inline const QString kOutputFilter = QStringLiteral("PDF 文件 (*.pdf);;CSV 文件 (*.csv)");
+inline QString scratchUnwritable(const QString& path)
+{
+    return QStringLiteral("无法建立打印临时数据库 ") + path + QStringLiteral("，请检查该目录能否写入后再试一次！");
+}
+inline QString outputUnwritable(const QString& path)
+{
+    return QStringLiteral("无法写入文件 ") + path + QStringLiteral("，请检查该文件能否写入后再试一次！");
+}
+inline const QString kPrintFailed = QStringLiteral("打印没有完成，请检查打印机后再试一次！");
+inline const QString kOk = QStringLiteral("确定");
+inline const QString kCancel = QStringLiteral("取消");
+
 }  // namespace qx::text

@@ -31,6 +31,12 @@ public:
     // A statement that serializes writers that must see each other's committed work before
     // writing (the save's cycle check): empty when beginStatement() already does.
     virtual QString structureWriteLockStatement() const = 0;
+    // "column <null-safe equals> ?": true when both are NULL or both equal (the row key of a
+    // table without a primary key).
+    virtual QString nullSafeEquals(const QString& column) const
+    {
+        return column + QStringLiteral(" IS NOT DISTINCT FROM ?");
+    }
 };
 
 }  // namespace qx

@@ -1,0 +1,786 @@
+#include "platform/database.h"
+
+#include "data/texts.h"
+#include "platform/sql_dialects.h"
+
+#include <QFileInfo>
+#include <QHash>
+#include <QSqlDatabase>
+#include <QSqlDriver>
+#include <QSqlError>
+#include <QSqlIndex>
+#include <QSqlQuery>
+#include <QSqlRecord>
+#include <QUrl>
+
+#include <algorithm>
+#include <atomic>
+
+namespace qx {
+
+// ---------------------------------------------------------------------------------------------
+// Connection strings
+
+namespace {
+
+QString decoded(const QString& part)
+{
+    return QUrl::fromPercentEncoding(part.toUtf8());
+}
+
+ConnectionInfo parsePostgres(const QString& text, qsizetype schemeEnd)
+{
+    ConnectionInfo info;
+    info.backend = Backend::PostgreSql;
+    QString rest = text.mid(schemeEnd);
+    QString query;
+    if (const qsizetype q = rest.indexOf(QLatin1Char('?')); q >= 0) {
+        query = rest.mid(q + 1);
+        rest.truncate(q);
+    }
+    const qsizetype slash = rest.indexOf(QLatin1Char('/'));
+    const QString authority = slash < 0 ? rest : rest.left(slash);
+    info.database = decoded(slash < 0 ? QString() : rest.mid(slash + 1));
+
+    QString hostPort = authority;
+    if (const qsizetype at = authority.lastIndexOf(QLatin1Char('@')); at >= 0) {
+        const QString userInfo = authority.left(at);
+        hostPort = authority.mid(at + 1);
+        const qsizetype colon = userInfo.indexOf(QLatin1Char(':'));
+        info.user = decoded(colon < 0 ? userInfo : userInfo.left(colon));
+        if (colon >= 0) info.password = decoded(userInfo.mid(colon + 1));
+    }
+    QString portText;
+    if (const qsizetype colon = hostPort.lastIndexOf(QLatin1Char(':')); colon >= 0) {
+        portText = hostPort.mid(colon + 1);
+        hostPort.truncate(colon);
+    }
+    info.host = decoded(hostPort);
+
+    for (const QString& pair : query.split(QLatin1Char('&'), Qt::SkipEmptyParts)) {
+        const qsizetype eq = pair.indexOf(QLatin1Char('='));
+        const QString key = eq < 0 ? pair : pair.left(eq);
+        const QString value = eq < 0 ? QString() : decoded(pair.mid(eq + 1));
+        if (key == QLatin1String("host"))
+            info.host = value;
+        else if (key == QLatin1String("port"))
+            portText = value;
+        else if (key == QLatin1String("user"))
+            info.user = value;
+        else if (key == QLatin1String("password"))
+            info.password = value;
+        else if (key == QLatin1String("dbname"))
+            info.database = value;
+        else
+            throw DbError(DbErrorKind::Other,
+                          text::badConnectionString(text, QStringLiteral("未知参数 ") + key));
+    }
+    if (!portText.isEmpty()) {
+        bool ok = false;
+        info.port = portText.toInt(&ok);
+        if (!ok || info.port <= 0 || info.port > 65535)
+            throw DbError(DbErrorKind::Other,
+                          text::badConnectionString(text, QStringLiteral("端口 ") + portText));
+    }
+    if (info.database.isEmpty())
+        throw DbError(DbErrorKind::Other,
+                      text::badConnectionString(text, QStringLiteral("缺少数据库名")));
+    return info;
+}
+
+}  // namespace
+
+ConnectionInfo parseConnectionString(const QString& text)
+{
+    const QString t = text.trimmed();
+    for (const QLatin1String scheme : {QLatin1String("postgresql://"), QLatin1String("postgres://")}) {
+        if (t.startsWith(scheme, Qt::CaseInsensitive)) return parsePostgres(t, scheme.size());
+    }
+    ConnectionInfo info;
+    info.backend = Backend::Sqlite;
+    info.path = t.startsWith(QLatin1String("sqlite:"), Qt::CaseInsensitive) ? t.mid(7) : t;
+    if (info.path.isEmpty())
+        throw DbError(DbErrorKind::Other,
+                      text::badConnectionString(text, QStringLiteral("缺少文件名")));
+    return info;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Database
+
+struct Database::Impl {
+    QString connectionName;
+    QString connectionString;
+    ConnectionInfo info;
+    std::unique_ptr<SqlDialect> dialect;
+    QSqlDatabase db;
+    bool inTransaction = false;
+
+    DbError errorOf(const QSqlError& e, const QString& sql) const
+    {
+        QString description = e.text().trimmed();
+        if (description.isEmpty()) description = sql;
+        return DbError(dialect->classify(e, sql), description);
+    }
+};
+
+Database::Database() : d(std::make_unique<Impl>()) {}
+
+Database::~Database()
+{
+    if (!d) return;
+    rollback();
+    const QString name = d->connectionName;
+    d->db.close();
+    d->db = QSqlDatabase();
+    QSqlDatabase::removeDatabase(name);
+}
+
+std::unique_ptr<Database> Database::open(const QString& connectionString)
+{
+    static std::atomic<int> counter{0};
+    const ConnectionInfo info = parseConnectionString(connectionString);
+    std::unique_ptr<Database> self(new Database());
+    Impl& d = *self->d;
+    d.info = info;
+    d.connectionString = connectionString;
+    d.connectionName = QStringLiteral("qx_db_%1").arg(++counter);
+
+    QString what;
+    if (info.backend == Backend::Sqlite) {
+        d.dialect = makeSqliteDialect();
+        what = QFileInfo(info.path).absoluteFilePath();
+        d.db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), d.connectionName);
+        d.db.setDatabaseName(info.path);
+    } else {
+        d.dialect = makePostgresDialect();
+        what = (info.host.isEmpty() ? QStringLiteral("localhost") : info.host) +
+               (info.port > 0 ? QStringLiteral(":%1").arg(info.port) : QString()) +
+               QLatin1Char('/') + info.database;
+        d.db = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"), d.connectionName);
+        d.db.setDatabaseName(info.database);
+        if (!info.host.isEmpty()) d.db.setHostName(info.host);
+        if (info.port > 0) d.db.setPort(info.port);
+        if (!info.user.isEmpty()) d.db.setUserName(info.user);
+        if (!info.password.isEmpty()) d.db.setPassword(info.password);
+        d.db.setConnectOptions(QStringLiteral("connect_timeout=10"));
+    }
+    if (!d.db.isValid())
+        throw DbError(DbErrorKind::Other, text::cannotOpenDatabase(what, text::kNoSqlDriver));
+    if (!d.db.open()) {
+        const QString reason = d.db.lastError().text().simplified();
+        self.reset();  // releases the connection name
+        throw DbError(DbErrorKind::Other, text::cannotOpenDatabase(what, reason));
+    }
+    try {
+        for (const QString& sql : d.dialect->connectStatements()) self->execute(sql);
+        // A file that is no database at all is noticed only when something is read from it.
+        self->run(QStringLiteral("SELECT 1"), {});
+        if (info.backend == Backend::Sqlite)
+            self->run(QStringLiteral("SELECT count(*) FROM sqlite_master"), {});
+    } catch (const DbError& e) {
+        self.reset();
+        throw DbError(DbErrorKind::Other, text::cannotOpenDatabase(what, e.description()));
+    }
+    return self;
+}
+
+Backend Database::backend() const { return d->info.backend; }
+const SqlDialect& Database::dialect() const { return *d->dialect; }
+const ConnectionInfo& Database::info() const { return d->info; }
+QString Database::connectionString() const { return d->connectionString; }
+
+QSqlQuery Database::run(const QString& sql, const QVariantList& params)
+{
+    QSqlQuery q(d->db);
+    q.setForwardOnly(true);
+    bool ok;
+    if (params.isEmpty()) {
+        ok = q.exec(sql);
+    } else {
+        ok = q.prepare(sql);
+        if (ok) {
+            for (const QVariant& p : params) q.addBindValue(p);
+            ok = q.exec();
+        }
+    }
+    if (!ok) throw d->errorOf(q.lastError(), sql);
+    return q;
+}
+
+int Database::execute(const QString& sql, const QVariantList& params)
+{
+    QSqlQuery q = run(sql, params);
+    return q.isSelect() ? 0 : q.numRowsAffected();
+}
+
+bool Database::executeIgnoringErrors(const QString& sql)
+{
+    try {
+        execute(sql);
+        return true;
+    } catch (const DbError&) {
+        return false;
+    }
+}
+
+void Database::beginTrans()
+{
+    if (d->inTransaction) throw DbError(DbErrorKind::Other, text::kNestedTransaction);
+    // Run as a statement, not through QSqlDatabase::transaction, so that the driver's own idea
+    // of the transaction never differs from the database's.
+    execute(d->dialect->beginStatement());
+    d->inTransaction = true;
+}
+
+void Database::commitTrans()
+{
+    if (!d->inTransaction) throw DbError(DbErrorKind::Other, text::kNoTransaction);
+    try {
+        execute(QStringLiteral("COMMIT"));
+    } catch (const DbError&) {
+        rollback();
+        throw;
+    }
+    d->inTransaction = false;
+}
+
+void Database::rollback()
+{
+    if (!d->inTransaction) return;
+    d->inTransaction = false;
+    QSqlQuery q(d->db);
+    q.exec(QStringLiteral("ROLLBACK"));
+}
+
+bool Database::inTransaction() const { return d->inTransaction; }
+
+bool Database::tableExists(const QString& table) const
+{
+    // Views count: a view may stand where a table is expected.
+    const QStringList names = d->db.tables(QSql::AllTables);
+    return std::any_of(names.begin(), names.end(), [&](const QString& n) {
+        return n.compare(table, Qt::CaseInsensitive) == 0;
+    });
+}
+
+QStringList Database::primaryKey(const QString& table) const
+{
+    QSqlIndex index = d->db.primaryIndex(table);
+    if (index.isEmpty() && d->info.backend == Backend::PostgreSql)
+        index = d->db.primaryIndex(table.toLower());  // unquoted names are folded to lower case
+    QStringList out;
+    for (int i = 0; i < index.count(); ++i) out << index.fieldName(i);
+    return out;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Recordset
+
+namespace {
+
+bool isNumeric(const QVariant& v)
+{
+    switch (v.metaType().id()) {
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+    case QMetaType::Double:
+    case QMetaType::Float:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+    case QMetaType::Long:
+    case QMetaType::ULong:
+    case QMetaType::Bool:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// A value as a number, when it is one: a numeric variant, or a text that is a whole number text.
+bool asNumber(const QVariant& v, double& out)
+{
+    if (isNumeric(v)) {
+        out = v.toDouble();
+        return true;
+    }
+    if (v.metaType().id() != QMetaType::QString) return false;
+    bool ok = false;
+    out = v.toString().trimmed().toDouble(&ok);
+    return ok;
+}
+
+// Exact comparison as the databases' "=" makes it: numbers numerically when both sides are
+// numbers and the cell is a numeric column; otherwise as text; NULL never matches.
+bool cellMatches(const QVariant& cell, const QVariant& wanted)
+{
+    if (cell.isNull() || wanted.isNull()) return false;
+    double a = 0, b = 0;
+    if (isNumeric(cell) && asNumber(wanted, b)) {
+        a = cell.toDouble();
+        return a == b;
+    }
+    if (isNumeric(cell) && isNumeric(wanted)) return cell.toDouble() == wanted.toDouble();
+    if (isNumeric(wanted) && asNumber(cell, a)) return a == wanted.toDouble();
+    return cell.toString() == wanted.toString();
+}
+
+QString numberKey(double v)
+{
+    return QLatin1Char('\x01') + QString::number(v, 'g', 17);
+}
+QString textKey(const QString& v) { return QLatin1Char('\x02') + v; }
+
+enum class EditMode { None, Add, Edit };
+
+}  // namespace
+
+struct Recordset::Impl {
+    Database* db = nullptr;
+    QString source;
+    QVariantList params;
+    RecordsetType type = RecordsetType::Dynaset;
+    int options = 0;
+    bool open = false;
+    bool isTable = false;
+
+    QStringList names;
+    QHash<QString, int> byLowerName;
+    std::vector<std::vector<QVariant>> rows;
+    std::vector<char> alive;   // a deleted row stays in `rows` so that indexes stay valid
+    std::vector<int> visible;  // indices into rows, in order
+    int pos = 0;               // index into visible; -1 = BOF, visible.size() = EOF
+    bool noMatch = false;
+
+    Criteria filter;
+    bool filtered = false;
+    int indexField = -1;  // the field the hash index is built on (-1: none)
+    QHash<QString, std::vector<int>> index;
+
+    EditMode mode = EditMode::None;
+    std::vector<QVariant> buffer;
+    std::vector<char> changed;
+    QStringList keyColumns;  // primary key of the base table (looked up on first write)
+    bool keyLooked = false;
+
+    int count() const { return int(visible.size()); }
+    bool onRow() const { return pos >= 0 && pos < count(); }
+
+    void requireOpen() const
+    {
+        if (!open) throw DbError(DbErrorKind::Other, text::kRecordsetClosed);
+    }
+    int fieldIndexOrThrow(const QString& name) const
+    {
+        const auto it = byLowerName.constFind(name.toLower());
+        if (it == byLowerName.cend()) throw DbError(DbErrorKind::Other, text::unknownField(name));
+        return it.value();
+    }
+    const std::vector<QVariant>& currentRow() const
+    {
+        requireOpen();
+        if (!onRow()) throw DbError(DbErrorKind::Other, text::kNoCurrentRecord);
+        return rows[size_t(visible[size_t(pos)])];
+    }
+    bool writable() const
+    {
+        return isTable && type == RecordsetType::Dynaset && !(options & kReadOnly);
+    }
+    void requireWritable() const
+    {
+        requireOpen();
+        if (!writable()) throw DbError(DbErrorKind::Other, text::kReadOnlyRecordset);
+    }
+
+    void fetch()
+    {
+        const QString sql = isTable ? QStringLiteral("SELECT * FROM ") + source : source;
+        QSqlQuery q = db->run(sql, params);
+        const QSqlRecord rec = q.record();
+        const int n = rec.count();
+        names.clear();
+        byLowerName.clear();
+        for (int i = 0; i < n; ++i) {
+            names << rec.fieldName(i);
+            const QString lower = rec.fieldName(i).toLower();
+            if (!byLowerName.contains(lower)) byLowerName.insert(lower, i);  // the first wins
+        }
+        rows.clear();
+        if (q.size() > 0) rows.reserve(size_t(q.size()));
+        while (q.next()) {
+            std::vector<QVariant> row;
+            row.reserve(size_t(n));
+            for (int i = 0; i < n; ++i) row.push_back(q.value(i));
+            rows.push_back(std::move(row));
+        }
+        alive.assign(rows.size(), 1);
+        index.clear();
+        indexField = -1;
+        mode = EditMode::None;
+        applyFilter();
+    }
+
+    bool rowMatches(int r, const std::vector<std::pair<int, QVariant>>& terms) const
+    {
+        const auto& row = rows[size_t(r)];
+        for (const auto& [f, v] : terms)
+            if (!cellMatches(row[size_t(f)], v)) return false;
+        return true;
+    }
+
+    std::vector<std::pair<int, QVariant>> resolve(const Criteria& c) const
+    {
+        std::vector<std::pair<int, QVariant>> out;
+        for (const auto& t : c.terms()) out.emplace_back(fieldIndexOrThrow(t.field), t.value);
+        return out;
+    }
+
+    void buildIndex(int field)
+    {
+        index.clear();
+        indexField = field;
+        for (int r = 0; r < int(rows.size()); ++r) addToIndex(r);
+    }
+    void addToIndex(int r)
+    {
+        const QVariant& v = rows[size_t(r)][size_t(indexField)];
+        if (v.isNull()) return;
+        index[isNumeric(v) ? numberKey(v.toDouble()) : textKey(v.toString())].push_back(r);
+    }
+
+    void applyFilter()
+    {
+        visible.clear();
+        if (!filtered) {
+            visible.reserve(rows.size());
+            for (int r = 0; r < int(rows.size()); ++r)
+                if (alive[size_t(r)]) visible.push_back(r);
+        } else {
+            const auto terms = resolve(filter);
+            if (indexField != terms.front().first) buildIndex(terms.front().first);
+            const QVariant& wanted = terms.front().second;
+            std::vector<int> candidates;
+            if (!wanted.isNull()) {
+                auto addAll = [&](const QString& key) {
+                    const auto it = index.constFind(key);
+                    if (it != index.cend())
+                        candidates.insert(candidates.end(), it->begin(), it->end());
+                };
+                double n = 0;
+                if (asNumber(wanted, n)) addAll(numberKey(n));
+                // A numeric criterion also finds text cells that read as the same number.
+                if (!isNumeric(wanted))
+                    addAll(textKey(wanted.toString()));
+                else
+                    for (auto it = index.cbegin(); it != index.cend(); ++it)
+                        if (it.key().startsWith(QLatin1Char('\x02')))
+                            candidates.insert(candidates.end(), it->begin(), it->end());
+                std::sort(candidates.begin(), candidates.end());
+                candidates.erase(std::unique(candidates.begin(), candidates.end()),
+                                 candidates.end());
+            }
+            for (int r : candidates)
+                if (alive[size_t(r)] && rowMatches(r, terms)) visible.push_back(r);
+        }
+        pos = visible.empty() ? -1 : 0;
+    }
+
+    // Row key of the base table for UPDATE/DELETE: the primary key, else every column.
+    QString whereClause(const std::vector<QVariant>& original, QVariantList& params)
+    {
+        if (!keyLooked) {
+            keyColumns = db->primaryKey(source);
+            keyLooked = true;
+        }
+        QStringList parts;
+        if (!keyColumns.isEmpty()) {
+            for (const QString& k : keyColumns) {
+                const int f = fieldIndexOrThrow(k);
+                parts << names[f] + QStringLiteral(" = ?");
+                params << original[size_t(f)];
+            }
+        } else {
+            for (int f = 0; f < int(names.size()); ++f) {
+                parts << db->dialect().nullSafeEquals(names[f]);
+                params << original[size_t(f)];
+            }
+        }
+        if (parts.isEmpty()) throw DbError(DbErrorKind::Other, text::kNoRowKey);
+        return parts.join(QStringLiteral(" AND "));
+    }
+};
+
+Recordset::Recordset() : d(std::make_unique<Impl>()) {}
+Recordset::~Recordset() = default;
+
+std::unique_ptr<Recordset> Database::openRecordset(const QString& source, RecordsetType type,
+                                                   int options, const QVariantList& params)
+{
+    std::unique_ptr<Recordset> rs(new Recordset());
+    Recordset::Impl& r = *rs->d;
+    r.db = this;
+    r.source = source.trimmed();
+    r.params = params;
+    r.type = type;
+    r.options = options;
+    r.isTable = !r.source.isEmpty() &&
+                std::none_of(r.source.begin(), r.source.end(), [](QChar c) { return c.isSpace(); });
+    r.fetch();
+    r.open = true;
+    return rs;
+}
+
+RecordsetType Recordset::type() const { return d->type; }
+bool Recordset::isOpen() const { return d->open; }
+bool Recordset::updatable() const { return d->open && d->writable(); }
+
+bool Recordset::bof() const { return d->visible.empty() || d->pos < 0; }
+bool Recordset::eof() const { return d->visible.empty() || d->pos >= d->count(); }
+
+void Recordset::moveFirst()
+{
+    d->requireOpen();
+    d->mode = EditMode::None;
+    d->pos = d->visible.empty() ? -1 : 0;
+}
+void Recordset::moveLast()
+{
+    d->requireOpen();
+    d->mode = EditMode::None;
+    d->pos = d->visible.empty() ? -1 : d->count() - 1;
+}
+void Recordset::moveNext()
+{
+    d->requireOpen();
+    if (eof() && !d->visible.empty()) throw DbError(DbErrorKind::Other, text::kNoCurrentRecord);
+    d->mode = EditMode::None;
+    d->pos = std::min(d->pos + 1, d->count());
+}
+void Recordset::movePrevious()
+{
+    d->requireOpen();
+    if (bof() && !d->visible.empty()) throw DbError(DbErrorKind::Other, text::kNoCurrentRecord);
+    d->mode = EditMode::None;
+    d->pos = std::max(d->pos - 1, -1);
+}
+int Recordset::recordCount() const { return d->count(); }
+int Recordset::absolutePosition() const { return d->onRow() ? d->pos : -1; }
+void Recordset::setAbsolutePosition(int position)
+{
+    d->requireOpen();
+    if (position < 0 || position >= d->count())
+        throw DbError(DbErrorKind::Other, text::kNoCurrentRecord);
+    d->mode = EditMode::None;
+    d->pos = position;
+}
+
+int Recordset::fieldCount() const { return int(d->names.size()); }
+QString Recordset::fieldName(int index) const { return d->names.value(index); }
+bool Recordset::hasField(const QString& name) const
+{
+    return d->byLowerName.contains(name.toLower());
+}
+int Recordset::fieldIndex(const QString& name) const
+{
+    return d->byLowerName.value(name.toLower(), -1);
+}
+
+QVariant Recordset::field(const QString& name) const { return field(d->fieldIndexOrThrow(name)); }
+
+QVariant Recordset::field(int index) const
+{
+    if (index < 0 || index >= fieldCount())
+        throw DbError(DbErrorKind::Other, text::unknownField(QString::number(index)));
+    // While a row is being added or edited, its fields read back what was set.
+    if (d->mode != EditMode::None) return d->buffer[size_t(index)];
+    return d->currentRow()[size_t(index)];
+}
+
+QVariant Recordset::value(int row, int fieldIndex) const
+{
+    return d->rows[size_t(d->visible[size_t(row)])][size_t(fieldIndex)];
+}
+
+void Recordset::findFirst(const Criteria& criteria)
+{
+    d->requireOpen();
+    const auto terms = d->resolve(criteria);
+    for (int i = 0; i < d->count(); ++i) {
+        if (d->rowMatches(d->visible[size_t(i)], terms)) {
+            d->mode = EditMode::None;
+            d->pos = i;
+            d->noMatch = false;
+            return;
+        }
+    }
+    d->noMatch = true;
+}
+
+void Recordset::findFirst(const QString& criterionText) { findFirst(Criteria::parse(criterionText)); }
+
+void Recordset::findNext(const Criteria& criteria)
+{
+    d->requireOpen();
+    const auto terms = d->resolve(criteria);
+    for (int i = std::max(d->pos + 1, 0); i < d->count(); ++i) {
+        if (d->rowMatches(d->visible[size_t(i)], terms)) {
+            d->mode = EditMode::None;
+            d->pos = i;
+            d->noMatch = false;
+            return;
+        }
+    }
+    d->noMatch = true;
+}
+
+bool Recordset::noMatch() const { return d->noMatch; }
+
+void Recordset::setFilter(const Criteria& criteria)
+{
+    d->requireOpen();
+    if (criteria.empty()) {
+        clearFilter();
+        return;
+    }
+    d->resolve(criteria);  // an unknown field is refused before anything changes
+    d->filter = criteria;
+    d->filtered = true;
+    d->mode = EditMode::None;
+    d->applyFilter();
+}
+
+void Recordset::clearFilter()
+{
+    d->requireOpen();
+    d->filtered = false;
+    d->filter = Criteria();
+    d->mode = EditMode::None;
+    d->applyFilter();
+}
+
+void Recordset::addNew()
+{
+    d->requireWritable();
+    d->mode = EditMode::Add;
+    d->buffer.assign(d->names.size(), QVariant());
+    d->changed.assign(d->names.size(), 0);
+}
+
+void Recordset::edit()
+{
+    d->requireWritable();
+    d->buffer = d->currentRow();
+    d->changed.assign(d->names.size(), 0);
+    d->mode = EditMode::Edit;
+}
+
+void Recordset::setField(const QString& name, const QVariant& value)
+{
+    d->requireWritable();
+    if (d->mode == EditMode::None) throw DbError(DbErrorKind::Other, text::kNotEditing);
+    const int f = d->fieldIndexOrThrow(name);
+    d->buffer[size_t(f)] = value;
+    d->changed[size_t(f)] = 1;
+}
+
+void Recordset::update()
+{
+    d->requireWritable();
+    if (d->mode == EditMode::None) throw DbError(DbErrorKind::Other, text::kNotEditing);
+    QStringList cols;
+    QVariantList params;
+    for (int f = 0; f < int(d->names.size()); ++f) {
+        if (!d->changed[size_t(f)]) continue;
+        cols << d->names[f];
+        params << d->buffer[size_t(f)];
+    }
+    if (d->mode == EditMode::Add) {
+        QString sql;
+        if (cols.isEmpty()) {
+            sql = QStringLiteral("INSERT INTO %1 DEFAULT VALUES").arg(d->source);
+        } else {
+            QStringList marks;
+            for (qsizetype i = 0; i < cols.size(); ++i) marks << QStringLiteral("?");
+            sql = QStringLiteral("INSERT INTO %1 (%2) VALUES (%3)")
+                      .arg(d->source, cols.join(QStringLiteral(", ")),
+                           marks.join(QStringLiteral(", ")));
+        }
+        d->db->execute(sql, params);
+        // The new row joins the fetched rows (at the end, as a dynaset shows added rows); the
+        // current row stays the one before addNew.
+        const int r = int(d->rows.size());
+        d->rows.push_back(d->buffer);
+        d->alive.push_back(1);
+        if (d->indexField >= 0) d->addToIndex(r);
+        if (!d->filtered || d->rowMatches(r, d->resolve(d->filter))) {
+            const bool wasEmpty = d->visible.empty();
+            const bool wasEof = d->pos >= d->count();
+            d->visible.push_back(r);
+            if (wasEmpty)
+                d->pos = 0;
+            else if (wasEof)
+                d->pos = d->count();
+        }
+    } else {
+        const int r = d->visible[size_t(d->pos)];
+        if (!cols.isEmpty()) {
+            QVariantList whereParams;
+            const QString where = d->whereClause(d->rows[size_t(r)], whereParams);
+            QStringList sets;
+            for (const QString& c : cols) sets << c + QStringLiteral(" = ?");
+            const QString sql = QStringLiteral("UPDATE %1 SET %2 WHERE %3")
+                                    .arg(d->source, sets.join(QStringLiteral(", ")), where);
+            if (d->db->execute(sql, params + whereParams) == 0)
+                throw DbError(DbErrorKind::RecordDeleted, text::kRecordDeleted);
+            if (d->indexField >= 0 && d->changed[size_t(d->indexField)]) {
+                d->index.clear();
+                d->indexField = -1;  // rebuilt on the next filter
+            }
+            d->rows[size_t(r)] = d->buffer;
+        }
+    }
+    d->mode = EditMode::None;
+}
+
+void Recordset::cancelUpdate()
+{
+    d->mode = EditMode::None;
+}
+
+void Recordset::deleteCurrent()
+{
+    d->requireWritable();
+    d->mode = EditMode::None;
+    (void)d->currentRow();
+    const int r = d->visible[size_t(d->pos)];
+    QVariantList params;
+    const QString where = d->whereClause(d->rows[size_t(r)], params);
+    if (d->db->execute(QStringLiteral("DELETE FROM %1 WHERE %2").arg(d->source, where), params) == 0)
+        throw DbError(DbErrorKind::RecordDeleted, text::kRecordDeleted);
+    d->alive[size_t(r)] = 0;
+    d->visible.erase(d->visible.begin() + d->pos);
+    // The deleted row is no longer current; a following moveNext lands on the row after it.
+    d->pos -= 1;
+}
+
+void Recordset::requery()
+{
+    d->requireOpen();
+    d->fetch();
+}
+
+void Recordset::close()
+{
+    d->open = false;
+    d->rows.clear();
+    d->alive.clear();
+    d->visible.clear();
+    d->index.clear();
+    d->indexField = -1;
+    d->pos = -1;
+    d->mode = EditMode::None;
+}
+
+}  // namespace qx

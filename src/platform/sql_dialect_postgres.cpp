@@ -1,0 +1,55 @@
+#include "platform/sql_dialects.h"
+
+#include <QSqlError>
+
+namespace qx {
+namespace {
+
+class PostgresDialect : public SqlDialect {
+public:
+    QString name() const override { return QStringLiteral("postgresql"); }
+    QString beginStatement() const override { return QStringLiteral("BEGIN"); }
+    // A row lock held by another workstation is reported as a concurrent change after a while,
+    // as SQLite's busy timeout does, instead of waiting for ever.
+    QStringList connectStatements() const override
+    {
+        return {QStringLiteral("SET client_min_messages TO warning"),
+                QStringLiteral("SET lock_timeout TO 5000")};
+    }
+    QString textColumn(const QString& column, int width) const override
+    {
+        return QStringLiteral("%1 varchar(%2)").arg(column).arg(width);
+    }
+    QString doubleType() const override { return QStringLiteral("double precision"); }
+    QString integerType() const override { return QStringLiteral("integer"); }
+    QString nullSafeEquals(const QString& column) const override
+    {
+        return column + QStringLiteral(" IS NOT DISTINCT FROM ?");
+    }
+
+    DbErrorKind classify(const QSqlError& error, const QString& statement) const override
+    {
+        const QString state = error.nativeErrorCode();
+        if (state == QLatin1String("23503"))
+            return isInsertStatement(statement) ? DbErrorKind::RecordDeleted : DbErrorKind::InUse;
+        if (state == QLatin1String("23505")) return DbErrorKind::Duplicate;
+        if (state == QLatin1String("22001")) return DbErrorKind::TooLong;
+        if (state == QLatin1String("40001") || state == QLatin1String("40P01") ||
+            state == QLatin1String("55P03"))
+            return DbErrorKind::ConcurrentChange;
+        return DbErrorKind::Other;
+    }
+    // The save's cycle check must see every other save's committed lines before it writes:
+    // one transaction-scoped advisory lock serializes those writers (the key is the help context
+    // of the component, a number no other module uses).
+    QString structureWriteLockStatement() const override
+    {
+        return QStringLiteral("SELECT pg_advisory_xact_lock(31100033)");
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<SqlDialect> makePostgresDialect() { return std::make_unique<PostgresDialect>(); }
+
+}  // namespace qx

@@ -1,0 +1,65 @@
+#include "platform/sql_dialects.h"
+
+#include <QSqlError>
+
+namespace qx {
+
+bool isInsertStatement(const QString& statement)
+{
+    return statement.trimmed().startsWith(QLatin1String("insert"), Qt::CaseInsensitive);
+}
+
+namespace {
+
+class SqliteDialect : public SqlDialect {
+public:
+    QString name() const override { return QStringLiteral("sqlite"); }
+    // IMMEDIATE takes the write lock at once: two workstations that both read first and then
+    // write would otherwise deadlock on upgrading their read locks.
+    QString beginStatement() const override { return QStringLiteral("BEGIN IMMEDIATE"); }
+    QStringList connectStatements() const override
+    {
+        return {QStringLiteral("PRAGMA busy_timeout=5000"), QStringLiteral("PRAGMA foreign_keys=ON"),
+                QStringLiteral("PRAGMA journal_mode=WAL")};
+    }
+    QString textColumn(const QString& column, int width) const override
+    {
+        return QStringLiteral("%1 varchar(%2) CHECK(length(%1)<=%2)").arg(column).arg(width);
+    }
+    QString doubleType() const override { return QStringLiteral("double precision"); }
+    QString integerType() const override { return QStringLiteral("integer"); }
+    QString nullSafeEquals(const QString& column) const override
+    {
+        return column + QStringLiteral(" IS ?");
+    }
+
+    DbErrorKind classify(const QSqlError& error, const QString& statement) const override
+    {
+        const QString text = error.databaseText() + QLatin1Char(' ') + error.driverText();
+        const QString code = error.nativeErrorCode();
+        if (text.contains(QLatin1String("FOREIGN KEY constraint failed"), Qt::CaseInsensitive))
+            return isInsertStatement(statement) ? DbErrorKind::RecordDeleted : DbErrorKind::InUse;
+        if (text.contains(QLatin1String("UNIQUE constraint failed"), Qt::CaseInsensitive) ||
+            text.contains(QLatin1String("PRIMARY KEY"), Qt::CaseInsensitive))
+            return DbErrorKind::Duplicate;
+        // The schema's CHECK constraints are only width checks.
+        if (text.contains(QLatin1String("CHECK constraint failed"), Qt::CaseInsensitive))
+            return DbErrorKind::TooLong;
+        // SQLITE_BUSY (5) and SQLITE_LOCKED (6), also as extended codes (low byte).
+        bool ok = false;
+        const int native = code.toInt(&ok);
+        if ((ok && ((native & 0xff) == 5 || (native & 0xff) == 6)) ||
+            text.contains(QLatin1String("database is locked"), Qt::CaseInsensitive) ||
+            text.contains(QLatin1String("database table is locked"), Qt::CaseInsensitive))
+            return DbErrorKind::ConcurrentChange;
+        return DbErrorKind::Other;
+    }
+    // BEGIN IMMEDIATE already serializes the writers.
+    QString structureWriteLockStatement() const override { return QString(); }
+};
+
+}  // namespace
+
+std::unique_ptr<SqlDialect> makeSqliteDialect() { return std::make_unique<SqliteDialect>(); }
+
+}  // namespace qx
