@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QString>
+
+namespace qx {
+
+class Database;
+class LineGrid;
+class Recordset;
+struct ListContext;
+
+// Does the item use the free item of column 3 (bFree1) or 4 (bFree2)? False for any other column
+// and for an unknown code.
+bool HasFree(const QString& code, int col, Database& db);
+
+// True when no line holds a free-item value that its item does not use; otherwise the first
+// offending line is reported (with the free item's name) and the answer is false.
+bool FreeRight(const LineGrid& lines, const ListContext& ctx);
+// The message FreeRight shows, or an empty text when every line passes.
+QString freeItemRefusal(const LineGrid& lines, const ListContext& ctx);
+
+// A warehouse or department name back to its code (the first match in the recordset's order);
+// an empty text when no row has that name.
+QString NameToCode_WareHouse(const QString& name, Recordset* warehouses);
+QString NameToCode_Dep(const QString& name, Recordset* departments);
+
+}  // namespace qx

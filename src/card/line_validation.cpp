@@ -1,0 +1,238 @@
+#include "card/line_validation.h"
+
+#include "card/card_columns.h"
+#include "card/free_items.h"
+#include "data/common.h"
+#include "data/texts.h"
+#include "platform/database.h"
+#include "shared/cls_ref.h"
+#include "shared/line_grid.h"
+#include "shared/list_context.h"
+
+namespace qx {
+
+namespace {
+
+bool found(const QString& value, Recordset* rs, const QString& field)
+{
+    return rs && FindRecord(value, *rs, field);
+}
+
+int decimals(const CardLookups& lk) { return lk.list ? lk.list->quantityDecimals : 2; }
+
+Recordset* freeList(const CardLookups& lk, int col)
+{
+    if (!lk.list) return nullptr;
+    return col == ColFree1 ? lk.list->RecFree1.get() : lk.list->RecFree2.get();
+}
+
+// A reference cell that may be typed as its name or its code and always ends up holding the name.
+struct NameOrCode {
+    Recordset* rs;
+    QString nameField;
+    QString codeField;
+    QString notFound;
+};
+
+Verdict nameOrCode(const NameOrCode& ref, QString& text)
+{
+    if (found(text, ref.rs, ref.nameField)) return Verdict::ok();
+    if (found(text, ref.rs, ref.codeField)) {
+        ref.rs->moveFirst();
+        ref.rs->findFirst(Criteria::eq(ref.codeField, text));
+        if (!ref.rs->noMatch()) text = NullToText(ref.rs->field(ref.nameField));
+        return Verdict::ok();
+    }
+    return Verdict::refuse(ref.notFound);
+}
+
+Verdict freeItemCell(const CardLookups& lk, int col, QString& text)
+{
+    if (text.isEmpty()) return Verdict::ok();
+    Recordset* values = freeList(lk, col);
+    if (found(text, values, QStringLiteral("cValue"))) return Verdict::ok();
+    if (found(text, values, QStringLiteral("cAlias"))) {
+        values->findFirst(Criteria::eq(QStringLiteral("cAlias"), text));
+        if (!values->noMatch()) text = NullToText(values->field(QStringLiteral("cValue")));
+        return Verdict::ok();
+    }
+    return Verdict::refuse(text::kContentNotExist);
+}
+
+// Pieces and quantity follow each other through the rate of column 7, when there is one.
+void recomputeQuantity(const CardLookups& lk, LineGrid& lines, int row, double pieces)
+{
+    const QString rate = lines.cell(row, ColExchRate).trimmed();
+    if (rate.isEmpty()) return;
+    lines.setCell(row, ColQuantity, FormatNum(pieces * LeadingNumber(rate), decimals(lk)));
+}
+
+void recomputePieces(const CardLookups& lk, LineGrid& lines, int row, double quantity)
+{
+    const QString rateText = lines.cell(row, ColExchRate).trimmed();
+    if (rateText.isEmpty()) return;
+    const double rate = LeadingNumber(rateText);
+    if (rate == 0) return;  // a zero rate gives no count of pieces
+    lines.setCell(row, ColPieces, FormatNum(quantity / rate, decimals(lk)));
+}
+
+Verdict quantityCell(const CardLookups& lk, LineGrid& lines, int row, QString& text)
+{
+    if (text.isEmpty()) return Verdict::refuse(text::kQuantityEmpty);
+    const double quantity = LeadingNumber(text);
+    if (quantity <= 0) return Verdict::refuse(text::kQuantityNotPositive);
+    text = FormatNum(quantity, decimals(lk));
+    recomputePieces(lk, lines, row, quantity);
+    return Verdict::ok();
+}
+
+// Fills the row from the accepted item: the inventory list stands on its row.
+void fillFromItem(const CardLookups& lk, LineGrid& lines, int row, const QString& code)
+{
+    Recordset& inv = *lk.inventory;
+    lines.setCell(row, ColChildName, NullToText(inv.field(QStringLiteral("cInvName"))));
+    lines.setCell(row, ColSpec, NullToText(inv.field(QStringLiteral("cInvStd"))));
+    lines.setCell(row, ColMainUnit, NullToText(inv.field(QStringLiteral("cInvM_Unit"))));
+    const QString plannedPrice = NullToText(inv.field(QStringLiteral("iInvRCost")));
+
+    // The unit and rate are read afresh, and the same row tells which free items the item uses
+    // (the answer HasFree gives, without two more queries).
+    bool free1 = false;
+    bool free2 = false;
+    if (lk.db) {
+        auto item = lk.db->openRecordset(QStringLiteral("select * from inventory where cInvcode=?"),
+                                         RecordsetType::Snapshot, 0, {code});
+        if (item->recordCount() > 0) {
+            item->moveFirst();
+            lines.setCell(row, ColAuxUnit, NullToText(item->field(QStringLiteral("cInvA_Unit"))));
+            lines.setCell(row, ColExchRate, NullToText(item->field(QStringLiteral("iInvExchRate"))));
+            const auto flag = [&](const char* f) {
+                const QVariant v = item->field(QString::fromLatin1(f));
+                return v.isValid() && !v.isNull() && v.toDouble() != 0;
+            };
+            free1 = flag("bFree1");
+            free2 = flag("bFree2");
+        }
+        item->close();
+    }
+    lines.setCell(row, ColPlannedPrice, plannedPrice);
+    if (!free1) lines.setCell(row, ColFree1, QString());
+    if (!free2) lines.setCell(row, ColFree2, QString());
+}
+
+}  // namespace
+
+bool hasIllegalChars(const QString& text)
+{
+    return text.contains(QLatin1Char('\'')) || text.contains(QLatin1Char('|'));
+}
+
+bool lineUnfinished(const LineGrid& lines, int row)
+{
+    return lines.cell(row, ColChildCode).isEmpty() || lines.cell(row, ColQuantity).isEmpty() ||
+           lines.cell(row, ColWarehouse).isEmpty();
+}
+
+Verdict checkChildCode(const CardLookups& lk, const LineGrid& lines, const QString& parentCode,
+                       int row, const QString& code, const Ancestors* ancestors)
+{
+    if (code.isEmpty()) return Verdict::refuse(text::kChildEmpty);
+    bool repeated = code.compare(parentCode, Qt::CaseInsensitive) == 0;
+    for (int r = 1; r < lines.rows() && !repeated; ++r) {
+        if (r != row && code.compare(lines.cell(r, ColChildCode), Qt::CaseInsensitive) == 0)
+            repeated = true;
+    }
+    if (repeated) return Verdict::refuse(text::kProductRepeated);
+    const bool cycle = ancestors ? !ancestors->allows(code) : (lk.db && !CheckCycle(parentCode, code, *lk.db));
+    if (cycle) return Verdict::refuse(text::kCycle);
+    if (!found(code, lk.inventory, QStringLiteral("cInvcode"))) return Verdict::refuse(text::kInvNotExist);
+    return Verdict::ok();
+}
+
+Verdict validateCell(const CardLookups& lk, LineGrid& lines, const QString& parentCode, int row,
+                     int col, QString& text)
+{
+    // Before anything is looked up, so that no lookup ever sees a quote or a bar.
+    if (hasIllegalChars(text)) return Verdict::refuse(text::kIllegalChars);
+
+    switch (col) {
+    case ColChildCode: {
+        Verdict v = checkChildCode(lk, lines, parentCode, row, text);
+        if (v) fillFromItem(lk, lines, row, text);
+        return v;
+    }
+    case ColFree1:
+    case ColFree2:
+        return freeItemCell(lk, col, text);
+    case ColPieces: {
+        if (text.isEmpty()) return Verdict::refuse(text::kPiecesEmpty);
+        const double pieces = LeadingNumber(text);
+        if (pieces <= 0) return Verdict::refuse(text::kPiecesNotPositive);
+        text = FormatNum(pieces, decimals(lk));
+        recomputeQuantity(lk, lines, row, pieces);
+        return Verdict::ok();
+    }
+    case ColQuantity:
+        return quantityCell(lk, lines, row, text);
+    case ColWarehouse:
+        if (text.isEmpty()) return Verdict::refuse(text::kWarehouseEmpty);
+        return nameOrCode({lk.warehouse, QStringLiteral("cwhname"), QStringLiteral("cwhcode"),
+                           text::kWarehouseNotExist},
+                          text);
+    case ColPerson:
+        if (text.isEmpty()) return Verdict::ok();
+        return nameOrCode({lk.list ? lk.list->RecPer.get() : nullptr, QStringLiteral("cPersonname"),
+                           QStringLiteral("cPersonCode"), text::kPersonNotExist},
+                          text);
+    case ColDept:
+        if (text.isEmpty()) return Verdict::ok();
+        return nameOrCode({lk.list ? lk.list->RecDep.get() : nullptr, QStringLiteral("cDepName"),
+                           QStringLiteral("cDepCode"), text::kDeptNotExist},
+                          text);
+    case ColOperation:
+        if (text.isEmpty()) return Verdict::ok();
+        return nameOrCode({lk.list ? lk.list->RecCa.get() : nullptr, QStringLiteral("cProcedureName"),
+                           QStringLiteral("cProcedureID"), text::kOperationNotExist},
+                          text);
+    default:
+        return Verdict::ok();
+    }
+}
+
+Verdict validateLine(const CardLookups& lk, LineGrid& lines, const QString& parentCode, int row,
+                     const Ancestors* ancestors)
+{
+    const QString code = lines.cell(row, ColChildCode);
+    Verdict v = checkChildCode(lk, lines, parentCode, row, code, ancestors);
+    if (!v) return v;
+    Recordset& inv = *lk.inventory;
+    lines.setCell(row, ColChildName, NullToText(inv.field(QStringLiteral("cInvName"))));
+    lines.setCell(row, ColSpec, NullToText(inv.field(QStringLiteral("cInvStd"))));
+    lines.setCell(row, ColMainUnit, NullToText(inv.field(QStringLiteral("cInvM_Unit"))));
+
+    if (!found(lines.cell(row, ColWarehouse), lk.warehouse, QStringLiteral("cwhname"))) {
+        lines.setCell(row, ColWarehouse, QString());
+        return Verdict::refuse(text::kWarehouseNotExist);
+    }
+    // A warehouse valued at planned price never holds an item without one.
+    if (NullToText(lk.warehouse->field(QStringLiteral("cWhValueStyle"))) == text::kPlannedPriceMethod &&
+        NullToText(inv.field(QStringLiteral("iInvRCost"))).trimmed().isEmpty())
+        return Verdict::refuse(text::kPlannedPriceRule);
+
+    QString quantity = lines.cell(row, ColQuantity);
+    v = quantityCell(lk, lines, row, quantity);
+    if (!v) return v;
+    lines.setCell(row, ColQuantity, quantity);
+
+    for (int col : {int(ColFree1), int(ColFree2)}) {
+        const QString value = lines.cell(row, col);
+        if (!value.isEmpty() && !found(value, freeList(lk, col), QStringLiteral("cvalue")))
+            return Verdict::refuse(text::kContentNotExist);
+    }
+    const QString dept = lines.cell(row, ColDept);
+    if (!dept.isEmpty() && !found(dept, lk.list ? lk.list->RecDep.get() : nullptr, QStringLiteral("cDepName")))
+        return Verdict::refuse(text::kDeptNotExist);
+    return Verdict::ok();
+}
+
+}  // namespace qx

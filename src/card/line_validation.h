@@ -1,0 +1,40 @@
+#pragma once
+
+// The checks of a structure's lines: one cell as the user leaves it (first pass) and a whole line
+// before another line is entered (second pass). Plain code over a LineGrid, so that the card's
+// grid and lines in memory are judged alike.
+
+#include "card/card_lookups.h"
+
+#include <QString>
+
+namespace qx {
+
+class LineGrid;
+struct Ancestors;
+
+// True when the text holds "'" or "|", which no cell may hold.
+bool hasIllegalChars(const QString& text);
+
+// First pass. `text` is what the user typed in (row, col); on acceptance it may be replaced
+// (a code by its name, a number reformatted) and dependent cells of the row are written; on
+// refusal nothing in the grid changes and `text` is left as typed.
+Verdict validateCell(const CardLookups& lk, LineGrid& lines, const QString& parentCode, int row,
+                     int col, QString& text);
+
+// Second pass over the whole line `row`, in the fixed order; the first failure refuses.
+// With `ancestors` (the parent's stored ancestors, read once by the save) the cycle test asks
+// them instead of walking the stored structures again.
+Verdict validateLine(const CardLookups& lk, LineGrid& lines, const QString& parentCode, int row,
+                     const Ancestors* ancestors = nullptr);
+
+// The child-code rules shared by both passes and the save: empty, repeated (the parent or
+// another row, letter case ignored), a cycle against the stored structures, unknown item. On
+// acceptance the card's inventory list stands on the item's row.
+Verdict checkChildCode(const CardLookups& lk, const LineGrid& lines, const QString& parentCode,
+                       int row, const QString& code, const Ancestors* ancestors = nullptr);
+
+// Is the line missing its child code, standard quantity or warehouse?
+bool lineUnfinished(const LineGrid& lines, int row);
+
+}  // namespace qx

@@ -1,0 +1,240 @@
+#include "card/save_structure.h"
+
+#include "card/card_columns.h"
+#include "card/free_items.h"
+#include "card/header_checks.h"
+#include "card/line_validation.h"
+#include "data/common.h"
+#include "data/texts.h"
+#include "platform/database.h"
+#include "platform/lock_service.h"
+#include "platform/prompter.h"
+#include "platform/sql_dialect.h"
+#include "shared/line_grid.h"
+#include "shared/list_context.h"
+
+namespace qx {
+
+namespace {
+
+// The lock the list takes on a structure before it opens the card to edit it.
+const QString kLockCategory = QStringLiteral("AE");
+const QString kLockSystem = QStringLiteral("AA");
+const QString kLockMode = QStringLiteral("a");
+
+QVariant wasteRate(const QString& text)
+{
+    // An empty waste rate is stored as NULL, never as an empty text.
+    if (text.trimmed().isEmpty()) return QVariant(QMetaType::fromType<double>());
+    return LeadingNumber(text);
+}
+
+struct LineRow {
+    QString child, warehouse, procedure, department, person, free1, free2;
+    double quantity = 0;
+    QVariant waste;
+};
+
+LineRow lineRow(const CardLookups& lk, const LineGrid& lines, int i)
+{
+    LineRow r;
+    r.child = lines.cell(i, ColChildCode);
+    r.warehouse = NameToCode_WareHouse(lines.cell(i, ColWarehouse), lk.warehouse);
+    r.quantity = LeadingNumber(lines.cell(i, ColQuantity));
+    r.waste = wasteRate(lines.cell(i, ColWasteRate));
+    r.procedure = lines.cell(i, ColOperation);
+    r.department = NameToCode_Dep(lines.cell(i, ColDept), lk.department);
+    // The person column is cut beforehand so that it always fits.
+    r.person = CutByBytes(lines.cell(i, ColPerson), 10);
+    r.free1 = lines.cell(i, ColFree1);
+    r.free2 = lines.cell(i, ColFree2);
+    return r;
+}
+
+void saveRecord(const CardLookups& lk, const LineGrid& lines, const SaveRequest& req)
+{
+    Recordset& head = *req.headerRows;
+    head.addNew();
+    head.setField(QStringLiteral("cPSPCode"), req.parentCode);
+    head.setField(QStringLiteral("cDepCode"), NameToCode_Dep(req.department, lk.department));
+    head.update();
+
+    Recordset& rows = *req.lineRows;
+    for (int i = 1; i < lines.rows(); ++i) {
+        const LineRow r = lineRow(lk, lines, i);
+        rows.addNew();
+        rows.setField(QStringLiteral("cPSPCode"), req.parentCode);
+        rows.setField(QStringLiteral("cPSCode"), r.child);
+        rows.setField(QStringLiteral("cWhCode"), r.warehouse);
+        rows.setField(QStringLiteral("ipsquantity"), r.quantity);
+        rows.setField(QStringLiteral("iWasteRate"), r.waste);
+        rows.setField(QStringLiteral("cProcedureName"), r.procedure);
+        rows.setField(QStringLiteral("cDepCode"), r.department);
+        rows.setField(QStringLiteral("cPersonName"), r.person);
+        rows.setField(QStringLiteral("cFree1"), r.free1);
+        rows.setField(QStringLiteral("cFree2"), r.free2);
+        rows.update();
+    }
+}
+
+void editModeWrite(const CardLookups& lk, const LineGrid& lines, const SaveRequest& req)
+{
+    Recordset& head = *req.headerRows;
+    if (head.recordCount() > 0) head.moveFirst();
+    head.findFirst(Criteria::eq(QStringLiteral("cPSPCode"), req.parentCode));
+    if (head.recordCount() == 0 || head.noMatch())
+        throw DbError(DbErrorKind::RecordDeleted, text::kDeletedCannotSave);
+    head.edit();
+    head.setField(QStringLiteral("cDepCode"), NameToCode_Dep(req.department, lk.department));
+    head.update();
+
+    lk.db->execute(QStringLiteral("delete from ProductStructures where cPSPCode=?"), {req.parentCode});
+
+    Recordset& rows = *req.lineRows;
+    for (int i = 1; i < lines.rows(); ++i) {
+        const LineRow r = lineRow(lk, lines, i);
+        rows.addNew();
+        rows.setField(QStringLiteral("cPSPCode"), req.parentCode);
+        rows.setField(QStringLiteral("cPSCode"), r.child);
+        rows.setField(QStringLiteral("cWhCode"), r.warehouse);
+        rows.setField(QStringLiteral("ipsquantity"), r.quantity);
+        rows.setField(QStringLiteral("cProcedureName"), r.procedure);
+        rows.setField(QStringLiteral("cDepCode"), r.department);
+        rows.setField(QStringLiteral("cPersonName"), r.person);
+        rows.setField(QStringLiteral("iWasteRate"), r.waste);
+        rows.setField(QStringLiteral("cFree1"), r.free1);
+        rows.setField(QStringLiteral("cFree2"), r.free2);
+        rows.update();
+    }
+}
+
+QString failureMessage(const DbError& e, bool editWriting)
+{
+    switch (e.kind()) {
+    case DbErrorKind::Duplicate:
+        return text::kStructureExists;
+    case DbErrorKind::RecordDeleted:
+        return text::kDeletedCannotSave;
+    case DbErrorKind::TooLong:
+        return text::kTooLong;
+    case DbErrorKind::InUse:
+        return editWriting ? text::kUsedCannotModifyEdit : text::kUsedCannotModifySave;
+    case DbErrorKind::ConcurrentChange:
+        return text::kConcurrentChange;
+    case DbErrorKind::Other:
+    default:
+        return e.description();
+    }
+}
+
+void requeryQuietly(Recordset* rs)
+{
+    if (!rs) return;
+    try {
+        rs->requery();
+    } catch (const DbError&) {
+    }
+}
+
+}  // namespace
+
+Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& req)
+{
+    if (!req.department.isEmpty() &&
+        !(lk.department && FindRecord(req.department, *lk.department, QStringLiteral("cdepName"))))
+        return Verdict::refuse(text::kProduceDeptNotExist);
+
+    if (lines.rows() < 2) return Verdict::refuse(text::kNoLines);
+
+    // Every line has the same parent: its stored ancestors are read once and each child is
+    // judged against them, with the answers one walk per line would give.
+    const Ancestors ancestors = CollectAncestors(req.parentCode, *lk.db);
+    for (int i = 1; i < lines.rows(); ++i)
+        if (!ancestors.allows(lines.cell(i, ColChildCode))) return Verdict::refuse(text::cycleAtLine(i));
+
+    for (int i = 1; i < lines.rows(); ++i)
+        if (lineUnfinished(lines, i)) return Verdict::refuse(text::kIncomplete);
+
+    const ParentCheck parent = checkParentCode(req.parentCode, req.adding, req.headerRows, lk.inventory);
+    if (!parent.verdict) return parent.verdict;
+    if (!req.adding && !(lk.inventory && FindRecord(req.parentCode, *lk.inventory, QStringLiteral("cInvcode"))))
+        return Verdict::refuse(text::kInvNotExist);
+    QString department = req.department;
+    if (Verdict v = checkDepartment(department, lk.department); !v) return v;
+
+    for (int i = 1; i < lines.rows(); ++i)
+        if (lines.cell(i, ColChildCode).compare(req.parentCode, Qt::CaseInsensitive) == 0)
+            return Verdict::refuse(text::kChildEqualsParent);
+
+    if (lk.list) {
+        const QString freeMessage = freeItemRefusal(lines, *lk.list);
+        if (!freeMessage.isEmpty()) return Verdict::refuse(freeMessage);
+    }
+
+    // Lines that arrived without being typed (copied, never left) are judged as typed ones.
+    for (int i = 1; i < lines.rows(); ++i) {
+        for (int col : {int(ColChildCode), int(ColFree1), int(ColFree2), int(ColQuantity),
+                        int(ColWarehouse), int(ColPerson), int(ColDept), int(ColOperation)}) {
+            if (hasIllegalChars(lines.cell(i, col))) return Verdict::refuse(text::kIllegalChars);
+        }
+        if (Verdict v = validateLine(lk, lines, req.parentCode, i, &ancestors); !v) return v;
+    }
+    return Verdict::ok();
+}
+
+bool saveStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& req)
+{
+    if (!lk.db || !req.headerRows || !req.lineRows) return false;
+    Database& db = *lk.db;
+    QString message;
+    bool writing = false;
+    try {
+        if (!req.adding && !req.lockComputer.isEmpty()) {
+            LockService locks(db);
+            if (!locks.lockRecord(kLockCategory, kLockSystem, kLockMode, req.lockComputer, {req.parentCode})) {
+                Prompter::current().inform(text::kLockedCannotModify, text::kTitle);
+                return false;
+            }
+        }
+        Transaction tx(db);
+        const QString serialize = db.dialect().structureWriteLockStatement();
+        if (!serialize.isEmpty()) db.execute(serialize);
+        // Checked inside the transaction, after the write lock, so that what the cycle checks
+        // saw is what the write lands on.
+        const Verdict v = checkStructure(lk, lines, req);
+        if (!v) {
+            tx.rollback();
+            Prompter::current().inform(v.message, text::kTitle);
+            return false;
+        }
+        writing = true;
+        if (req.adding)
+            saveRecord(lk, lines, req);
+        else
+            editModeWrite(lk, lines, req);
+        tx.commit();
+        return true;
+    } catch (const DbError& e) {
+        message = failureMessage(e, writing && !req.adding);
+    }
+    // The transaction is rolled back; the recordsets forget any row it had added.
+    requeryQuietly(req.headerRows);
+    requeryQuietly(req.lineRows);
+    Prompter::current().inform(message, text::kTitle);
+    return false;
+}
+
+bool structureInUse(const QString& parentCode, Database& db)
+{
+    try {
+        Transaction tx(db);
+        db.execute(QStringLiteral("delete from ProductStructures where cPSPCode=?"), {parentCode});
+        db.execute(QStringLiteral("delete from ProductStructure where cPSPCode=?"), {parentCode});
+        tx.rollback();
+        return false;
+    } catch (const DbError&) {
+        return true;
+    }
+}
+
+}  // namespace qx

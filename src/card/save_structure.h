@@ -1,0 +1,39 @@
+#pragma once
+
+// The save of a card: the whole-structure checks in their fixed order, then the write of a new
+// structure (SaveRecord) or of an edited one, each in one transaction.
+
+#include "card/card_lookups.h"
+
+#include <QString>
+
+namespace qx {
+
+class LineGrid;
+class Recordset;
+
+struct SaveRequest {
+    QString parentCode;     // EdtcPSPCode
+    QString department;     // EdtcDepCode (a name once accepted)
+    bool adding = true;
+    Recordset* headerRows = nullptr;  // ProductStructure
+    Recordset* lineRows = nullptr;    // ProductStructures
+    // Edit mode: this workstation must still hold the structure's lock (empty: not asked).
+    QString lockComputer;
+};
+
+// The checks of a save, in their order; the first failure is returned with its message. The
+// cycle checks read the parent's stored ancestors once. Lines are re-judged as the second pass
+// judges them, so that copied or never-validated lines are refused as when typed.
+Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& req);
+
+// Checks and writes in one transaction (the checks after the dialect's structure write lock, so
+// that two workstations cannot together close a loop). Shows the refusal or failure message and
+// returns false with nothing written, or returns true with the structure written.
+bool saveStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& req);
+
+// Would the structure's header or lines be refused deletion (other data refer to them)? A trial
+// deletion that is always rolled back.
+bool structureInUse(const QString& parentCode, Database& db);
+
+}  // namespace qx
