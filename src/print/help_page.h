@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QString>
+
+class QWidget;
+
+namespace qx::print {
+
+// The help context of the product-structure windows.
+constexpr int kHelpContext = 31100033;
+
+// The page shipped in the component's resources for a help context ("qrc:/help/<context>.html").
+QString helpPageUrl(int context = kHelpContext);
+
+// Opens the help page beside `parent` (one viewer per parent window; asked again, it is raised).
+// Returns the viewer.
+QWidget* showHelp(QWidget* parent, int context = kHelpContext);
+
+}  // namespace qx::print
