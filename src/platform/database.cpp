@@ -115,6 +115,9 @@ struct Database::Impl {
     std::unique_ptr<SqlDialect> dialect;
     QSqlDatabase db;
     bool inTransaction = false;
+    // Statements that failed inside a transaction: on PostgreSQL they cannot be deallocated
+    // until the aborted transaction ends, so they live until rollback.
+    std::vector<QSqlQuery> failedInTransaction;
 
     DbError errorOf(const QSqlError& e, const QString& sql) const
     {
@@ -204,7 +207,11 @@ QSqlQuery Database::run(const QString& sql, const QVariantList& params)
             ok = q.exec();
         }
     }
-    if (!ok) throw d->errorOf(q.lastError(), sql);
+    if (!ok) {
+        const DbError error = d->errorOf(q.lastError(), sql);
+        if (d->inTransaction) d->failedInTransaction.push_back(std::move(q));
+        throw error;
+    }
     return q;
 }
 
@@ -251,6 +258,7 @@ void Database::rollback()
     d->inTransaction = false;
     QSqlQuery q(d->db);
     q.exec(QStringLiteral("ROLLBACK"));
+    d->failedInTransaction.clear();
 }
 
 bool Database::inTransaction() const { return d->inTransaction; }
