@@ -243,6 +243,10 @@ inline QString outputUnwritable(const QString& path)
 {
     return QStringLiteral("无法写入文件 ") + path + QStringLiteral("，请检查该文件能否写入后再试一次！");
 }
+inline QString structureNotFound(const QString& code)
+{
+    return QStringLiteral("产品结构不存在：") + code;
+}
 inline const QString kPrintFailed = QStringLiteral("打印没有完成，请检查打印机后再试一次！");
 inline const QString kOk = QStringLiteral("确定");
 inline const QString kCancel = QStringLiteral("取消");

@@ -1,0 +1,69 @@
+#include "host/pdf_job.h"
+
+#include "data/texts.h"
+#include "host/qxprostru.h"
+#include "list/frm_ps.h"
+#include "platform/grid.h"
+#include "platform/host_facts.h"
+#include "platform/prompter.h"
+#include "print/print_commands.h"
+#include "print/print_source.h"
+
+namespace qx {
+
+namespace {
+
+// No window, so no message box: what the print run would have said becomes the error line.
+class CollectingPrompter : public Prompter {
+public:
+    CollectingPrompter() { install(this); }
+    ~CollectingPrompter() override { install(nullptr); }
+    void inform(const QString& text, const QString&) override
+    {
+        if (first.isEmpty()) first = text;
+    }
+    bool ask(const QString& text, const QString& title, Icon) override
+    {
+        inform(text, title);
+        return false;
+    }
+    QString first;
+};
+
+}  // namespace
+
+int printStructureToPdf(Database& db, const QString& code, const QString& file, QString* error)
+{
+    auto fail = [&](const QString& line, int status) {
+        if (error) *error = line;
+        return status;
+    };
+    CollectingPrompter prompter;
+    QXProStru component;
+    if (!component.Init(db, true)) return fail(text::kInitFailed, 2);
+
+    FrmPS window;
+    window.setDatabase(&db);
+    window.setReadOnly(true);
+    window.setRecordsets(component.parentRecords(), component.childRecords(),
+                         component.joinedRecords());
+    window.load();
+
+    Grid& parents = *window.SupPS1();
+    const QString wanted = code.trimmed();
+    int row = 0;
+    for (int r = 1; r < parents.rows() && row == 0; ++r)
+        if (parents.textMatrix(r, ParentColCode).trimmed() == wanted) row = r;
+    if (row == 0) return fail(text::structureNotFound(wanted), 3);
+    parents.setRow(row);
+    window.Ffliter(parents.textMatrix(row, ParentColCode).trimmed());
+
+    const auto job = print::prepareJob(
+        print::sourceFromGrids(parents, row, *window.SupPS2(), window.context().sProStru),
+        systemDirectory());
+    if (!job) return fail(prompter.first, 4);
+    if (!print::writePdf(file, *job)) return fail(text::outputUnwritable(file), 5);
+    return 0;
+}
+
+}  // namespace qx
