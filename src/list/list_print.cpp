@@ -1,6 +1,7 @@
 // Print, preview, output to a file, print set-up, column settings and help. The "no data"
 // guards stand in the dispatcher; these run only when the list has parents.
 
+#include "list/column_settings.h"
 #include "list/frm_ps.h"
 #include "platform/grid.h"
 #include "platform/host_facts.h"
@@ -28,7 +29,11 @@ void FrmPS::FOutput() { print::outputStructure(currentSource(*this), systemDirec
 
 void FrmPS::FSetup() { print::printSetup(this); }
 
-void FrmPS::FSetItem() {}
+void FrmPS::FSetItem()
+{
+    ColumnSettingsDialog dialog(*supPS2_, this);
+    dialog.exec();
+}
 
 void FrmPS::FHelp() { print::showHelp(this, helpContext_ ? helpContext_ : print::kHelpContext); }
 
