@@ -218,7 +218,15 @@ QSqlQuery Database::run(const QString& sql, const QVariantList& params)
 int Database::execute(const QString& sql, const QVariantList& params)
 {
     QSqlQuery q = run(sql, params);
-    return q.isSelect() ? 0 : q.numRowsAffected();
+    // SQLite leaves the count of the last data change in place after other statements.
+    const QString t = sql.trimmed();
+    qsizetype n = 0;
+    while (n < t.size() && t.at(n).isLetter()) ++n;
+    const QString verb = t.left(n).toLower();
+    if (verb != QLatin1String("insert") && verb != QLatin1String("update") &&
+        verb != QLatin1String("delete") && verb != QLatin1String("replace"))
+        return 0;
+    return std::max(q.numRowsAffected(), 0);
 }
 
 bool Database::executeIgnoringErrors(const QString& sql)

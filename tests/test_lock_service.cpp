@@ -1,0 +1,159 @@
+#include "platform/database.h"
+#include "platform/lock_service.h"
+#include "support/company.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace qx;
+
+namespace {
+
+const QString kCat = QStringLiteral("AE");
+const QString kSys = QStringLiteral("AA");
+const QString kMode = QStringLiteral("a");
+const QString kA = QStringLiteral("WS-A");
+const QString kB = QStringLiteral("WS-B");
+
+// A process id that has just ended (a child that exited and was reaped).
+long long deadPid()
+{
+    const pid_t child = fork();
+    if (child == 0) _exit(0);
+    int status = 0;
+    waitpid(child, &status, 0);
+    return child;
+}
+
+// Two connections to one company database, standing for two workstations.
+class LockServiceTest : public qx::test::BackendTest {
+protected:
+    void SetUp() override
+    {
+        BackendTest::SetUp();
+        if (IsSkipped()) return;
+        dbA = qx::test::openFreshDatabase(backend(), &cs);
+        dbB = Database::open(cs);
+    }
+
+    // Who holds a key according to the lock table ("" when nobody).
+    QString holder(const QString& key)
+    {
+        auto rs = dbA->openRecordset(
+            QStringLiteral("SELECT cComputer, iPid FROM QX_RecordLock WHERE cCategory = ? AND cKey = ?"),
+            RecordsetType::Snapshot, 0, {kCat, key});
+        if (rs->recordCount() == 0) return QString();
+        return rs->field(0).toString() + QLatin1Char('/') + rs->field(1).toString();
+    }
+    static QString me(const QString& computer)
+    {
+        return computer + QLatin1Char('/') + QString::number(getpid());
+    }
+
+    std::unique_ptr<Database> dbA;
+    std::unique_ptr<Database> dbB;
+    QString cs;
+};
+
+TEST_P(LockServiceTest, OneHolderPerKeyUntilReleased)
+{
+    LockService a(*dbA);
+    LockService b(*dbB);
+    ASSERT_TRUE(a.lockRecord(kCat, kSys, kMode, kA, {QStringLiteral("P1")}));
+    EXPECT_EQ(holder(QStringLiteral("P1")), me(kA));
+    EXPECT_FALSE(b.lockRecord(kCat, kSys, kMode, kB, {QStringLiteral("P1")}));
+    // The holder asking again (the save checks it still holds the structure) is granted.
+    EXPECT_TRUE(a.lockRecord(kCat, kSys, kMode, kA, {QStringLiteral("P1")}));
+    // The same computer in another process is another holder.
+    LockService otherProcess(*dbB, getppid());
+    EXPECT_FALSE(otherProcess.lockRecord(kCat, kSys, kMode, kA, {QStringLiteral("P1")}));
+    // Keys and categories are independent.
+    EXPECT_TRUE(b.lockRecord(kCat, kSys, kMode, kB, {QStringLiteral("P2")}));
+    EXPECT_TRUE(b.lockRecord(QStringLiteral("XX"), kSys, kMode, kB, {QStringLiteral("P1")}));
+
+    // Unlocking frees only the holder's own key.
+    EXPECT_FALSE(b.unlockRecord(kCat, {QStringLiteral("P1")}));
+    EXPECT_EQ(holder(QStringLiteral("P1")), me(kA));
+    EXPECT_TRUE(a.unlockRecord(kCat, {QStringLiteral("P1")}));
+    EXPECT_EQ(holder(QStringLiteral("P1")), QString());
+    EXPECT_TRUE(b.lockRecord(kCat, kSys, kMode, kB, {QStringLiteral("P1")}));
+    EXPECT_EQ(holder(QStringLiteral("P1")), me(kB));
+
+    // A key that needs quoting is only a value.
+    const QString odd = QStringLiteral("a'b|c");
+    EXPECT_TRUE(a.lockRecord(kCat, kSys, kMode, kA, {odd}));
+    EXPECT_FALSE(b.lockRecord(kCat, kSys, kMode, kB, {odd}));
+}
+
+TEST_P(LockServiceTest, SeveralKeysAreAllOrNothing)
+{
+    LockService a(*dbA);
+    LockService b(*dbB);
+    ASSERT_TRUE(a.lockRecord(kCat, kSys, kMode, kA, {QStringLiteral("K2")}));
+    EXPECT_FALSE(b.lockRecord(kCat, kSys, kMode, kB, {QStringLiteral("K1"), QStringLiteral("K2")}));
+    EXPECT_EQ(holder(QStringLiteral("K1")), QString());
+    EXPECT_TRUE(a.lockRecord(kCat, kSys, kMode, kA, {QStringLiteral("K1"), QStringLiteral("K2")}));
+}
+
+TEST_P(LockServiceTest, DeadProcessOfThisComputerIsTakenOverOthersNever)
+{
+    const long long gone = deadPid();
+    LockService crashedHere(*dbB, gone);
+    ASSERT_TRUE(crashedHere.lockRecord(kCat, kSys, kMode, kA, {QStringLiteral("P1")}));
+    LockService crashedThere(*dbB, gone);
+    ASSERT_TRUE(crashedThere.lockRecord(kCat, kSys, kMode, kB, {QStringLiteral("P2")}));
+    EXPECT_EQ(holder(QStringLiteral("P1")), kA + QLatin1Char('/') + QString::number(gone));
+
+    LockService a(*dbA);
+    EXPECT_TRUE(a.lockRecord(kCat, kSys, kMode, kA, {QStringLiteral("P1")}));
+    EXPECT_EQ(holder(QStringLiteral("P1")), me(kA));
+    // Another computer's process cannot be seen from here: its lock stands.
+    EXPECT_FALSE(a.lockRecord(kCat, kSys, kMode, kA, {QStringLiteral("P2")}));
+    EXPECT_EQ(holder(QStringLiteral("P2")), kB + QLatin1Char('/') + QString::number(gone));
+
+    // A live process of this computer (the parent of this test) keeps its lock.
+    LockService parent(*dbB, getppid());
+    ASSERT_TRUE(parent.lockRecord(kCat, kSys, kMode, kA, {QStringLiteral("P3")}));
+    EXPECT_FALSE(a.lockRecord(kCat, kSys, kMode, kA, {QStringLiteral("P3")}));
+}
+
+TEST_P(LockServiceTest, LockTableThatCannotBeWrittenRefuses)
+{
+    LockService a(*dbA);
+    ASSERT_TRUE(a.lockRecord(kCat, kSys, kMode, kA, {QStringLiteral("P1")}));
+    ASSERT_TRUE(a.unlockRecord(kCat, {QStringLiteral("P1")}));
+    // Something of the same name that takes no rows.
+    dbA->execute(QStringLiteral("DROP TABLE QX_RecordLock"));
+    dbA->execute(QStringLiteral("CREATE VIEW QX_RecordLock AS SELECT DISTINCT 'AE' AS cCategory, "
+                                "'none' AS cKey, 'WS' AS cComputer, 1 AS iPid, '' AS dTime"));
+    LockService b(*dbB);
+    EXPECT_FALSE(b.lockRecord(kCat, kSys, kMode, kB, {QStringLiteral("P1")}));
+    EXPECT_FALSE(a.lockRecord(kCat, kSys, kMode, kA, {QStringLiteral("P2")}));
+    EXPECT_FALSE(a.unlockRecord(kCat, {QStringLiteral("P2")}));
+    // The connection is still usable afterwards (no aborted transaction left behind).
+    EXPECT_EQ(dbA->execute(QStringLiteral("CREATE TABLE qx_after (i integer)")), 0);
+
+    // An over-long key cannot be recorded: refused, not granted.
+    dbA->execute(QStringLiteral("DROP VIEW QX_RecordLock"));
+    LockService::ensureTable(*dbA);
+    EXPECT_FALSE(a.lockRecord(kCat, kSys, kMode, kA, {QString(300, QLatin1Char('x'))}));
+    EXPECT_TRUE(a.lockRecord(kCat, kSys, kMode, kA, {QStringLiteral("P2")}));
+}
+
+QX_INSTANTIATE_BACKENDS(LockServiceTest);
+
+TEST(LockServiceFile, ReadOnlySqliteFileRefuses)
+{
+    QString cs;
+    auto db = qx::test::openFreshDatabase(qx::test::TestBackend::Sqlite, &cs);
+    LockService::ensureTable(*db);
+    db.reset();
+    auto ro = Database::open(cs);
+    ro->execute(QStringLiteral("PRAGMA query_only=ON"));
+    LockService locks(*ro);
+    EXPECT_FALSE(locks.lockRecord(kCat, kSys, kMode, kA, {QStringLiteral("P1")}));
+}
+
+}  // namespace
