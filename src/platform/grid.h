@@ -79,6 +79,10 @@ public:
     void setEditHandler(GridEditHandler* handler);
     bool isEditing() const;
     void startEdit();                // enters edit mode on the current cell (if not locked)
+    // Leaves edit mode through the handler's check (a command such as save calls it first);
+    // false when the value was refused and the editor stays. True when nothing was edited.
+    bool finishEdit();
+    void cancelEdit();               // leaves edit mode; the cell keeps its value
 
     // Sorts the data rows by the texts of column col, ascending, case-sensitive.
     void sortByColumn(int col);
@@ -92,7 +96,8 @@ public:
 signals:
     void currentRowChanged(int row);
     void cellDoubleClicked(int row, int col);
-    // Any mouse press on a cell or on the heading (row 0), with its button.
+    // Any mouse press on a cell or on the heading (row 0), with its button; a press below the
+    // last row gives row and column -1.
     void mousePressed(int row, int col, Qt::MouseButton button);
 
 private:

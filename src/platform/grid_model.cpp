@@ -1,0 +1,253 @@
+#include "platform/grid_model.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace qx {
+
+GridModel::GridModel(QObject* parent) : QAbstractTableModel(parent) {}
+
+int GridModel::rowCount(const QModelIndex& parent) const
+{
+    return parent.isValid() ? 0 : announced_;
+}
+
+int GridModel::columnCount(const QModelIndex& parent) const
+{
+    return parent.isValid() ? 0 : cols();
+}
+
+Qt::Alignment GridModel::toQt(CellAlignment a)
+{
+    switch (a) {
+    case CellAlignment::LeftTop: return Qt::AlignLeft | Qt::AlignTop;
+    case CellAlignment::LeftCenter: return Qt::AlignLeft | Qt::AlignVCenter;
+    case CellAlignment::CenterCenter: return Qt::AlignCenter;
+    case CellAlignment::RightCenter: return Qt::AlignRight | Qt::AlignVCenter;
+    }
+    return Qt::AlignLeft | Qt::AlignVCenter;
+}
+
+QVariant GridModel::data(const QModelIndex& index, int role) const
+{
+    if (!index.isValid() || index.row() >= dataRows() || !validCol(index.column())) return {};
+    switch (role) {
+    case Qt::DisplayRole:
+    case Qt::EditRole: return text(index.row(), index.column());
+    case Qt::TextAlignmentRole:
+        return QVariant::fromValue(toQt(cellAlignment(index.row(), index.column())));
+    case Qt::ToolTipRole: return QString();  // the sort hint belongs to the heading only
+    default: return {};
+    }
+}
+
+QVariant GridModel::headerData(int section, Qt::Orientation orientation, int role) const
+{
+    if (orientation != Qt::Horizontal || !validCol(section)) {
+        if (orientation == Qt::Vertical && role == Qt::DisplayRole) return section + 1;
+        return {};
+    }
+    const GridColumn& c = column(section);
+    switch (role) {
+    case Qt::DisplayRole: return c.heading;
+    case Qt::TextAlignmentRole:
+        return QVariant::fromValue(toQt(c.headingAlignment.value_or(c.alignment)));
+    case Qt::ToolTipRole: return headerToolTip_;
+    default: return {};
+    }
+}
+
+Qt::ItemFlags GridModel::flags(const QModelIndex& index) const
+{
+    if (!index.isValid()) return Qt::NoItemFlags;
+    Qt::ItemFlags f = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
+    if (editable_) f |= Qt::ItemIsEditable;
+    return f;
+}
+
+void GridModel::flush()
+{
+    if (announced_ >= dataRows()) return;
+    // The rows are already in place; the views only need to hear of them.
+    const int first = announced_;
+    const int last = dataRows() - 1;
+    beginInsertRows({}, first, last);
+    announced_ = dataRows();
+    endInsertRows();
+}
+
+void GridModel::setDataRows(int count)
+{
+    flush();
+    count = std::max(0, count);
+    if (count == dataRows()) return;
+    if (count < dataRows()) {
+        if (count == 0) {
+            beginResetModel();
+            rows_.clear();
+            announced_ = 0;
+            endResetModel();
+            return;
+        }
+        beginRemoveRows({}, count, dataRows() - 1);
+        rows_.resize(static_cast<size_t>(count));
+        announced_ = count;
+        endRemoveRows();
+        return;
+    }
+    beginInsertRows({}, dataRows(), count - 1);
+    rows_.resize(static_cast<size_t>(count));
+    announced_ = count;
+    endInsertRows();
+}
+
+void GridModel::setCols(int count)
+{
+    flush();
+    count = std::max(0, count);
+    if (count == cols()) return;
+    if (count < cols()) {
+        beginRemoveColumns({}, count, cols() - 1);
+        columns_.resize(static_cast<size_t>(count));
+        for (GridRow& r : rows_) {
+            if (r.cells.size() > static_cast<size_t>(count)) r.cells.resize(static_cast<size_t>(count));
+            if (r.alignments.size() > static_cast<size_t>(count))
+                r.alignments.resize(static_cast<size_t>(count));
+        }
+        endRemoveColumns();
+        return;
+    }
+    beginInsertColumns({}, cols(), count - 1);
+    columns_.resize(static_cast<size_t>(count));
+    endInsertColumns();
+}
+
+QString GridModel::text(int dataRow, int col) const
+{
+    if (dataRow < 0 || dataRow >= dataRows() || !validCol(col)) return {};
+    const GridRow& r = rows_[static_cast<size_t>(dataRow)];
+    return static_cast<size_t>(col) < r.cells.size() ? r.cells[static_cast<size_t>(col)] : QString();
+}
+
+void GridModel::setText(int dataRow, int col, const QString& text)
+{
+    if (dataRow < 0 || dataRow >= dataRows() || !validCol(col)) return;
+    GridRow& r = rows_[static_cast<size_t>(dataRow)];
+    if (r.cells.size() <= static_cast<size_t>(col)) r.cells.resize(static_cast<size_t>(cols()));
+    r.cells[static_cast<size_t>(col)] = text;
+    if (dataRow < announced_) {
+        const QModelIndex i = index(dataRow, col);
+        emit dataChanged(i, i, {Qt::DisplayRole, Qt::EditRole});
+    }
+}
+
+void GridModel::setHeading(int col, const QString& text)
+{
+    if (!validCol(col)) return;
+    column(col).heading = text;
+    emit headerDataChanged(Qt::Horizontal, col, col);
+}
+
+QString GridModel::heading(int col) const
+{
+    return validCol(col) ? column(col).heading : QString();
+}
+
+void GridModel::append(std::vector<QString> cells)
+{
+    if (cells.size() > static_cast<size_t>(cols())) cells.resize(static_cast<size_t>(cols()));
+    rows_.push_back(GridRow{std::move(cells), {}});
+}
+
+void GridModel::removeDataRow(int dataRow)
+{
+    flush();
+    if (dataRow < 0 || dataRow >= dataRows()) return;
+    beginRemoveRows({}, dataRow, dataRow);
+    rows_.erase(rows_.begin() + dataRow);
+    announced_ = dataRows();
+    endRemoveRows();
+}
+
+std::vector<int> GridModel::sortByColumns(int first, int last)
+{
+    flush();
+    const int n = dataRows();
+    std::vector<int> order(static_cast<size_t>(n));
+    std::iota(order.begin(), order.end(), 0);
+    first = std::max(0, first);
+    last = std::min(cols() - 1, last);
+    if (n > 1 && first <= last) {
+        auto cellOf = [this](int row, int col) -> const QString* {
+            const GridRow& r = rows_[static_cast<size_t>(row)];
+            static const QString empty;
+            return static_cast<size_t>(col) < r.cells.size() ? &r.cells[static_cast<size_t>(col)]
+                                                              : &empty;
+        };
+        std::stable_sort(order.begin(), order.end(), [&](int a, int b) {
+            for (int c = first; c <= last; ++c) {
+                const int cmp = QString::compare(*cellOf(a, c), *cellOf(b, c), Qt::CaseSensitive);
+                if (cmp != 0) return cmp < 0;
+            }
+            return false;
+        });
+    }
+    std::vector<int> newPos(static_cast<size_t>(n));
+    std::vector<GridRow> sorted;
+    sorted.reserve(static_cast<size_t>(n));
+    for (int i = 0; i < n; ++i) {
+        newPos[static_cast<size_t>(order[static_cast<size_t>(i)])] = i;
+        sorted.push_back(std::move(rows_[static_cast<size_t>(order[static_cast<size_t>(i)])]));
+    }
+    beginResetModel();
+    rows_ = std::move(sorted);
+    announced_ = dataRows();
+    endResetModel();
+    return newPos;
+}
+
+CellAlignment GridModel::cellAlignment(int dataRow, int col) const
+{
+    if (!validCol(col)) return CellAlignment::LeftCenter;
+    if (dataRow >= 0 && dataRow < dataRows()) {
+        const GridRow& r = rows_[static_cast<size_t>(dataRow)];
+        if (static_cast<size_t>(col) < r.alignments.size() && r.alignments[static_cast<size_t>(col)] >= 0)
+            return static_cast<CellAlignment>(r.alignments[static_cast<size_t>(col)]);
+    }
+    return column(col).alignment;
+}
+
+void GridModel::setCellAlignment(int dataRow, int col, CellAlignment a)
+{
+    if (dataRow < 0 || dataRow >= dataRows() || !validCol(col)) return;
+    GridRow& r = rows_[static_cast<size_t>(dataRow)];
+    if (r.alignments.size() <= static_cast<size_t>(col)) r.alignments.resize(static_cast<size_t>(cols()), -1);
+    r.alignments[static_cast<size_t>(col)] = static_cast<signed char>(a);
+    if (dataRow < announced_) {
+        const QModelIndex i = index(dataRow, col);
+        emit dataChanged(i, i, {Qt::TextAlignmentRole});
+    }
+}
+
+void GridModel::setColumnAlignment(int col, CellAlignment a)
+{
+    if (!validCol(col)) return;
+    column(col).alignment = a;
+    if (announced_ > 0) emit dataChanged(index(0, col), index(announced_ - 1, col), {Qt::TextAlignmentRole});
+    emit headerDataChanged(Qt::Horizontal, col, col);
+}
+
+void GridModel::setHeadingAlignment(int col, CellAlignment a)
+{
+    if (!validCol(col)) return;
+    column(col).headingAlignment = a;
+    emit headerDataChanged(Qt::Horizontal, col, col);
+}
+
+void GridModel::setHeaderToolTip(const QString& text)
+{
+    headerToolTip_ = text;
+    if (cols() > 0) emit headerDataChanged(Qt::Horizontal, 0, cols() - 1);
+}
+
+}  // namespace qx
