@@ -86,38 +86,42 @@ Verdict quantityCell(const CardLookups& lk, LineGrid& lines, int row, QString& t
     return Verdict::ok();
 }
 
-// Fills the row from the accepted item: the inventory list stands on its row.
-void fillFromItem(const CardLookups& lk, LineGrid& lines, int row, const QString& code)
+// Fills the row from the accepted item (the inventory list stands on its row). The unit and
+// rate are read afresh; an item deleted since the card was loaded is refused there, before any
+// cell of the row is written. The same row tells which free items the item uses (the answer
+// HasFree gives, without two more queries).
+Verdict fillFromItem(const CardLookups& lk, LineGrid& lines, int row, const QString& code)
 {
-    Recordset& inv = *lk.inventory;
-    lines.setCell(row, ColChildName, NullToText(inv.field(QStringLiteral("cInvName"))));
-    lines.setCell(row, ColSpec, NullToText(inv.field(QStringLiteral("cInvStd"))));
-    lines.setCell(row, ColMainUnit, NullToText(inv.field(QStringLiteral("cInvM_Unit"))));
-    const QString plannedPrice = NullToText(inv.field(QStringLiteral("iInvRCost")));
-
-    // The unit and rate are read afresh, and the same row tells which free items the item uses
-    // (the answer HasFree gives, without two more queries).
+    QString auxUnit, rate;
     bool free1 = false;
     bool free2 = false;
     if (lk.db) {
         auto item = lk.db->openRecordset(QStringLiteral("select * from inventory where cInvcode=?"),
                                          RecordsetType::Snapshot, 0, {code});
-        if (item->recordCount() > 0) {
-            item->moveFirst();
-            lines.setCell(row, ColAuxUnit, NullToText(item->field(QStringLiteral("cInvA_Unit"))));
-            lines.setCell(row, ColExchRate, NullToText(item->field(QStringLiteral("iInvExchRate"))));
-            const auto flag = [&](const char* f) {
-                const QVariant v = item->field(QString::fromLatin1(f));
-                return v.isValid() && !v.isNull() && v.toDouble() != 0;
-            };
-            free1 = flag("bFree1");
-            free2 = flag("bFree2");
-        }
+        if (item->recordCount() == 0) return Verdict::refuse(text::kInvNotExist);
+        item->moveFirst();
+        auxUnit = NullToText(item->field(QStringLiteral("cInvA_Unit")));
+        rate = NullToText(item->field(QStringLiteral("iInvExchRate")));
+        const auto flag = [&](const char* f) {
+            const QVariant v = item->field(QString::fromLatin1(f));
+            return v.isValid() && !v.isNull() && v.toDouble() != 0;
+        };
+        free1 = flag("bFree1");
+        free2 = flag("bFree2");
         item->close();
     }
-    lines.setCell(row, ColPlannedPrice, plannedPrice);
+    Recordset& inv = *lk.inventory;
+    lines.setCell(row, ColChildName, NullToText(inv.field(QStringLiteral("cInvName"))));
+    lines.setCell(row, ColSpec, NullToText(inv.field(QStringLiteral("cInvStd"))));
+    lines.setCell(row, ColMainUnit, NullToText(inv.field(QStringLiteral("cInvM_Unit"))));
+    if (lk.db) {
+        lines.setCell(row, ColAuxUnit, auxUnit);
+        lines.setCell(row, ColExchRate, rate);
+    }
+    lines.setCell(row, ColPlannedPrice, NullToText(inv.field(QStringLiteral("iInvRCost"))));
     if (!free1) lines.setCell(row, ColFree1, QString());
     if (!free2) lines.setCell(row, ColFree2, QString());
+    return Verdict::ok();
 }
 
 }  // namespace
@@ -157,9 +161,9 @@ Verdict validateCell(const CardLookups& lk, LineGrid& lines, const QString& pare
 
     switch (col) {
     case ColChildCode: {
-        Verdict v = checkChildCode(lk, lines, parentCode, row, text);
-        if (v) fillFromItem(lk, lines, row, text);
-        return v;
+        const Verdict v = checkChildCode(lk, lines, parentCode, row, text);
+        if (!v) return v;
+        return fillFromItem(lk, lines, row, text);
     }
     case ColFree1:
     case ColFree2:

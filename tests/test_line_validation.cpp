@@ -1,0 +1,374 @@
+// The card's line and header rules as plain code, on a real company database.
+
+#include "card/card_columns.h"
+#include "card/free_items.h"
+#include "card/header_checks.h"
+#include "card/line_validation.h"
+#include "data/common.h"
+#include "platform/prompter.h"
+#include "shared/cls_ref.h"
+#include "shared/code_to_name.h"
+#include "shared/line_grid.h"
+#include "support/card_fixture.h"
+
+#include <gtest/gtest.h>
+
+using namespace qx;
+using namespace qx::test;
+
+namespace {
+
+class LineRules : public BackendTest {
+protected:
+    void SetUp() override
+    {
+        BackendTest::SetUp();
+        if (IsSkipped()) return;
+        db = openFreshCompany(backend());
+        fillCardMasterData(*db);
+        ctx = makeListContext(*db);
+        lists = openCardLists(*db);
+        lk = lookupsOf(*db, *ctx, lists);
+    }
+
+    // Types `text` into (row, col) as the first pass sees it; returns the verdict and the text.
+    Verdict type(int row, int col, QString& text) { return validateCell(lk, grid, parent, row, col, text); }
+    QString accepted(int row, int col, const QString& typed)
+    {
+        QString text = typed;
+        const Verdict v = type(row, col, text);
+        EXPECT_TRUE(v.accepted) << v.message.toStdString();
+        if (v) grid.setCell(row, col, text);
+        return text;
+    }
+    QString refusal(int row, int col, const QString& typed)
+    {
+        QString text = typed;
+        const Verdict v = type(row, col, text);
+        EXPECT_FALSE(v.accepted);
+        EXPECT_EQ(text, typed) << "a refused text stays as typed";
+        return v.message;
+    }
+    std::vector<QString> rowCells(int row) const
+    {
+        std::vector<QString> out;
+        for (int c = 0; c < kLineColumnCount; ++c) out.push_back(grid.cell(row, c));
+        return out;
+    }
+
+    std::unique_ptr<Database> db;
+    std::unique_ptr<ListContext> ctx;
+    CardLists lists;
+    CardLookups lk;
+    MemoryLineGrid grid;
+    QString parent = QStringLiteral("P1");
+};
+
+TEST_P(LineRules, IllegalCharactersAreRefusedFirstInEveryColumn)
+{
+    if (IsSkipped()) return;
+    grid.addLine();
+    grid.setCell(1, ColExchRate, QStringLiteral("2.5"));
+    const auto before = rowCells(1);
+    // Each text would otherwise get another message (unknown item, cycle, not a number...).
+    EXPECT_EQ(refusal(1, ColChildCode, QStringLiteral("ZZ'")), QStringLiteral("请去掉非法字符 |,' "));
+    EXPECT_EQ(refusal(1, ColChildCode, QStringLiteral("'")), QStringLiteral("请去掉非法字符 |,' "));
+    EXPECT_EQ(refusal(1, ColPieces, QStringLiteral("-1|")), QStringLiteral("请去掉非法字符 |,' "));
+    EXPECT_EQ(refusal(1, ColWarehouse, QStringLiteral("W2'")), QStringLiteral("请去掉非法字符 |,' "));
+    // Columns that are otherwise accepted as typed are held to it too.
+    EXPECT_EQ(refusal(1, ColWasteRate, QStringLiteral("0.1|")), QStringLiteral("请去掉非法字符 |,' "));
+    EXPECT_EQ(refusal(1, ColHidden, QStringLiteral("a'b")), QStringLiteral("请去掉非法字符 |,' "));
+    EXPECT_EQ(rowCells(1), before);
+}
+
+TEST_P(LineRules, ChildCodeChecksRunInTheirOrder)
+{
+    if (IsSkipped()) return;
+    grid.addLine();
+    grid.addLine();
+    grid.setCell(1, ColChildCode, QStringLiteral("A1"));
+    EXPECT_EQ(refusal(2, ColChildCode, QString()), QStringLiteral("子产品编号不能为空！"));
+    // Equal to the parent in other letter case: a repeat, before any cycle test.
+    parent = QStringLiteral("X3");
+    EXPECT_EQ(refusal(2, ColChildCode, QStringLiteral("x3")), QStringLiteral("产品重复出现，请修改！"));
+    // The same child on another row, in other case.
+    EXPECT_EQ(refusal(2, ColChildCode, QStringLiteral("a1")), QStringLiteral("产品重复出现，请修改！"));
+    // X1 -> X2 -> X3 is stored: X1 under X3 closes a loop.
+    EXPECT_EQ(refusal(2, ColChildCode, QStringLiteral("X1")), QStringLiteral("所填的产品结构出现循环调用，请修改！"));
+    EXPECT_EQ(refusal(2, ColChildCode, QStringLiteral("ZZ")), QStringLiteral("所填存货编码不存在，请修改！"));
+    // A service item is no child; a 30-character code is simply unknown.
+    EXPECT_EQ(refusal(2, ColChildCode, QStringLiteral("S1")), QStringLiteral("所填存货编码不存在，请修改！"));
+    EXPECT_EQ(refusal(2, ColChildCode, QString(30, QLatin1Char('Q'))), QStringLiteral("所填存货编码不存在，请修改！"));
+    // The row being edited is not compared with itself.
+    EXPECT_EQ(accepted(1, ColChildCode, QStringLiteral("A1")), QStringLiteral("A1"));
+}
+
+TEST_P(LineRules, AcceptedChildFillsItsRowAndEmptiesUnusedFreeItems)
+{
+    if (IsSkipped()) return;
+    grid.addLine();
+    grid.setCell(1, ColFree1, QStringLiteral("红色"));
+    grid.setCell(1, ColFree2, QStringLiteral("一等"));
+    EXPECT_EQ(accepted(1, ColChildCode, QStringLiteral("A1")), QStringLiteral("A1"));
+    EXPECT_EQ(grid.cell(1, ColChildName), QStringLiteral("零件一"));
+    EXPECT_EQ(grid.cell(1, ColSpec), QStringLiteral("S-A1"));
+    EXPECT_EQ(grid.cell(1, ColMainUnit), QStringLiteral("个"));
+    EXPECT_EQ(grid.cell(1, ColAuxUnit), QStringLiteral("箱"));
+    EXPECT_EQ(LeadingNumber(grid.cell(1, ColExchRate)), 2.5);
+    EXPECT_EQ(LeadingNumber(grid.cell(1, ColPlannedPrice)), 5.0);
+    EXPECT_EQ(grid.cell(1, ColFree1), QStringLiteral("红色"));  // A1 uses both
+    EXPECT_EQ(grid.cell(1, ColFree2), QStringLiteral("一等"));
+
+    // A3 uses free item 1 only; A2 none; its empty rate and price replace the old ones.
+    accepted(1, ColChildCode, QStringLiteral("A3"));
+    EXPECT_EQ(grid.cell(1, ColFree1), QStringLiteral("红色"));
+    EXPECT_EQ(grid.cell(1, ColFree2), QString());
+    accepted(1, ColChildCode, QStringLiteral("A2"));
+    EXPECT_EQ(grid.cell(1, ColFree1), QString());
+    EXPECT_EQ(grid.cell(1, ColExchRate), QString());
+    EXPECT_EQ(grid.cell(1, ColPlannedPrice), QString());
+    // The code is kept as typed.
+    EXPECT_EQ(accepted(1, ColChildCode, QStringLiteral("0101")), QStringLiteral("0101"));
+}
+
+TEST_P(LineRules, PiecesAndQuantityFollowEachOtherThroughTheRate)
+{
+    if (IsSkipped()) return;
+    grid.addLine();
+    accepted(1, ColChildCode, QStringLiteral("A1"));  // rate 2.5
+    EXPECT_EQ(accepted(1, ColPieces, QStringLiteral("3")), QStringLiteral("3.00"));
+    EXPECT_EQ(grid.cell(1, ColQuantity), QStringLiteral("7.50"));
+    EXPECT_EQ(accepted(1, ColQuantity, QStringLiteral("10")), QStringLiteral("10.00"));
+    EXPECT_EQ(grid.cell(1, ColPieces), QStringLiteral("4.00"));
+    // The leading-number rule: 12 followed by letters counts as 12.
+    EXPECT_EQ(accepted(1, ColQuantity, QStringLiteral("12abc")), QStringLiteral("12.00"));
+    EXPECT_EQ(grid.cell(1, ColPieces), QStringLiteral("4.80"));
+
+    // Refusals change nothing in the row.
+    const auto before = rowCells(1);
+    EXPECT_EQ(refusal(1, ColPieces, QString()), QStringLiteral("件数不能为空！"));
+    EXPECT_EQ(refusal(1, ColPieces, QStringLiteral("0")), QStringLiteral("件数不能小于或等于零！"));
+    EXPECT_EQ(refusal(1, ColPieces, QStringLiteral("abc")), QStringLiteral("件数不能小于或等于零！"));
+    EXPECT_EQ(refusal(1, ColQuantity, QString()), QStringLiteral("定额数量不能为空！"));
+    EXPECT_EQ(refusal(1, ColQuantity, QStringLiteral("0")), QStringLiteral("定额数量不能小于等于零！"));
+    EXPECT_EQ(refusal(1, ColQuantity, QStringLiteral("-2")), QStringLiteral("定额数量不能小于等于零！"));
+    EXPECT_EQ(rowCells(1), before);
+
+    // Without a rate the quantity is left as it was.
+    grid.setCell(1, ColExchRate, QStringLiteral("  "));
+    accepted(1, ColPieces, QStringLiteral("2"));
+    EXPECT_EQ(grid.cell(1, ColQuantity), QStringLiteral("12.00"));
+}
+
+TEST_P(LineRules, ReferenceColumnsTakeNameOrCodeAndShowTheName)
+{
+    if (IsSkipped()) return;
+    grid.addLine();
+    EXPECT_EQ(refusal(1, ColWarehouse, QString()), QStringLiteral("仓库编码不能为空！"));
+    EXPECT_EQ(accepted(1, ColWarehouse, QStringLiteral("W1")), QStringLiteral("原料库"));
+    EXPECT_EQ(accepted(1, ColWarehouse, QStringLiteral("成品库")), QStringLiteral("成品库"));
+    EXPECT_EQ(refusal(1, ColWarehouse, QStringLiteral("W9")), QStringLiteral("所填仓库不存在，请重新填写！"));
+
+    EXPECT_EQ(accepted(1, ColPerson, QStringLiteral("E1")), QStringLiteral("张三"));
+    EXPECT_EQ(accepted(1, ColPerson, QStringLiteral("张三")), QStringLiteral("张三"));
+    EXPECT_EQ(accepted(1, ColPerson, QString()), QString());
+    EXPECT_EQ(refusal(1, ColPerson, QStringLiteral("E9")), QStringLiteral("所填职员不存在，请修改！"));
+
+    EXPECT_EQ(accepted(1, ColDept, QStringLiteral("D2")), QStringLiteral("二车间"));
+    // "D1" is also the name of D3: the name is tried first and stays.
+    EXPECT_EQ(accepted(1, ColDept, QStringLiteral("D1")), QStringLiteral("D1"));
+    EXPECT_EQ(refusal(1, ColDept, QStringLiteral("D9")), QStringLiteral("所填部门不存在，请修改！"));
+    EXPECT_EQ(accepted(1, ColDept, QString()), QString());
+
+    EXPECT_EQ(accepted(1, ColOperation, QStringLiteral("OP1")), QStringLiteral("装配"));
+    EXPECT_EQ(refusal(1, ColOperation, QStringLiteral("OP9")), QStringLiteral("所填工序不存在，请修改！"));
+
+    EXPECT_EQ(accepted(1, ColFree1, QStringLiteral("R")), QStringLiteral("红色"));
+    EXPECT_EQ(accepted(1, ColFree1, QStringLiteral("蓝色")), QStringLiteral("蓝色"));
+    EXPECT_EQ(accepted(1, ColFree2, QString()), QString());
+    EXPECT_EQ(refusal(1, ColFree2, QStringLiteral("R")), QStringLiteral("所填内容不存在，请修改！"));
+    // A Chinese name longer than any column is just unknown.
+    EXPECT_EQ(refusal(1, ColPerson, QString(40, QChar(0x4E2D))), QStringLiteral("所填职员不存在，请修改！"));
+}
+
+TEST_P(LineRules, SecondPassHoldsThePlannedPriceRuleAndOnlyNames)
+{
+    if (IsSkipped()) return;
+    const auto line = [this](const QString& child, const QString& wh, const QString& qty) {
+        const int r = grid.addLine();
+        grid.setCell(r, ColChildCode, child);
+        grid.setCell(r, ColWarehouse, wh);
+        grid.setCell(r, ColQuantity, qty);
+        return r;
+    };
+    const int a2Planned = line(QStringLiteral("A2"), QStringLiteral("原料库"), QStringLiteral("1"));
+    EXPECT_EQ(validateLine(lk, grid, parent, a2Planned).message,
+              QStringLiteral("计划价法核算的仓库不能存放无计划价的存货！"));
+    grid.setCell(a2Planned, ColWarehouse, QStringLiteral("成品库"));
+    EXPECT_TRUE(validateLine(lk, grid, parent, a2Planned).accepted);
+    EXPECT_EQ(grid.cell(a2Planned, ColChildName), QStringLiteral("零件二"));
+    EXPECT_EQ(grid.cell(a2Planned, ColQuantity), QStringLiteral("1.00"));
+
+    const int a1 = line(QStringLiteral("A1"), QStringLiteral("原料库"), QStringLiteral("5"));
+    grid.setCell(a1, ColExchRate, QStringLiteral("2.5"));
+    EXPECT_TRUE(validateLine(lk, grid, parent, a1).accepted);
+    EXPECT_EQ(grid.cell(a1, ColPieces), QStringLiteral("2.00"));  // recomputed through the rate
+
+    // A code where the name belongs is not turned into a name here: refused, the cell emptied.
+    grid.setCell(a1, ColWarehouse, QStringLiteral("W1"));
+    EXPECT_EQ(validateLine(lk, grid, parent, a1).message, QStringLiteral("所填仓库不存在，请重新填写！"));
+    EXPECT_EQ(grid.cell(a1, ColWarehouse), QString());
+    grid.setCell(a1, ColWarehouse, QStringLiteral("成品库"));
+    grid.setCell(a1, ColFree1, QStringLiteral("R"));
+    EXPECT_EQ(validateLine(lk, grid, parent, a1).message, QStringLiteral("所填内容不存在，请修改！"));
+    grid.setCell(a1, ColFree1, QStringLiteral("红色"));
+    grid.setCell(a1, ColDept, QStringLiteral("D2"));
+    EXPECT_EQ(validateLine(lk, grid, parent, a1).message, QStringLiteral("所填部门不存在，请修改！"));
+    grid.setCell(a1, ColDept, QStringLiteral("二车间"));
+    grid.setCell(a1, ColQuantity, QString());
+    EXPECT_EQ(validateLine(lk, grid, parent, a1).message, QStringLiteral("定额数量不能为空！"));
+    grid.setCell(a1, ColQuantity, QStringLiteral("5"));
+    EXPECT_TRUE(validateLine(lk, grid, parent, a1).accepted);
+
+    // The child-code rules come first: the duplicate of row 1 is refused before anything else.
+    const int dup = line(QStringLiteral("a2"), QString(), QString());
+    EXPECT_EQ(validateLine(lk, grid, parent, dup).message, QStringLiteral("产品重复出现，请修改！"));
+}
+
+TEST_P(LineRules, HeaderChecksOfParentAndDepartment)
+{
+    if (IsSkipped()) return;
+    Recordset* heads = ctx->mrecPro.get();
+    EXPECT_EQ(checkParentCode(QString(), true, heads, lk.inventory).verdict.message, QStringLiteral("主产品编码不能为空！"));
+    EXPECT_EQ(checkParentCode(QString(), false, heads, lk.inventory).verdict.message, QStringLiteral("主产品编码不能为空！"));
+    // P2 is a valid item, but already has a structure.
+    EXPECT_EQ(checkParentCode(QStringLiteral("P2"), true, heads, lk.inventory).verdict.message,
+              QStringLiteral("所填父项编码已定义过，请修改！"));
+    EXPECT_EQ(checkParentCode(QStringLiteral("ZZ"), true, heads, lk.inventory).verdict.message,
+              QStringLiteral("所填存货编码不存在，请修改！"));
+    EXPECT_EQ(checkParentCode(QStringLiteral("P1'"), true, heads, lk.inventory).verdict.message,
+              QStringLiteral("所填存货编码不存在，请修改！"));
+    // Editing: any non-empty code passes without a lookup.
+    EXPECT_TRUE(checkParentCode(QStringLiteral("ZZ"), false, heads, lk.inventory).verdict.accepted);
+    const ParentCheck p1 = checkParentCode(QStringLiteral("P1"), true, heads, lk.inventory);
+    ASSERT_TRUE(p1.verdict.accepted);
+    EXPECT_EQ(p1.name, QStringLiteral("成品一"));
+    EXPECT_EQ(p1.spec, QStringLiteral("规格P1"));
+
+    QString dep = QStringLiteral("D2");
+    EXPECT_TRUE(checkDepartment(dep, lk.department).accepted);
+    EXPECT_EQ(dep, QStringLiteral("二车间"));
+    dep = QStringLiteral("D1");  // a name first
+    EXPECT_TRUE(checkDepartment(dep, lk.department).accepted);
+    EXPECT_EQ(dep, QStringLiteral("D1"));
+    dep = QString();
+    EXPECT_TRUE(checkDepartment(dep, lk.department).accepted);
+    for (const QString& bad : {QStringLiteral("D9"), QStringLiteral("总厂"), QStringLiteral("D'1")}) {
+        dep = bad;
+        EXPECT_EQ(checkDepartment(dep, lk.department).message, QStringLiteral("所填生产部门不存在，请修改！"));
+        EXPECT_EQ(dep, bad);
+    }
+}
+
+TEST_P(LineRules, FreeItemsAndNameConversions)
+{
+    if (IsSkipped()) return;
+    EXPECT_TRUE(HasFree(QStringLiteral("A1"), ColFree1, *db));
+    EXPECT_TRUE(HasFree(QStringLiteral("A1"), ColFree2, *db));
+    EXPECT_TRUE(HasFree(QStringLiteral("A3"), ColFree1, *db));
+    EXPECT_FALSE(HasFree(QStringLiteral("A3"), ColFree2, *db));
+    EXPECT_FALSE(HasFree(QStringLiteral("A1"), ColAuxUnit, *db));
+    EXPECT_FALSE(HasFree(QStringLiteral("ZZ"), ColFree1, *db));
+
+    grid.addLine();
+    grid.addLine();
+    grid.setCell(1, ColChildCode, QStringLiteral("A1"));
+    grid.setCell(1, ColFree1, QStringLiteral("红色"));
+    grid.setCell(2, ColChildCode, QStringLiteral("A3"));
+    grid.setCell(2, ColFree1, QStringLiteral("蓝色"));
+    ScriptedPrompter prompter;
+    EXPECT_TRUE(FreeRight(grid, *ctx));
+    EXPECT_TRUE(prompter.shown.empty());
+    grid.setCell(2, ColFree2, QStringLiteral("一等"));
+    EXPECT_FALSE(FreeRight(grid, *ctx));
+    ASSERT_EQ(prompter.shown.size(), 1u);
+    EXPECT_EQ(prompter.last(), QStringLiteral("第2条子存货没有定义等级,请清空！"));
+    EXPECT_EQ(prompter.shown[0].title, QStringLiteral("提示！"));
+
+    auto unnamed = makeListContext(*db, true);
+    grid.setCell(2, ColChildCode, QStringLiteral("A2"));
+    EXPECT_EQ(freeItemRefusal(grid, *unnamed), QStringLiteral("第2条子存货没有定义自由项1,请清空！"));
+
+    EXPECT_EQ(NameToCode_WareHouse(QStringLiteral("成品库"), lk.warehouse), QStringLiteral("W2"));
+    EXPECT_EQ(NameToCode_WareHouse(QStringLiteral("原料库"), lk.warehouse), QStringLiteral("W1"));
+    EXPECT_EQ(NameToCode_WareHouse(QStringLiteral("无此库"), lk.warehouse), QString());
+    EXPECT_EQ(NameToCode_Dep(QStringLiteral("二车间"), lk.department), QStringLiteral("D2"));
+    EXPECT_EQ(NameToCode_Dep(QStringLiteral("总厂"), lk.department), QString());
+    EXPECT_EQ(CodeToName_WareHouse(QStringLiteral("W1"), *db), QStringLiteral("原料库"));
+    EXPECT_EQ(CodeToName_WareHouse(QStringLiteral("W'1"), *db), QString());
+    EXPECT_EQ(CodeToName_Dep(QStringLiteral("D2"), *db), QStringLiteral("二车间"));
+    EXPECT_EQ(CodeToName_Dep(QStringLiteral("D9"), *db), QString());  // not end-level
+}
+
+TEST_P(LineRules, PickedRecordsWriteTheirSecondFieldNullAsEmpty)
+{
+    if (IsSkipped()) return;
+    db->execute(QStringLiteral("insert into CA_PreDf(cProcedureID,cProcedureName,cDeptId) values(?,?,?)"),
+                {QStringLiteral("OP2"), QVariant(QMetaType::fromType<QString>()), QStringLiteral("D1")});
+    auto ops = db->openRecordset(QStringLiteral("select cProcedureID,cProcedureName,cDeptId from CA_PreDf "));
+    grid.addLine();
+    grid.addLine();
+    grid.setCurrentRow(2);
+    grid.setCell(2, ColOperation, QStringLiteral("old"));
+    QString parentPicked;
+    ClsRef::Targets t;
+    t.lines = &grid;
+    t.parentPicked = [&](const QString& c, const QString& n, const QString& s) { parentPicked = c + n + s; };
+    ClsRef ref(t);
+    ops->findFirst(Criteria::eq(QStringLiteral("cProcedureID"), QStringLiteral("OP2")));
+    ref.Refnew5_Selected(*ops);
+    EXPECT_EQ(grid.cell(2, ColOperation), QString());
+    ops->findFirst(Criteria::eq(QStringLiteral("cProcedureID"), QStringLiteral("OP1")));
+    ref.Refnew5_Selected(*ops);
+    EXPECT_EQ(grid.cell(2, ColOperation), QStringLiteral("装配"));
+    EXPECT_EQ(grid.cell(1, ColOperation), QString());
+
+    lk.warehouse->findFirst(Criteria::eq(QStringLiteral("cwhcode"), QStringLiteral("W1")));
+    ref.Ref4_Selected(*lk.warehouse);
+    EXPECT_EQ(grid.cell(2, ColWarehouse), QStringLiteral("原料库"));
+    lk.inventory->findFirst(Criteria::eq(QStringLiteral("cInvCode"), QStringLiteral("P1")));
+    ref.Ref1_Selected(*lk.inventory);
+    EXPECT_EQ(parentPicked, QStringLiteral("P1成品一规格P1"));
+    EXPECT_EQ(NullToText(QVariant()), QString());
+    EXPECT_EQ(NullToText(QVariant(QMetaType::fromType<double>())), QString());
+}
+
+TEST_P(LineRules, ColumnTableFollowsTheCompany)
+{
+    if (IsSkipped()) return;
+    auto unnamed = makeListContext(*db, true);
+    unnamed->childTerm = QStringLiteral("材料");
+    EXPECT_EQ(lineColumnSpec(ColChildCode, *unnamed, AuxUnitSwitch::Absent).caption, QStringLiteral("材料编码"));
+    EXPECT_EQ(lineColumnSpec(ColChildName, *unnamed, AuxUnitSwitch::Absent).caption, QStringLiteral("材料名称"));
+    const LineColumnSpec f1 = lineColumnSpec(ColFree1, *unnamed, AuxUnitSwitch::Absent);
+    EXPECT_EQ(f1.caption, QStringLiteral("自由项一"));
+    EXPECT_EQ(f1.width, 0);
+    EXPECT_FALSE(f1.button);
+    const LineColumnSpec f2 = lineColumnSpec(ColFree2, *ctx, AuxUnitSwitch::Absent);
+    EXPECT_EQ(f2.caption, QStringLiteral("等级"));
+    EXPECT_EQ(f2.width, 800);
+    EXPECT_EQ(f2.maxLength, 60);
+    EXPECT_TRUE(f2.button);
+    EXPECT_EQ(lineColumnSpec(ColPieces, *ctx, AuxUnitSwitch::Hidden).width, 0);
+    EXPECT_EQ(lineColumnSpec(ColExchRate, *ctx, AuxUnitSwitch::Shown).width, 800);
+    EXPECT_EQ(lineColumnSpec(ColWasteRate, *ctx, AuxUnitSwitch::Shown).decimals, 8);
+    EXPECT_EQ(readAuxUnitSwitch(*ctx), AuxUnitSwitch::Shown);
+    db->execute(QStringLiteral("update accinformation set cValue=? where cID=?"), {QStringLiteral("True"), QStringLiteral("22")});
+    EXPECT_EQ(readAuxUnitSwitch(*ctx), AuxUnitSwitch::Hidden);
+    db->execute(QStringLiteral("delete from accinformation where cID=?"), {QStringLiteral("22")});
+    EXPECT_EQ(readAuxUnitSwitch(*ctx), AuxUnitSwitch::Absent);
+}
+
+QX_INSTANTIATE_BACKENDS(LineRules);
+
+}  // namespace
