@@ -4,6 +4,7 @@
 // comments where a text has one. Messages that take a term (sProStru) are built by functions.
 
 #include <QString>
+#include <QStringList>
 
 namespace qx::text {
 
@@ -250,5 +251,112 @@ inline QString structureNotFound(const QString& code)
 inline const QString kPrintFailed = QStringLiteral("打印没有完成，请检查打印机后再试一次！");
 inline const QString kOk = QStringLiteral("确定");
 inline const QString kCancel = QStringLiteral("取消");
+
+// The host executable's command line and the integrity report (qxprostru verify, check-cycle)
+inline QString badCommandLine(const QString& why)
+{
+    return QStringLiteral("命令行不正确：") + why;
+}
+inline const QString kUsage = QStringLiteral(
+    "用法：qxprostru [--read-only] 数据库 [--screenshot PNG [--card 编码 | --new-card]]\n"
+    "      qxprostru 数据库 --pdf 文件 --structure 编码\n"
+    "      qxprostru demo 数据库\n"
+    "      qxprostru verify 数据库\n"
+    "      qxprostru check-cycle 数据库 父项编码 子项编码");
+inline QString unknownOption(const QString& option)
+{
+    return QStringLiteral("不认识的选项 ") + option;
+}
+inline QString optionNeedsValue(const QString& option)
+{
+    return QStringLiteral("选项 ") + option + QStringLiteral(" 缺少取值");
+}
+inline QString optionNeedsOption(const QString& option, const QString& needed)
+{
+    return QStringLiteral("选项 ") + option + QStringLiteral(" 须与 ") + needed + QStringLiteral(" 同用");
+}
+inline QString optionsExclusive(const QString& a, const QString& b)
+{
+    return QStringLiteral("选项 ") + a + QStringLiteral(" 与 ") + b + QStringLiteral(" 不能同用");
+}
+inline QString optionNotHere(const QString& option, const QString& command)
+{
+    return QStringLiteral("选项 ") + option + QStringLiteral(" 不能用于 ") + command;
+}
+inline QString optionRepeated(const QString& option)
+{
+    return QStringLiteral("选项 ") + option + QStringLiteral(" 重复");
+}
+inline const QString kMissingDatabase = QStringLiteral("缺少数据库");
+inline QString wrongArgumentCount(const QString& command)
+{
+    return command + QStringLiteral(" 的参数个数不对");
+}
+inline QString databaseFileMissing(const QString& path)
+{
+    return QStringLiteral("数据库文件不存在：") + path;
+}
+inline const QString kInitFailed =
+    QStringLiteral("不能打开产品结构数据（Inventory、ProductStructure、ProductStructures）");
+inline QString notYetAvailable(const QString& option)
+{
+    return QStringLiteral("选项 ") + option + QStringLiteral(" 的功能尚未提供");
+}
+inline QString demoCreated(const QString& database)
+{
+    return QStringLiteral("演示账套已建立：") + database;
+}
+inline QString demoKept(const QString& database)
+{
+    return QStringLiteral("演示账套已存在，未作改动：") + database;
+}
+inline QString openedRecordset(const QString& which, bool snapshot, int rows)
+{
+    return QStringLiteral("已打开") + which + (snapshot ? QStringLiteral("（快照，只读）") : QStringLiteral("（动态集）")) +
+           QStringLiteral("：") + QString::number(rows) + QStringLiteral(" 行");
+}
+inline const QString kParentRecordset = QStringLiteral("父项记录集");
+inline const QString kChildRecordset = QStringLiteral("子项记录集");
+inline const QString kJoinedRecordset = QStringLiteral("结构记录集");
+inline const QString kNoListWindow = QStringLiteral("列表窗口尚未提供，未显示窗口");
+inline QString placementAllowed(const QString& parent, const QString& child)
+{
+    return QStringLiteral("允许：") + child + QStringLiteral(" 可作为 ") + parent + QStringLiteral(" 的子项");
+}
+inline QString placementCycle(const QString& parent, const QString& child)
+{
+    return QStringLiteral("循环：") + child + QStringLiteral(" 放在 ") + parent +
+           QStringLiteral(" 之下会出现循环调用");
+}
+inline QString storedLoop(const QStringList& loop)
+{
+    return QStringLiteral("产品结构出现循环调用：") + loop.join(QStringLiteral(" → "));
+}
+inline QString storedLoopGroup(const QStringList& loop, qsizetype groupSize)
+{
+    return storedLoop(loop) + QStringLiteral("（相互调用的产品共 ") + QString::number(groupSize) +
+           QStringLiteral(" 个）");
+}
+inline QString lineChildMissing(const QString& parent, const QString& child)
+{
+    return QStringLiteral("子项存货不存在：父项 ") + parent + QStringLiteral(" 子项 ") + child;
+}
+inline QString lineParentMissing(const QString& parent, const QString& child)
+{
+    return QStringLiteral("父项存货不存在：父项 ") + parent + QStringLiteral(" 子项 ") + child;
+}
+inline QString lineWithoutHeader(const QString& parent, const QString& child)
+{
+    return QStringLiteral("子项没有父项结构：父项 ") + parent + QStringLiteral(" 子项 ") + child;
+}
+inline QString structureWithoutLines(const QString& parent)
+{
+    return QStringLiteral("产品结构没有子项：") + parent;
+}
+inline const QString kVerifyClean = QStringLiteral("产品结构数据完整，未发现问题");
+inline QString verifyProblems(qsizetype count)
+{
+    return QStringLiteral("共发现 ") + QString::number(count) + QStringLiteral(" 个问题");
+}
 
 }  // namespace qx::text

@@ -1,0 +1,172 @@
+// qxprostru: stands in for the suite's host. It opens a company database, creates QXProStru,
+// calls Init and Show; it also creates the demo company and runs the integrity checks.
+
+#include "data/common.h"
+#include "data/schema.h"
+#include "data/texts.h"
+#include "data/verify.h"
+#include "host/command_line.h"
+#include "host/qxprostru.h"
+#include "platform/database.h"
+#include "platform/db_error.h"
+
+#include <QApplication>
+#include <QCoreApplication>
+#include <QFileInfo>
+
+#include <cstdio>
+#include <memory>
+
+namespace {
+
+using qx::CommandLine;
+
+enum Exit { kOk = 0, kRefused = 1, kFailed = 2 };
+
+void say(const QString& line)
+{
+    std::fputs(line.toUtf8().constData(), stdout);
+    std::fputc('\n', stdout);
+}
+
+void complain(const QString& line)
+{
+    // One line, whatever the driver's description held.
+    QString oneLine = line;
+    oneLine.replace(QLatin1Char('\n'), QLatin1Char(' '));
+    std::fputs(oneLine.trimmed().toUtf8().constData(), stderr);
+    std::fputc('\n', stderr);
+}
+
+bool isAbsentSqliteFile(const QString& connection)
+{
+    const qx::ConnectionInfo info = qx::parseConnectionString(connection);
+    return info.backend == qx::Backend::Sqlite && !QFileInfo::exists(info.path);
+}
+
+// Opens a company that must already exist: an absent SQLite file is an error, not a new company.
+std::unique_ptr<qx::Database> openExisting(const QString& connection)
+{
+    if (isAbsentSqliteFile(connection))
+        throw qx::DbError(qx::DbErrorKind::Other,
+                          qx::text::databaseFileMissing(qx::parseConnectionString(connection).path));
+    return qx::Database::open(connection);
+}
+
+int runDemo(const CommandLine& cmd)
+{
+    auto db = qx::Database::open(cmd.database);
+    qx::schema::createCompany(*db);
+    const bool hadStructures =
+        db->openRecordset(QStringLiteral("select count(*) from ProductStructure"), qx::RecordsetType::Snapshot)
+            ->field(0)
+            .toInt() > 0;
+    qx::schema::createDemoCompany(*db);
+    say(hadStructures ? qx::text::demoKept(cmd.database) : qx::text::demoCreated(cmd.database));
+    return kOk;
+}
+
+int runVerify(const CommandLine& cmd)
+{
+    auto db = openExisting(cmd.database);
+    const qx::VerifyReport report = qx::verifyStructures(*db);
+    for (const QString& line : report.lines) say(line);
+    say(report.clean ? qx::text::kVerifyClean : qx::text::verifyProblems(report.lines.size()));
+    return report.clean ? kOk : kRefused;
+}
+
+int runCheckCycle(const CommandLine& cmd)
+{
+    auto db = openExisting(cmd.database);
+    // The routine leaves a child equal to its parent to its callers; a placement of a product
+    // under itself is a loop all the same.
+    const bool allowed = cmd.parent != cmd.child && qx::CheckCycle(cmd.parent, cmd.child, *db);
+    say(allowed ? qx::text::placementAllowed(cmd.parent, cmd.child)
+                : qx::text::placementCycle(cmd.parent, cmd.child));
+    return allowed ? kOk : kRefused;
+}
+
+void reportOpened(const qx::QXProStru& host)
+{
+    const struct {
+        const QString& name;
+        qx::Recordset* rs;
+    } sets[] = {{qx::text::kParentRecordset, host.parentRecords()},
+                {qx::text::kChildRecordset, host.childRecords()},
+                {qx::text::kJoinedRecordset, host.joinedRecords()}};
+    for (const auto& s : sets)
+        say(qx::text::openedRecordset(s.name, s.rs->type() == qx::RecordsetType::Snapshot, s.rs->recordCount()));
+}
+
+int runMain(const CommandLine& cmd)
+{
+    // A site without the suite starts from the demo company.
+    if (isAbsentSqliteFile(cmd.database)) {
+        auto fresh = qx::Database::open(cmd.database);
+        qx::schema::createDemoCompany(*fresh);
+        say(qx::text::demoCreated(cmd.database));
+    }
+    auto db = qx::Database::open(cmd.database);
+    qx::QXProStru host;
+    if (!host.Init(*db, cmd.readOnly)) {
+        complain(qx::text::kInitFailed);
+        return kFailed;
+    }
+    if (!cmd.pdf.isEmpty()) {
+        complain(qx::text::notYetAvailable(QStringLiteral("--pdf")));
+        return kFailed;
+    }
+    if (!cmd.screenshot.isEmpty()) {
+        complain(qx::text::notYetAvailable(QStringLiteral("--screenshot")));
+        return kFailed;
+    }
+    if (!qx::QXProStru::hasShowHook()) {
+        reportOpened(host);
+        say(qx::text::kNoListWindow);
+        return kOk;
+    }
+    host.Show();
+    return kOk;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    QStringList args;
+    for (int i = 1; i < argc; ++i) args << QString::fromLocal8Bit(argv[i]);
+    const qx::CommandLineResult parsed = qx::parseCommandLine(args);
+    if (!parsed.command) {
+        complain(parsed.error);
+        return kFailed;
+    }
+    const CommandLine& cmd = *parsed.command;
+
+    // Windows need the widget application; every other job runs without a screen.
+    std::unique_ptr<QCoreApplication> app;
+    if (cmd.wantsWindow() && qx::QXProStru::hasShowHook())
+        app = std::make_unique<QApplication>(argc, argv);
+    else
+        app = std::make_unique<QCoreApplication>(argc, argv);
+
+    try {
+        switch (cmd.job) {
+        case CommandLine::Job::Help:
+            say(qx::text::kUsage);
+            return kOk;
+        case CommandLine::Job::Demo:
+            return runDemo(cmd);
+        case CommandLine::Job::Verify:
+            return runVerify(cmd);
+        case CommandLine::Job::CheckCycle:
+            return runCheckCycle(cmd);
+        case CommandLine::Job::Main:
+            return runMain(cmd);
+        }
+    } catch (const qx::DbError& e) {
+        complain(e.description());
+    } catch (const std::exception& e) {
+        complain(QString::fromLocal8Bit(e.what()));
+    }
+    return kFailed;
+}
