@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <unordered_map>
 
 namespace qx {
 
@@ -328,11 +329,21 @@ bool asNumber(const QVariant& v, double& out)
     return ok;
 }
 
+// The text of a text cell without a copy (nullptr for any other type).
+const QString* textOf(const QVariant& v)
+{
+    return v.metaType().id() == QMetaType::QString ? static_cast<const QString*>(v.constData())
+                                                   : nullptr;
+}
+
 // Exact comparison as the databases' "=" makes it: numbers numerically when both sides are
 // numbers and the cell is a numeric column; otherwise as text; NULL never matches.
 bool cellMatches(const QVariant& cell, const QVariant& wanted)
 {
     if (cell.isNull() || wanted.isNull()) return false;
+    const QString* cellText = textOf(cell);
+    const QString* wantedText = textOf(wanted);
+    if (cellText && wantedText) return *cellText == *wantedText;
     double a = 0, b = 0;
     if (isNumeric(cell) && asNumber(wanted, b)) {
         a = cell.toDouble();
@@ -343,11 +354,6 @@ bool cellMatches(const QVariant& cell, const QVariant& wanted)
     return cell.toString() == wanted.toString();
 }
 
-QString numberKey(double v)
-{
-    return QLatin1Char('\x01') + QString::number(v, 'g', 17);
-}
-QString textKey(const QString& v) { return QLatin1Char('\x02') + v; }
 
 enum class EditMode { None, Add, Edit };
 
@@ -363,6 +369,7 @@ struct Recordset::Impl {
     bool isTable = false;
 
     QStringList names;
+    QHash<QString, int> byName;  // as the database spells them, tried first (no lower-casing)
     QHash<QString, int> byLowerName;
     std::vector<std::vector<QVariant>> rows;
     std::vector<char> alive;   // a deleted row stays in `rows` so that indexes stay valid
@@ -373,7 +380,12 @@ struct Recordset::Impl {
     Criteria filter;
     bool filtered = false;
     int indexField = -1;  // the field the hash index is built on (-1: none)
-    QHash<QString, std::vector<int>> index;
+    // Rows by the value of indexField: text cells by their text, numeric cells by their number.
+    struct TextHash {
+        size_t operator()(const QString& s) const { return qHash(s); }
+    };
+    std::unordered_map<QString, std::vector<int>, TextHash> textIndex;
+    std::unordered_map<double, std::vector<int>> numberIndex;
 
     EditMode mode = EditMode::None;
     std::vector<QVariant> buffer;
@@ -388,11 +400,16 @@ struct Recordset::Impl {
     {
         if (!open) throw DbError(DbErrorKind::Other, text::kRecordsetClosed);
     }
+    int lookup(const QString& name) const
+    {
+        if (const auto exact = byName.constFind(name); exact != byName.cend()) return exact.value();
+        return byLowerName.value(name.toLower(), -1);
+    }
     int fieldIndexOrThrow(const QString& name) const
     {
-        const auto it = byLowerName.constFind(name.toLower());
-        if (it == byLowerName.cend()) throw DbError(DbErrorKind::Other, text::unknownField(name));
-        return it.value();
+        const int f = lookup(name);
+        if (f < 0) throw DbError(DbErrorKind::Other, text::unknownField(name));
+        return f;
     }
     const std::vector<QVariant>& currentRow() const
     {
@@ -417,11 +434,13 @@ struct Recordset::Impl {
         const QSqlRecord rec = q.record();
         const int n = rec.count();
         names.clear();
+        byName.clear();
         byLowerName.clear();
         for (int i = 0; i < n; ++i) {
             names << rec.fieldName(i);
             const QString lower = rec.fieldName(i).toLower();
             if (!byLowerName.contains(lower)) byLowerName.insert(lower, i);  // the first wins
+            if (!byName.contains(rec.fieldName(i))) byName.insert(rec.fieldName(i), i);
         }
         rows.clear();
         if (q.size() > 0) rows.reserve(size_t(q.size()));
@@ -432,8 +451,7 @@ struct Recordset::Impl {
             rows.push_back(std::move(row));
         }
         alive.assign(rows.size(), 1);
-        index.clear();
-        indexField = -1;
+        dropIndex();
         mode = EditMode::None;
         applyFilter();
     }
@@ -453,17 +471,29 @@ struct Recordset::Impl {
         return out;
     }
 
+    void dropIndex()
+    {
+        textIndex.clear();
+        numberIndex.clear();
+        indexField = -1;
+    }
     void buildIndex(int field)
     {
-        index.clear();
+        dropIndex();
         indexField = field;
+        textIndex.reserve(rows.size() / 4 + 1);
         for (int r = 0; r < int(rows.size()); ++r) addToIndex(r);
     }
     void addToIndex(int r)
     {
         const QVariant& v = rows[size_t(r)][size_t(indexField)];
         if (v.isNull()) return;
-        index[isNumeric(v) ? numberKey(v.toDouble()) : textKey(v.toString())].push_back(r);
+        if (isNumeric(v))
+            numberIndex[v.toDouble()].push_back(r);
+        else if (const QString* text = textOf(v))
+            textIndex[*text].push_back(r);
+        else
+            textIndex[v.toString()].push_back(r);
     }
 
     void applyFilter()
@@ -479,20 +509,21 @@ struct Recordset::Impl {
             const QVariant& wanted = terms.front().second;
             std::vector<int> candidates;
             if (!wanted.isNull()) {
-                auto addAll = [&](const QString& key) {
-                    const auto it = index.constFind(key);
-                    if (it != index.cend())
-                        candidates.insert(candidates.end(), it->begin(), it->end());
-                };
                 double n = 0;
-                if (asNumber(wanted, n)) addAll(numberKey(n));
-                // A numeric criterion also finds text cells that read as the same number.
-                if (!isNumeric(wanted))
-                    addAll(textKey(wanted.toString()));
-                else
-                    for (auto it = index.cbegin(); it != index.cend(); ++it)
-                        if (it.key().startsWith(QLatin1Char('\x02')))
-                            candidates.insert(candidates.end(), it->begin(), it->end());
+                if (asNumber(wanted, n)) {
+                    const auto it = numberIndex.find(n);
+                    if (it != numberIndex.end())
+                        candidates.insert(candidates.end(), it->second.begin(), it->second.end());
+                }
+                if (!isNumeric(wanted)) {
+                    const auto it = textIndex.find(wanted.toString());
+                    if (it != textIndex.end())
+                        candidates.insert(candidates.end(), it->second.begin(), it->second.end());
+                } else {
+                    // A numeric criterion also finds text cells that read as the same number.
+                    for (const auto& [text, list] : textIndex)
+                        candidates.insert(candidates.end(), list.begin(), list.end());
+                }
                 std::sort(candidates.begin(), candidates.end());
                 candidates.erase(std::unique(candidates.begin(), candidates.end()),
                                  candidates.end());
@@ -596,11 +627,11 @@ int Recordset::fieldCount() const { return int(d->names.size()); }
 QString Recordset::fieldName(int index) const { return d->names.value(index); }
 bool Recordset::hasField(const QString& name) const
 {
-    return d->byLowerName.contains(name.toLower());
+    return d->lookup(name) >= 0;
 }
 int Recordset::fieldIndex(const QString& name) const
 {
-    return d->byLowerName.value(name.toLower(), -1);
+    return d->lookup(name);
 }
 
 QVariant Recordset::field(const QString& name) const { return field(d->fieldIndexOrThrow(name)); }
@@ -750,10 +781,8 @@ void Recordset::update()
                                     .arg(d->source, sets.join(QStringLiteral(", ")), where);
             if (d->db->execute(sql, params + whereParams) == 0)
                 throw DbError(DbErrorKind::RecordDeleted, text::kRecordDeleted);
-            if (d->indexField >= 0 && d->changed[size_t(d->indexField)]) {
-                d->index.clear();
-                d->indexField = -1;  // rebuilt on the next filter
-            }
+            if (d->indexField >= 0 && d->changed[size_t(d->indexField)])
+                d->dropIndex();  // rebuilt on the next filter
             d->rows[size_t(r)] = d->buffer;
         }
     }
@@ -793,8 +822,7 @@ void Recordset::close()
     d->rows.clear();
     d->alive.clear();
     d->visible.clear();
-    d->index.clear();
-    d->indexField = -1;
+    d->dropIndex();
     d->pos = -1;
     d->mode = EditMode::None;
 }
