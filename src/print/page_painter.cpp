@@ -1,5 +1,7 @@
 #include "print/page_painter.h"
 
+#include "data/texts.h"
+
 #include <QFont>
 #include <QFontMetricsF>
 #include <QPagedPaintDevice>
@@ -24,9 +26,24 @@ struct Scale {
     double py(double twips) const { return twips * y; }
 };
 
+// The layout names its fonts as the suite's machines have them ("宋体"). Where that font is
+// missing, fonts follow whose PDF text layer reads back what the page shows: the CJK fonts that
+// give the ideographs' glyphs to the Kangxi radicals too make it read "⽗产品" for "父产品" and
+// lose the digits after a letter ("P001" read as "P"), so they come last.
+QFont printFont(const QString& family)
+{
+    QFont f;
+    QStringList families;
+    if (!family.trimmed().isEmpty()) families << family.trimmed();
+    families << QStringLiteral("DejaVu Serif") << QStringLiteral("Droid Sans Fallback")
+             << QStringLiteral("Noto Serif CJK SC") << QStringLiteral("Noto Sans CJK SC");
+    f.setFamilies(families);
+    return f;
+}
+
 QFont layoutFont(const LayoutRow& r)
 {
-    QFont f(r.cFontName.trimmed().isEmpty() ? QStringLiteral("Sans") : r.cFontName.trimmed());
+    QFont f = printFont(r.cFontName);
     f.setPointSize(std::max(1, r.iFontSize));
     f.setBold(r.cFontAttr.contains(QLatin1Char('B')));
     f.setUnderline(r.cFontAttr.contains(QLatin1Char('U')));
@@ -84,6 +101,7 @@ public:
             cells_.push_back({x, w, c.alignRight});
             x += w;
         }
+        font_ = printFont(text::kPrintFont);
         font_.setPointSize(kLineFontSize);
     }
 
