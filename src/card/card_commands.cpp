@@ -68,6 +68,10 @@ void FrmProStru::dispatch(const QString& command)
     }
     // A command whose button is off (viewing only, or the save after a save) does nothing.
     if (QAction* a = action(command); a && !a->isEnabled()) return;
+    // A cell still being typed is checked before the command goes on; a refusal stops it.
+    if ((command == QLatin1String("ButSave") || command == QLatin1String("butaddline")) &&
+        !grid_->finishEdit())
+        return;
     if (command == QLatin1String("ButSave"))
         save();
     else if (command == QLatin1String("ButAdd"))
@@ -113,6 +117,7 @@ void FrmProStru::addMore()
     edtName1_->clear();
     edtDep_->clear();
     edtName2_->clear();
+    grid_->cancelEdit();
     clearLines();
     parentAccepted_ = departmentAccepted_ = true;
     edtParent_->setFocus();
@@ -157,6 +162,7 @@ void FrmProStru::deleteLine()
         }
     }
     if (!Prompter::current().ask(text::kAskDeleteChild, text::kTitle, Prompter::Icon::Question)) return;
+    grid_->cancelEdit();
     grid_->removeRow(row);
 }
 

@@ -147,8 +147,7 @@ void FrmProStru::buildHeader()
     v->addWidget(header);
     v->addWidget(grid_, 1);
 
-    edtParent_->installEventFilter(this);
-    edtDep_->installEventFilter(this);
+    // The header fields' keys and focus reach eventFilter through the application-wide filter.
 }
 
 void FrmProStru::setUpGrid()
@@ -360,8 +359,8 @@ bool FrmProStru::handleKey(QObject* watched, QKeyEvent* key)
             if (com1_->isEnabled()) lookUpParent();
         } else if (watched == edtDep_) {
             if (com2_->isEnabled()) lookUpDepartment();
-        } else if (inGrid && grid_->row() >= 1) {
-            referenceRequested(grid_->row(), grid_->col());
+        } else if (inGrid) {
+            return false;  // the grid asks for its cell's reference itself, typed text included
         }
         return true;
     case Qt::Key_F5:

@@ -13,6 +13,8 @@
 #include "shared/line_grid.h"
 #include "shared/list_context.h"
 
+#include <QSet>
+
 namespace qx {
 
 namespace {
@@ -136,6 +138,30 @@ void requeryQuietly(Recordset* rs)
     }
 }
 
+Verdict itemsStillExist(Database& db, const LineGrid& lines)
+{
+    QSet<QString> wanted;
+    for (int i = 1; i < lines.rows(); ++i) wanted.insert(lines.cell(i, ColChildCode));
+    const QStringList codes(wanted.begin(), wanted.end());
+    QSet<QString> present;
+    // In slices, so that no statement carries more values than a driver takes.
+    constexpr int kSlice = 500;
+    for (int from = 0; from < codes.size(); from += kSlice) {
+        const QStringList slice = codes.mid(from, kSlice);
+        QVariantList params;
+        for (const QString& c : slice) params << c;
+        QStringList marks;
+        for (int k = 0; k < slice.size(); ++k) marks << QStringLiteral("?");
+        auto rs = db.openRecordset(QStringLiteral("select cInvCode from inventory where bService=0 and cInvCode in (") +
+                                       marks.join(QLatin1Char(',')) + QLatin1Char(')'),
+                                   RecordsetType::Snapshot, 0, params);
+        for (int r = 0; r < rs->recordCount(); ++r) present.insert(rs->value(r, 0).toString());
+    }
+    for (const QString& c : codes)
+        if (!present.contains(c)) return Verdict::refuse(text::kInvNotExist);
+    return Verdict::ok();
+}
+
 }  // namespace
 
 Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& req)
@@ -170,6 +196,10 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
         const QString freeMessage = freeItemRefusal(lines, *lk.list);
         if (!freeMessage.isEmpty()) return Verdict::refuse(freeMessage);
     }
+
+    // The items are asked for afresh: one deleted from the master data since the card was
+    // loaded is refused here, not written.
+    if (Verdict v = itemsStillExist(*lk.db, lines); !v) return v;
 
     // Lines that arrived without being typed (copied, never left) are judged as typed ones.
     for (int i = 1; i < lines.rows(); ++i) {
