@@ -147,6 +147,8 @@ QRect GridView::buttonRect(const QModelIndex& index) const
 bool GridView::isWindowKey(const QKeyEvent* e, bool editing)
 {
     const int key = e->key();
+    if (key == Qt::Key_Control || key == Qt::Key_Shift || key == Qt::Key_Alt || key == Qt::Key_Meta)
+        return false;
     const auto mods = e->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier);
     if (key >= Qt::Key_F1 && key <= Qt::Key_F35) return key != Qt::Key_F2;
     if (mods) {
@@ -359,6 +361,8 @@ bool GridView::eventFilter(QObject* watched, QEvent* event)
         // Focus gone to another window (a message box, a lookup) keeps the editor as it is.
         QWidget* to = QApplication::focusWidget();
         if (!to || to->window() != window()) break;
+        // A click into the grid itself is judged by the press, once.
+        if (to == this || to == viewport()) break;
         for (QWidget* w = to; w; w = w->parentWidget())
             if (w == editor_) return false;
         commitEditor();

@@ -1,0 +1,536 @@
+// The grid as the windows use it: heading row 0, twips, sorting, the heading's tooltip, and
+// editing under a handler, driven with real key and mouse events.
+
+#include "platform/grid.h"
+#include "support/company.h"
+
+#include <QApplication>
+#include <QHeaderView>
+#include <QHelpEvent>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QSignalSpy>
+#include <QTableView>
+#include <QTest>
+#include <QToolTip>
+#include <QVBoxLayout>
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <vector>
+
+using namespace qx;
+
+namespace {
+
+QString q(const char* s)
+{
+    return QString::fromUtf8(s);
+}
+
+// A handler that records what the grid asked and answers from its settings.
+struct RecordingHandler : GridEditHandler {
+    std::set<std::pair<int, int>> locked;
+    bool accept = true;
+    QString replaceWith;  // non-empty: the accepted text is replaced by this
+    bool allowLeave = true;
+
+    std::vector<std::pair<int, int>> lockQueries;
+    std::vector<std::tuple<int, int, QString>> validated;
+    std::vector<int> left;
+    std::vector<std::pair<int, int>> references;
+
+    bool cellLocked(int row, int col) override
+    {
+        lockQueries.emplace_back(row, col);
+        return locked.count({row, col}) > 0;
+    }
+    bool validateEdit(int row, int col, QString& text) override
+    {
+        validated.emplace_back(row, col, text);
+        if (!accept) return false;
+        if (!replaceWith.isEmpty()) text = replaceWith;
+        return true;
+    }
+    bool rowLeaving(int row) override
+    {
+        left.push_back(row);
+        return allowLeave;
+    }
+    void referenceRequested(int row, int col) override { references.emplace_back(row, col); }
+};
+
+// Stands for a window: records the keys that reach it past the grid.
+class KeyWindow : public QWidget {
+public:
+    KeyWindow()
+    {
+        auto* layout = new QVBoxLayout(this);
+        grid = new Grid(this);
+        layout->addWidget(grid);
+        resize(800, 400);
+    }
+    Grid* grid;
+    std::vector<std::pair<int, Qt::KeyboardModifiers>> keys;
+
+protected:
+    void keyPressEvent(QKeyEvent* e) override
+    {
+        // QTest presses the modifier keys on their own first; only the combined keys count here.
+        const int k = e->key();
+        if (k == Qt::Key_Control || k == Qt::Key_Shift || k == Qt::Key_Alt || k == Qt::Key_Meta) return;
+        keys.emplace_back(k, e->modifiers());
+    }
+};
+
+class GridTest : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() { qx::test::ensureApplication(); }
+};
+
+// A grid of three columns and rows "r1".."rN" in column 0, shown and focused.
+class GridEditTest : public GridTest {
+protected:
+    void SetUp() override
+    {
+        grid = window.grid;
+        grid->setCols(3);
+        for (int c = 0; c < 3; ++c) grid->setTextMatrix(0, c, QStringLiteral("H%1").arg(c));
+        for (int r = 1; r <= 3; ++r)
+            grid->appendRow({QStringLiteral("r%1").arg(r), QStringLiteral("OLD%1").arg(r), {}});
+        grid->setEditable(true);
+        grid->setEditHandler(&handler);
+        window.show();
+        window.activateWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+        grid->setRow(1);
+        grid->setCol(1);
+        grid->view()->setFocus();
+        QApplication::processEvents();
+    }
+
+    QLineEdit* editor() const { return qobject_cast<QLineEdit*>(QApplication::focusWidget()); }
+
+    // Types text as the user does: the first key goes to the grid, the rest to the editor.
+    void type(const QString& text)
+    {
+        for (QChar ch : text) {
+            QWidget* target = QApplication::focusWidget() ? QApplication::focusWidget() : grid->view();
+            QTest::keyClicks(target, QString(ch));
+        }
+    }
+
+    // As the system delivers it: a click, then the double-click event.
+    void doubleClick(const QPoint& at)
+    {
+        QTest::mouseClick(grid->view()->viewport(), Qt::LeftButton, {}, at);
+        QTest::mouseDClick(grid->view()->viewport(), Qt::LeftButton, {}, at);
+    }
+
+    QPoint cellCentre(int row, int col) const
+    {
+        return grid->view()->visualRect(grid->view()->model()->index(row - 1, col)).center();
+    }
+
+    KeyWindow window;
+    Grid* grid = nullptr;
+    RecordingHandler handler;
+};
+
+}  // namespace
+
+TEST_F(GridTest, HeadingIsRowZeroAndDataRowsFollow)
+{
+    Grid g;
+    g.setCols(3);
+    EXPECT_EQ(g.rows(), 1);
+    EXPECT_EQ(g.row(), 0) << "no data row, no current row";
+
+    g.setTextMatrix(0, 1, q("父项名称"));
+    EXPECT_EQ(g.textMatrix(0, 1), q("父项名称"));
+    EXPECT_EQ(g.view()->model()->headerData(1, Qt::Horizontal).toString(), q("父项名称"));
+
+    g.appendRow({QStringLiteral("a"), QStringLiteral("b")});  // shorter than the grid
+    g.addRow();
+    g.setTextMatrix(2, 2, QStringLiteral("z"));
+    EXPECT_EQ(g.rows(), 3);
+    EXPECT_EQ(g.textMatrix(1, 0), QStringLiteral("a"));
+    EXPECT_EQ(g.textMatrix(1, 2), QString());
+    EXPECT_EQ(g.textMatrix(2, 2), QStringLiteral("z"));
+    EXPECT_EQ(g.view()->model()->rowCount(), 2) << "the view sees every appended row";
+    EXPECT_EQ(g.view()->model()->index(0, 0).data().toString(), QStringLiteral("a"));
+    EXPECT_EQ(g.textMatrix(9, 0), QString()) << "a row past the end reads empty";
+
+    g.setRows(5);
+    EXPECT_EQ(g.rows(), 5);
+    EXPECT_EQ(g.textMatrix(4, 0), QString());
+    EXPECT_EQ(g.textMatrix(1, 0), QStringLiteral("a"));
+
+    g.setRow(2);
+    EXPECT_EQ(g.row(), 2);
+    g.removeRow(1);
+    EXPECT_EQ(g.rows(), 4);
+    EXPECT_EQ(g.textMatrix(1, 2), QStringLiteral("z"));
+
+    g.setRows(1);
+    EXPECT_EQ(g.rows(), 1);
+    EXPECT_EQ(g.row(), 0);
+    EXPECT_EQ(g.textMatrix(0, 1), q("父项名称")) << "clearing the rows keeps the heading";
+    g.setRows(0);
+    EXPECT_EQ(g.rows(), 1) << "the heading row never goes";
+}
+
+TEST_F(GridTest, WidthsAreTwipsAndAHiddenColumnStaysAddressable)
+{
+    Grid g;
+    g.setCols(3);
+    const int dpi = g.logicalDpiX();
+    EXPECT_EQ(twipsToPixels(1440, &g), dpi);
+    EXPECT_EQ(twipsToPixels(720, &g), dpi / 2);
+    EXPECT_EQ(pixelsToTwips(dpi, &g), 1440);
+
+    g.setColWidth(0, 1500);
+    EXPECT_EQ(g.colWidth(0), 1500);
+    EXPECT_EQ(g.view()->horizontalHeader()->sectionSize(0), qRound(1500.0 * dpi / 1440));
+    EXPECT_EQ(g.colWidth(2), -1) << "never set";
+    EXPECT_NEAR(g.view()->horizontalHeader()->sectionSize(2), twipsToPixels(1000, &g), 1);
+
+    g.setColWidth(1, 0);
+    g.appendRow({QStringLiteral("a"), QStringLiteral("hidden"), QStringLiteral("c")});
+    EXPECT_TRUE(g.view()->isColumnHidden(1));
+    EXPECT_EQ(g.colWidth(1), 0);
+    g.setTextMatrix(1, 1, QStringLiteral("still here"));
+    EXPECT_EQ(g.textMatrix(1, 1), QStringLiteral("still here"));
+    g.setTextMatrix(0, 1, q("自由项一"));
+    EXPECT_EQ(g.textMatrix(0, 1), q("自由项一"));
+
+    g.setColWidth(1, 800);
+    EXPECT_FALSE(g.view()->isColumnHidden(1));
+    EXPECT_EQ(g.view()->horizontalHeader()->sectionSize(1), qRound(800.0 * dpi / 1440));
+}
+
+TEST_F(GridTest, ColumnDefinitionsAndAlignments)
+{
+    Grid g;
+    g.setCols(2);
+    g.setColumnDef(1, 20, true, ColumnKind::Number, 2);
+    EXPECT_EQ(g.colMaxLength(1), 20);
+    EXPECT_TRUE(g.colHasButton(1));
+    EXPECT_EQ(g.colKind(1), ColumnKind::Number);
+    EXPECT_EQ(g.colDecimals(1), 2);
+    EXPECT_FALSE(g.colHasButton(0));
+
+    g.appendRow({QStringLiteral("a"), QStringLiteral("1.00")});
+    g.setColAlignment(1, CellAlignment::RightCenter);
+    g.setCellAlignment(0, 1, CellAlignment::CenterCenter);
+    auto* m = g.view()->model();
+    EXPECT_EQ(g.cellAlignment(1, 1), CellAlignment::RightCenter) << "a cell follows its column";
+    EXPECT_EQ(g.cellAlignment(0, 1), CellAlignment::CenterCenter) << "row 0 is the heading";
+    EXPECT_EQ(m->data(m->index(0, 1), Qt::TextAlignmentRole).value<Qt::Alignment>(),
+              Qt::AlignRight | Qt::AlignVCenter);
+    EXPECT_EQ(m->headerData(1, Qt::Horizontal, Qt::TextAlignmentRole).value<Qt::Alignment>(),
+              Qt::Alignment(Qt::AlignCenter));
+
+    g.setCellAlignment(1, 0, CellAlignment::LeftTop);
+    EXPECT_EQ(g.cellAlignment(1, 0), CellAlignment::LeftTop);
+    EXPECT_EQ(m->data(m->index(0, 0), Qt::TextAlignmentRole).value<Qt::Alignment>(),
+              Qt::AlignLeft | Qt::AlignTop);
+}
+
+TEST_F(GridTest, SortIsCaseSensitiveStableAndKeepsTheCurrentRecord)
+{
+    Grid g;
+    g.setCols(2);
+    const std::vector<std::pair<const char*, const char*>> rows = {
+        {"b", "1"}, {"B", "2"}, {"a", "3"}, {"A", "4"}, {"b", "5"}, {"a", "6"}};
+    for (const auto& [k, n] : rows) g.appendRow({QString::fromLatin1(k), QString::fromLatin1(n)});
+    g.setRow(1);  // "b", 1
+    QSignalSpy moved(&g, &Grid::currentRowChanged);
+
+    g.sortByColumn(0);
+    QStringList order;
+    for (int r = 1; r < g.rows(); ++r) order << g.textMatrix(r, 0) + g.textMatrix(r, 1);
+    EXPECT_EQ(order, (QStringList{"A4", "B2", "a3", "a6", "b1", "b5"}))
+        << "capitals first; equal keys keep their order";
+    EXPECT_EQ(g.row(), 5);
+    EXPECT_EQ(g.textMatrix(g.row(), 1), QStringLiteral("1")) << "the current row follows its record";
+    ASSERT_EQ(moved.count(), 1);
+    EXPECT_EQ(moved.at(0).at(0).toInt(), 5);
+
+    // Sorting by the second column alone, and by both as one key.
+    g.sortByColumn(1);
+    EXPECT_EQ(g.textMatrix(1, 1), QStringLiteral("1"));
+    Grid m;
+    m.setCols(3);
+    m.appendRow({QStringLiteral("X"), QStringLiteral("2"), QStringLiteral("first")});
+    m.appendRow({QStringLiteral("X"), QStringLiteral("1"), QStringLiteral("second")});
+    m.appendRow({QStringLiteral("A"), QStringLiteral("9"), QStringLiteral("third")});
+    m.appendRow({QStringLiteral("X"), QStringLiteral("1"), QStringLiteral("fourth")});
+    m.sortByColumns(0, 1);
+    QStringList byTwo;
+    for (int r = 1; r < m.rows(); ++r) byTwo << m.textMatrix(r, 2);
+    EXPECT_EQ(byTwo, (QStringList{"third", "second", "fourth", "first"}));
+}
+
+TEST_F(GridTest, SortTipShowsOverTheHeadingOnly)
+{
+    Grid g;
+    g.setCols(2);
+    g.appendRow({QStringLiteral("a"), QStringLiteral("b")});
+    g.resize(400, 200);
+    g.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&g));
+    g.setHeaderToolTip(q("单击此行排序"));
+
+    QHeaderView* header = g.view()->horizontalHeader();
+    const QPoint onHeading(header->sectionViewportPosition(0) + 5, header->height() / 2);
+    QHelpEvent overHeading(QEvent::ToolTip, onHeading, header->viewport()->mapToGlobal(onHeading));
+    QApplication::sendEvent(header->viewport(), &overHeading);
+    EXPECT_TRUE(QToolTip::isVisible());
+    EXPECT_EQ(QToolTip::text(), q("单击此行排序"));
+
+    const QPoint onCell = g.view()->visualRect(g.view()->model()->index(0, 0)).center();
+    QHelpEvent overCell(QEvent::ToolTip, onCell, g.view()->viewport()->mapToGlobal(onCell));
+    QApplication::sendEvent(g.view()->viewport(), &overCell);
+    QTRY_VERIFY_WITH_TIMEOUT(!QToolTip::isVisible(), 2000);
+    EXPECT_FALSE(QToolTip::isVisible()) << "over a data row the tooltip is empty";
+}
+
+TEST_F(GridTest, MousePressesOnHeadingAndCellsCarryRowColumnAndButton)
+{
+    Grid g;
+    g.setCols(3);
+    g.appendRow({QStringLiteral("a")});
+    g.appendRow({QStringLiteral("b")});
+    g.resize(500, 200);
+    g.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&g));
+    QSignalSpy pressed(&g, &Grid::mousePressed);
+    QSignalSpy doubled(&g, &Grid::cellDoubleClicked);
+
+    QHeaderView* header = g.view()->horizontalHeader();
+    const QPoint heading(header->sectionViewportPosition(1) + header->sectionSize(1) / 2,
+                         header->height() / 2);
+    QTest::mousePress(header->viewport(), Qt::LeftButton, {}, heading);
+    QTest::mouseRelease(header->viewport(), Qt::LeftButton, {}, heading);
+    ASSERT_EQ(pressed.count(), 1);
+    EXPECT_EQ(pressed.at(0).at(0).toInt(), 0) << "the heading is row 0";
+    EXPECT_EQ(pressed.at(0).at(1).toInt(), 1);
+    EXPECT_EQ(pressed.at(0).at(2).value<Qt::MouseButton>(), Qt::LeftButton);
+
+    const QPoint cell = g.view()->visualRect(g.view()->model()->index(1, 2)).center();
+    QTest::mouseClick(g.view()->viewport(), Qt::RightButton, {}, cell);
+    ASSERT_GE(pressed.count(), 2);
+    EXPECT_EQ(pressed.at(1).at(0).toInt(), 2);
+    EXPECT_EQ(pressed.at(1).at(1).toInt(), 2);
+    EXPECT_EQ(pressed.at(1).at(2).value<Qt::MouseButton>(), Qt::RightButton);
+
+    QTest::mouseClick(g.view()->viewport(), Qt::LeftButton, {}, cell);
+    QTest::mouseDClick(g.view()->viewport(), Qt::LeftButton, {}, cell);
+    ASSERT_EQ(doubled.count(), 1);
+    EXPECT_EQ(doubled.at(0).at(0).toInt(), 2);
+    EXPECT_EQ(g.row(), 2);
+}
+
+TEST_F(GridTest, FillsManyRowsAndReportsThemAll)
+{
+    Grid g;
+    g.setCols(4);
+    for (int i = 0; i < 20000; ++i)
+        g.appendRow({QStringLiteral("P%1").arg(19999 - i, 5, 10, QLatin1Char('0')), {}, {}, {}});
+    EXPECT_EQ(g.rows(), 20001);
+    g.sortByColumns(0, 3);
+    EXPECT_EQ(g.textMatrix(1, 0), QStringLiteral("P00000"));
+    EXPECT_EQ(g.textMatrix(20000, 0), QStringLiteral("P19999"));
+    EXPECT_EQ(g.view()->model()->rowCount(), 20000);
+}
+
+TEST_F(GridEditTest, LockedCellNeverOpensAnEditor)
+{
+    handler.locked.insert({1, 1});
+    type(QStringLiteral("x"));
+    EXPECT_FALSE(grid->isEditing());
+    EXPECT_EQ(grid->textMatrix(1, 1), QStringLiteral("OLD1"));
+    ASSERT_FALSE(handler.lockQueries.empty());
+    EXPECT_EQ(handler.lockQueries.back(), std::make_pair(1, 1));
+
+    grid->startEdit();
+    EXPECT_FALSE(grid->isEditing());
+    doubleClick(cellCentre(1, 1));
+    EXPECT_FALSE(grid->isEditing());
+
+    grid->setCol(2);  // not locked
+    grid->startEdit();
+    EXPECT_TRUE(grid->isEditing());
+}
+
+TEST_F(GridEditTest, RefusalKeepsTheEditorWithTheTypedTextAndTheOldValue)
+{
+    handler.accept = false;
+    type(QStringLiteral("ab"));
+    ASSERT_TRUE(grid->isEditing());
+    ASSERT_NE(editor(), nullptr);
+    EXPECT_EQ(editor()->text(), QStringLiteral("ab")) << "typing replaces the cell, spreadsheet-like";
+
+    QTest::keyClick(editor(), Qt::Key_Return);
+    ASSERT_EQ(handler.validated.size(), 1u);
+    EXPECT_EQ(handler.validated[0], std::make_tuple(1, 1, QStringLiteral("ab")));
+    EXPECT_TRUE(grid->isEditing());
+    ASSERT_NE(editor(), nullptr) << "focus stays in the editor";
+    EXPECT_EQ(editor()->text(), QStringLiteral("ab"));
+    EXPECT_EQ(grid->textMatrix(1, 1), QStringLiteral("OLD1"));
+    EXPECT_EQ(grid->col(), 1) << "a refused Enter does not move on";
+
+    // A click on another row is refused too: the user must put the cell right first.
+    QTest::mouseClick(grid->view()->viewport(), Qt::LeftButton, {}, cellCentre(3, 0));
+    EXPECT_EQ(grid->row(), 1);
+    EXPECT_TRUE(grid->isEditing());
+    EXPECT_EQ(handler.validated.size(), 2u);
+    EXPECT_FALSE(grid->finishEdit());
+    EXPECT_TRUE(handler.left.empty()) << "the row pass waits for the cell";
+
+    handler.accept = true;
+    handler.replaceWith = QStringLiteral("名称");
+    QTest::keyClick(editor(), Qt::Key_Tab);
+    EXPECT_FALSE(grid->isEditing());
+    EXPECT_EQ(grid->textMatrix(1, 1), q("名称")) << "the handler's replacement is stored";
+    EXPECT_EQ(grid->col(), 2) << "Tab moves right";
+    EXPECT_EQ(grid->row(), 1);
+}
+
+TEST_F(GridEditTest, EscapeLeavesTheOldValueAndMaxLengthBindsTheEditor)
+{
+    grid->setColumnDef(1, 4, false, ColumnKind::Text);
+    type(QStringLiteral("abcdef"));
+    ASSERT_TRUE(grid->isEditing());
+    EXPECT_EQ(editor()->text(), QStringLiteral("abcd"));
+    QTest::keyClick(editor(), Qt::Key_Escape);
+    EXPECT_FALSE(grid->isEditing());
+    EXPECT_EQ(grid->textMatrix(1, 1), QStringLiteral("OLD1"));
+    EXPECT_TRUE(handler.validated.empty());
+}
+
+TEST_F(GridEditTest, RowLeavingVetoKeepsTheCurrentRow)
+{
+    handler.allowLeave = false;
+    QTest::keyClick(grid->view(), Qt::Key_Down);
+    EXPECT_EQ(grid->row(), 1);
+    ASSERT_EQ(handler.left.size(), 1u);
+    EXPECT_EQ(handler.left[0], 1);
+
+    QTest::mouseClick(grid->view()->viewport(), Qt::LeftButton, {}, cellCentre(3, 1));
+    EXPECT_EQ(grid->row(), 1);
+    EXPECT_EQ(handler.left.size(), 2u);
+
+    // Moving within the row asks nothing.
+    QTest::keyClick(grid->view(), Qt::Key_Right);
+    EXPECT_EQ(grid->col(), 2);
+    EXPECT_EQ(handler.left.size(), 2u);
+
+    // Enter at the last column goes on to the next row, through the same question.
+    QTest::keyClick(grid->view(), Qt::Key_Return);
+    EXPECT_EQ(grid->row(), 1);
+    EXPECT_EQ(handler.left.size(), 3u);
+
+    handler.allowLeave = true;
+    QSignalSpy moved(grid, &Grid::currentRowChanged);
+    QTest::keyClick(grid->view(), Qt::Key_Return);
+    EXPECT_EQ(grid->row(), 2);
+    EXPECT_EQ(grid->col(), 0);
+    ASSERT_EQ(moved.count(), 1);
+    EXPECT_EQ(moved.at(0).at(0).toInt(), 2);
+}
+
+TEST_F(GridEditTest, F2AndTheButtonColumnAskForTheReference)
+{
+    grid->setColumnDef(0, 20, true, ColumnKind::Text);
+    QTest::keyClick(grid->view(), Qt::Key_F2);
+    ASSERT_EQ(handler.references.size(), 1u);
+    EXPECT_EQ(handler.references[0], std::make_pair(1, 1));
+    EXPECT_FALSE(grid->isEditing());
+
+    handler.locked.insert({2, 1});
+    grid->setRow(2);
+    QTest::keyClick(grid->view(), Qt::Key_F2);
+    EXPECT_EQ(handler.references.size(), 1u) << "a locked cell offers no reference";
+
+    // A double-click on a button column asks for the reference; elsewhere it edits.
+    doubleClick(cellCentre(3, 0));
+    ASSERT_EQ(handler.references.size(), 2u);
+    EXPECT_EQ(handler.references[1], std::make_pair(3, 0));
+    EXPECT_FALSE(grid->isEditing());
+    doubleClick(cellCentre(3, 2));
+    EXPECT_TRUE(grid->isEditing());
+    grid->cancelEdit();
+
+    // The current cell of a button column shows its button; a click on it asks too.
+    grid->setCol(0);
+    const QRect cell = grid->view()->visualRect(grid->view()->currentIndex());
+    QTest::mouseClick(grid->view()->viewport(), Qt::LeftButton, {}, QPoint(cell.right() - 3, cell.center().y()));
+    ASSERT_EQ(handler.references.size(), 3u);
+    EXPECT_EQ(handler.references[2], std::make_pair(3, 0));
+}
+
+TEST_F(GridEditTest, F2WhileTypingLooksUpFromTheTypedText)
+{
+    // The reference sees the typed prefix in the cell; with no pick, typing goes on.
+    struct Peek : RecordingHandler {
+        Grid* g = nullptr;
+        QString seen;
+        QString pick;
+        void referenceRequested(int row, int col) override
+        {
+            RecordingHandler::referenceRequested(row, col);
+            seen = g->textMatrix(row, col);
+            if (!pick.isEmpty()) g->setTextMatrix(row, col, pick);
+        }
+    } peek;
+    peek.g = grid;
+    grid->setEditHandler(&peek);
+    grid->setCol(0);
+    type(QStringLiteral("A1"));
+    QTest::keyClick(editor(), Qt::Key_F2);
+    EXPECT_EQ(peek.seen, QStringLiteral("A1"));
+    ASSERT_TRUE(grid->isEditing());
+    EXPECT_EQ(editor()->text(), QStringLiteral("A1"));
+    EXPECT_EQ(grid->textMatrix(1, 0), QStringLiteral("r1")) << "nothing picked: the cell is as it was";
+
+    peek.pick = QStringLiteral("A100");
+    QTest::keyClick(editor(), Qt::Key_F2);
+    EXPECT_FALSE(grid->isEditing());
+    EXPECT_EQ(grid->textMatrix(1, 0), QStringLiteral("A100"));
+}
+
+TEST_F(GridEditTest, WindowKeysPassThroughAndAreNeverTyped)
+{
+    type(QStringLiteral("ab"));
+    ASSERT_TRUE(grid->isEditing());
+    QTest::keyClick(editor(), Qt::Key_I, Qt::ControlModifier);
+    QTest::keyClick(editor(), Qt::Key_D, Qt::ControlModifier);
+    ASSERT_TRUE(grid->isEditing());
+    EXPECT_EQ(editor()->text(), QStringLiteral("ab")) << "Ctrl+I and Ctrl+D are not typed";
+    ASSERT_EQ(window.keys.size(), 2u);
+    EXPECT_EQ(window.keys[0].first, Qt::Key_I);
+    EXPECT_TRUE(window.keys[0].second & Qt::ControlModifier);
+    EXPECT_EQ(window.keys[1].first, Qt::Key_D);
+    QTest::keyClick(editor(), Qt::Key_Escape);
+
+    QTest::keyClick(grid->view(), Qt::Key_I, Qt::ControlModifier);
+    QTest::keyClick(grid->view(), Qt::Key_F5);
+    QTest::keyClick(grid->view(), Qt::Key_F6);
+    QTest::keyClick(grid->view(), Qt::Key_Delete);
+    EXPECT_FALSE(grid->isEditing());
+    ASSERT_EQ(window.keys.size(), 6u);
+    EXPECT_EQ(window.keys[2].first, Qt::Key_I);
+    EXPECT_EQ(window.keys[3].first, Qt::Key_F5);
+    EXPECT_EQ(window.keys[4].first, Qt::Key_F6);
+    EXPECT_EQ(window.keys[5].first, Qt::Key_Delete);
+    EXPECT_EQ(grid->textMatrix(1, 1), QStringLiteral("OLD1"));
+
+    // On a list grid Enter belongs to the window (it opens the card).
+    grid->setEditable(false);
+    QTest::keyClick(grid->view(), Qt::Key_Return);
+    ASSERT_EQ(window.keys.size(), 7u);
+    EXPECT_EQ(window.keys[6].first, Qt::Key_Return);
+}
