@@ -339,8 +339,8 @@ bool FrmProStru::eventFilter(QObject* watched, QEvent* event)
             com2_->setVisible(true);
             // Entering the department runs the parent check (its result not kept); not when the
             // parent field's own Tab/Enter moved here (it checks itself), nor when the window
-            // merely gets its focus back from a message box.
-            if (!movingToDepartment_ && editable_ && reason != Qt::ActiveWindowFocusReason &&
+            // merely gets its focus back from a message box, nor when the code cannot be changed.
+            if (!movingToDepartment_ && editable_ && edtParent_->isEnabled() && reason != Qt::ActiveWindowFocusReason &&
                 reason != Qt::PopupFocusReason)
                 checkParent();
         }

@@ -197,10 +197,6 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
         if (!freeMessage.isEmpty()) return Verdict::refuse(freeMessage);
     }
 
-    // The items are asked for afresh: one deleted from the master data since the card was
-    // loaded is refused here, not written.
-    if (Verdict v = itemsStillExist(*lk.db, lines); !v) return v;
-
     // Lines that arrived without being typed (copied, never left) are judged as typed ones.
     for (int i = 1; i < lines.rows(); ++i) {
         for (int col : {int(ColChildCode), int(ColFree1), int(ColFree2), int(ColQuantity),
@@ -209,7 +205,9 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
         }
         if (Verdict v = validateLine(lk, lines, req.parentCode, i, &ancestors); !v) return v;
     }
-    return Verdict::ok();
+    // The items are asked for afresh: one deleted from the master data since the card was
+    // loaded is refused here, not written.
+    return itemsStillExist(*lk.db, lines);
 }
 
 bool saveStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& req)

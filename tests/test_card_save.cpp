@@ -1,0 +1,322 @@
+// Saving a card: the checks in their order, the rows written, and nothing written on failure.
+
+#include "card/card_columns.h"
+#include "card/frm_pro_stru.h"
+#include "platform/database.h"
+#include "platform/lock_service.h"
+#include "platform/prompter.h"
+#include "support/card_fixture.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QLineEdit>
+#include <QSignalSpy>
+#include <QTest>
+#include <QToolButton>
+
+#include <gtest/gtest.h>
+
+using namespace qx;
+using namespace qx::test;
+
+namespace {
+
+class CardSave : public BackendTest {
+protected:
+    void SetUp() override
+    {
+        BackendTest::SetUp();
+        if (IsSkipped()) return;
+        db = openFreshCompany(backend(), &connection);
+        fillCardMasterData(*db);
+        ctx = makeListContext(*db);
+    }
+    void open(bool adding = true)
+    {
+        card = std::make_unique<FrmProStru>(*ctx);
+        card->adding = adding;
+        card->setRecordsets(ctx->mrecPro.get(), ctx->mrecPros.get());
+        card->show();
+        QApplication::setActiveWindow(card.get());
+        ASSERT_TRUE(QTest::qWaitForWindowActive(card.get()));
+    }
+    // A line as the card-filling routine brings it: cells as text, never typed.
+    void line(const QString& child, const QString& qty, const QString& wh, const QString& person = {},
+              const QString& dept = {}, const QString& free1 = {}, const QString& op = {},
+              const QString& waste = {})
+    {
+        QStringList cells(16);
+        cells[ColChildCode] = child;
+        cells[ColQuantity] = qty;
+        cells[ColWarehouse] = wh;
+        cells[ColPerson] = person;
+        cells[ColDept] = dept;
+        cells[ColFree1] = free1;
+        cells[ColOperation] = op;
+        cells[ColWasteRate] = waste;
+        card->appendLine(cells);
+    }
+    void save() { card->dispatch(QStringLiteral("ButSave")); }
+    int count(const QString& sql, const QVariantList& params = {})
+    {
+        auto rs = db->openRecordset(sql, RecordsetType::Snapshot, 0, params);
+        return rs->recordCount();
+    }
+    int lineCount(const QString& parent)
+    {
+        return count(QStringLiteral("select cPSCode from ProductStructures where cPSPCode=?"), {parent});
+    }
+    int headerCount(const QString& parent)
+    {
+        return count(QStringLiteral("select cPSPCode from ProductStructure where cPSPCode=?"), {parent});
+    }
+    // Saving is refused with `message` and nothing of the structure is in the database.
+    void expectRefused(const QString& message, const QString& parent = QStringLiteral("P1"))
+    {
+        prompter.clear();
+        save();
+        ASSERT_EQ(prompter.texts(), QStringList{message});
+        EXPECT_EQ(prompter.shown[0].title, QStringLiteral("提示！"));
+        if (card->adding) {
+            EXPECT_EQ(headerCount(parent), 0);
+            EXPECT_EQ(lineCount(parent), 0);
+        }
+    }
+
+    QString connection;
+    std::unique_ptr<Database> db;
+    std::unique_ptr<ListContext> ctx;
+    std::unique_ptr<FrmProStru> card;
+    ScriptedPrompter prompter;
+};
+
+TEST_P(CardSave, NewStructureIsWrittenAsTheCardShowsIt)
+{
+    if (IsSkipped()) return;
+    open();
+    QSignalSpy saved(card.get(), &FrmProStru::structureSaved);
+    card->setHeader(QStringLiteral("P1"), QStringLiteral("成品一"), QStringLiteral("二车间"), QString());
+    line(QStringLiteral("A3"), QStringLiteral("2"), QStringLiteral("成品库"), QStringLiteral("欧阳明华东方"),
+         QStringLiteral("一车间"), QStringLiteral("红色"), QStringLiteral("装配"), QStringLiteral("0.05"));
+    line(QStringLiteral("A1"), QStringLiteral("7.5"), QStringLiteral("原料库"));
+    save();
+    ASSERT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
+    ASSERT_EQ(saved.count(), 1);
+    EXPECT_EQ(saved.at(0).at(0).toString(), QStringLiteral("P1"));
+
+    auto head = db->openRecordset(QStringLiteral("select cDepCode from ProductStructure where cPSPCode=?"),
+                                  RecordsetType::Snapshot, 0, {QStringLiteral("P1")});
+    ASSERT_EQ(head->recordCount(), 1);
+    EXPECT_EQ(head->field(0).toString(), QStringLiteral("D2"));
+    auto rows = db->openRecordset(
+        QStringLiteral("select cPSCode,cWhCode,iPSQuantity,iWasteRate,cProcedureName,cDepCode,cPersonName,"
+                       "cFree1,cFree2 from ProductStructures where cPSPCode=? order by cPSCode"),
+        RecordsetType::Snapshot, 0, {QStringLiteral("P1")});
+    ASSERT_EQ(rows->recordCount(), 2);
+    rows->moveFirst();
+    EXPECT_EQ(rows->field(QStringLiteral("cPSCode")).toString(), QStringLiteral("A1"));
+    EXPECT_EQ(rows->field(QStringLiteral("cWhCode")).toString(), QStringLiteral("W1"));
+    EXPECT_DOUBLE_EQ(rows->field(QStringLiteral("iPSQuantity")).toDouble(), 7.5);
+    EXPECT_TRUE(rows->field(QStringLiteral("iWasteRate")).isNull());  // empty: NULL, never ""
+    rows->moveNext();
+    EXPECT_EQ(rows->field(QStringLiteral("cWhCode")).toString(), QStringLiteral("W2"));
+    EXPECT_DOUBLE_EQ(rows->field(QStringLiteral("iWasteRate")).toDouble(), 0.05);
+    EXPECT_EQ(rows->field(QStringLiteral("cProcedureName")).toString(), QStringLiteral("装配"));
+    EXPECT_EQ(rows->field(QStringLiteral("cDepCode")).toString(), QStringLiteral("D1"));
+    EXPECT_EQ(rows->field(QStringLiteral("cPersonName")).toString(), QStringLiteral("欧阳明华东"));  // 10 bytes
+    EXPECT_EQ(rows->field(QStringLiteral("cFree1")).toString(), QStringLiteral("红色"));
+
+    // Saved: the code is fixed and the save waits for the next "continue adding".
+    EXPECT_FALSE(card->adding);
+    EXPECT_FALSE(card->action(QStringLiteral("ButSave"))->isEnabled());
+    EXPECT_FALSE(card->EdtcPSPCode()->isEnabled());
+    prompter.clear();
+    QTest::keyClick(card.get(), Qt::Key_F6);
+    EXPECT_TRUE(prompter.shown.empty());
+    EXPECT_EQ(saved.count(), 1);
+}
+
+TEST_P(CardSave, ChecksRunInTheirOrderAndWriteNothing)
+{
+    if (IsSkipped()) return;
+    open();
+    card->setHeader(QStringLiteral("P1"), QString(), QStringLiteral("总厂"), QString());
+    expectRefused(QStringLiteral("所填生产部门不存在，请修改！"));
+    card->EdtcDepCode()->setText(QStringLiteral("一车间"));
+    expectRefused(QStringLiteral("子产品未添加全，请修改！"));
+
+    line(QStringLiteral("A1"), QStringLiteral("1"), QStringLiteral("成品库"));
+    line(QStringLiteral("X1"), QString(), QStringLiteral("成品库"));
+    // Another operator makes P1 a descendant of X1 after the lines were typed: the cycle is
+    // named by its row, before the empty quantity of that same row.
+    db->execute(QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,cWhCode) values(?,?,?,?)"),
+                {QStringLiteral("X2"), QStringLiteral("P1"), 1.0, QStringLiteral("W2")});
+    expectRefused(QStringLiteral("第2个子产品与父产品发生循环调用！"));
+    db->execute(QStringLiteral("delete from ProductStructures where cPSCode=?"), {QStringLiteral("P1")});
+    expectRefused(QStringLiteral("数据未添加完整，不能存盘！"));
+    card->SupPS()->setTextMatrix(2, ColQuantity, QStringLiteral("1"));
+
+    card->EdtcPSPCode()->setText(QStringLiteral("P2"));  // already has a structure
+    expectRefused(QStringLiteral("所填父项编码已定义过，请修改！"), QStringLiteral("P9"));
+    card->EdtcPSPCode()->setText(QStringLiteral("P9"));
+    expectRefused(QStringLiteral("所填存货编码不存在，请修改！"), QStringLiteral("P9"));
+
+    card->EdtcPSPCode()->setText(QStringLiteral("A1"));  // a child equal to the parent
+    expectRefused(QStringLiteral("存货编码出现重复，请重新定义！"), QStringLiteral("A1"));
+
+    card->EdtcPSPCode()->setText(QStringLiteral("P1"));
+    card->SupPS()->setTextMatrix(2, ColFree1, QStringLiteral("红色"));  // X1 has no free item
+    expectRefused(QStringLiteral("第2条子存货没有定义颜色,请清空！"));
+    card->SupPS()->setTextMatrix(2, ColFree1, QString());
+
+    // What typing refuses is refused again for lines that were never typed.
+    card->SupPS()->setTextMatrix(2, ColPerson, QStringLiteral("张'三"));
+    expectRefused(QStringLiteral("请去掉非法字符 |,' "));
+    card->SupPS()->setTextMatrix(2, ColPerson, QString());
+    card->SupPS()->setTextMatrix(1, ColWarehouse, QStringLiteral("W2"));  // a code where a name belongs
+    expectRefused(QStringLiteral("所填仓库不存在，请重新填写！"));
+    card->SupPS()->setTextMatrix(1, ColWarehouse, QStringLiteral("成品库"));
+    card->SupPS()->setTextMatrix(2, ColQuantity, QStringLiteral("-3"));
+    expectRefused(QStringLiteral("定额数量不能小于等于零！"));
+    card->SupPS()->setTextMatrix(2, ColQuantity, QStringLiteral("3"));
+    card->SupPS()->setTextMatrix(2, ColChildCode, QStringLiteral("a1"));
+    expectRefused(QStringLiteral("产品重复出现，请修改！"));
+    card->SupPS()->setTextMatrix(2, ColChildCode, QStringLiteral("X1"));
+
+    // An item deleted from the master data after the card was loaded.
+    db->execute(QStringLiteral("delete from Inventory where cInvCode=?"), {QStringLiteral("X1")});
+    expectRefused(QStringLiteral("所填存货编码不存在，请修改！"));
+    card->SupPS()->removeRow(2);
+
+    prompter.clear();
+    save();
+    EXPECT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
+    EXPECT_EQ(headerCount(QStringLiteral("P1")), 1);
+    EXPECT_EQ(lineCount(QStringLiteral("P1")), 1);
+}
+
+TEST_P(CardSave, FailureHalfwayLeavesNothingWritten)
+{
+    if (IsSkipped()) return;
+    open();
+    card->setHeader(QStringLiteral("P1"), QString(), QString(), QString());
+    line(QStringLiteral("A1"), QStringLiteral("1"), QStringLiteral("成品库"));
+    // The operation is not looked up again at save; 70 characters do not fit its column, so the
+    // second line fails after the header and the first line were written.
+    line(QStringLiteral("A3"), QStringLiteral("1"), QStringLiteral("成品库"), {}, {}, {}, QString(70, QLatin1Char('o')));
+    expectRefused(QStringLiteral("有字段内容过长，不能存盘！"));
+    EXPECT_TRUE(card->adding);
+    EXPECT_EQ(card->SupPS()->rows(), 3);  // the card stays as typed
+
+    // Another workstation adds the same parent meanwhile.
+    card->SupPS()->setTextMatrix(2, ColOperation, QStringLiteral("装配"));
+    auto other = Database::open(connection);
+    other->execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"),
+                   {QStringLiteral("P1"), QStringLiteral("D1")});
+    prompter.clear();
+    save();
+    EXPECT_EQ(prompter.texts(), QStringList{QStringLiteral("该产品结构已经存在，请重新添加！")});
+    EXPECT_EQ(lineCount(QStringLiteral("P1")), 0);
+    EXPECT_EQ(headerCount(QStringLiteral("P1")), 1);
+}
+
+TEST_P(CardSave, EditModeRewritesAllLines)
+{
+    if (IsSkipped()) return;
+    open(false);
+    card->setParentCodeAvailable(false);
+    card->setHeader(QStringLiteral("P2"), QStringLiteral("成品二"), QStringLiteral("一车间"), QString());
+    // The lock the list takes before it opens the card to edit.
+    LockService locks(*db);
+    ASSERT_TRUE(locks.lockRecord(QStringLiteral("AE"), QStringLiteral("AA"), QStringLiteral("a"),
+                                 ctx->ComputerName, {QStringLiteral("P2")}));
+    line(QStringLiteral("A3"), QStringLiteral("4"), QStringLiteral("成品库"));  // A1 removed, A3 added
+    card->EdtcDepCode()->setText(QStringLiteral("二车间"));
+    save();
+    ASSERT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
+    auto rows = db->openRecordset(QStringLiteral("select cPSCode,iPSQuantity from ProductStructures where cPSPCode=?"),
+                                  RecordsetType::Snapshot, 0, {QStringLiteral("P2")});
+    ASSERT_EQ(rows->recordCount(), 1);
+    EXPECT_EQ(rows->field(0).toString(), QStringLiteral("A3"));
+    EXPECT_DOUBLE_EQ(rows->field(1).toDouble(), 4.0);
+    auto head = db->openRecordset(QStringLiteral("select cDepCode from ProductStructure where cPSPCode=?"),
+                                  RecordsetType::Snapshot, 0, {QStringLiteral("P2")});
+    EXPECT_EQ(head->field(0).toString(), QStringLiteral("D2"));
+
+    // The header gone meanwhile: refused, and the lines of nobody are written.
+    card->dispatch(QStringLiteral("ButAdd"));
+    card->adding = false;
+    card->setHeader(QStringLiteral("X2"), QString(), QString(), QString());
+    line(QStringLiteral("X3"), QStringLiteral("1"), QStringLiteral("成品库"));
+    auto other = Database::open(connection);
+    other->execute(QStringLiteral("delete from ProductStructures where cPSPCode=?"), {QStringLiteral("X2")});
+    other->execute(QStringLiteral("delete from ProductStructure where cPSPCode=?"), {QStringLiteral("X2")});
+    prompter.clear();
+    save();
+    EXPECT_EQ(prompter.texts(), QStringList{QStringLiteral("该产品刚被他人删除，不能保存！")});
+    EXPECT_EQ(lineCount(QStringLiteral("X2")), 0);
+
+    // Another workstation holds the structure's lock.
+    LockService theirs(*other, 999999);
+    qputenv("QX_COMPUTER_NAME", "other-computer");
+    const bool taken = theirs.lockRecord(QStringLiteral("AE"), QStringLiteral("AA"), QStringLiteral("a"),
+                                         QStringLiteral("other-computer"), {QStringLiteral("X1")});
+    qunsetenv("QX_COMPUTER_NAME");
+    ASSERT_TRUE(taken);
+    card->setHeader(QStringLiteral("X1"), QString(), QString(), QString());
+    card->clearLines();
+    line(QStringLiteral("X2"), QStringLiteral("1"), QStringLiteral("成品库"));
+    prompter.clear();
+    save();
+    EXPECT_EQ(prompter.texts(), QStringList{QStringLiteral("该产品被他人锁定使用，不能修改！")});
+}
+
+TEST_P(CardSave, LineDeletionRespectsAStructureInUse)
+{
+    if (IsSkipped()) return;
+    // X1 is made by a production order and its line X2 has lines of its own.
+    db->execute(QStringLiteral("insert into mom_order(cMoCode,cPSPCode,iQuantity) values(?,?,?)"),
+                {QStringLiteral("MO1"), QStringLiteral("X1"), 1.0});
+    open(false);
+    card->setHeader(QStringLiteral("X1"), QString(), QString(), QString());
+    line(QStringLiteral("X2"), QStringLiteral("1"), QStringLiteral("成品库"));
+    line(QStringLiteral("A2"), QStringLiteral("1"), QStringLiteral("成品库"));
+    card->SupPS()->setRow(1);
+    prompter.answers = {true};
+    card->dispatch(QStringLiteral("butdeleteline"));
+    EXPECT_EQ(prompter.texts(), QStringList{QStringLiteral("该产品结构已经使用且该子产品仍有下级产品，所以不能删除！")});
+    EXPECT_EQ(card->SupPS()->rows(), 3);
+    EXPECT_EQ(headerCount(QStringLiteral("X1")), 1);  // the trial deletion was undone
+    EXPECT_EQ(lineCount(QStringLiteral("X1")), 1);
+
+    // A child without lines of its own goes after the question.
+    prompter.clear();
+    card->SupPS()->setRow(2);
+    card->dispatch(QStringLiteral("butdeleteline"));
+    EXPECT_EQ(prompter.texts(), QStringList{QStringLiteral("确实要删去该子产品吗？")});
+    EXPECT_EQ(card->SupPS()->rows(), 2);
+}
+
+TEST_P(CardSave, ViewingOnlyRefusesEveryChange)
+{
+    if (IsSkipped()) return;
+    open(false);
+    card->setHeader(QStringLiteral("P2"), QString(), QString(), QString());
+    line(QStringLiteral("A1"), QStringLiteral("2"), QStringLiteral("成品库"));
+    card->setEditable(false);
+    for (const char* cmd : {"ButSave", "ButAdd", "butaddline", "butdeleteline"})
+        EXPECT_FALSE(card->action(QString::fromLatin1(cmd))->isEnabled()) << cmd;
+    QTest::keyClick(card.get(), Qt::Key_F6);
+    card->SupPS()->setRow(1);
+    card->SupPS()->setCol(ColQuantity);
+    card->SupPS()->startEdit();
+    EXPECT_FALSE(card->SupPS()->isEditing());
+    card->dispatch(QStringLiteral("butdeleteline"));
+    EXPECT_EQ(card->SupPS()->rows(), 2);
+    EXPECT_TRUE(prompter.shown.empty());
+    EXPECT_EQ(lineCount(QStringLiteral("P2")), 1);
+}
+
+QX_INSTANTIATE_BACKENDS(CardSave);
+
+}  // namespace
