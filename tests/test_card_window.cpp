@@ -436,3 +436,35 @@ TEST_P(CardWindow, CommandKeysAndLineDeletion)
 QX_INSTANTIATE_BACKENDS(CardWindow);
 
 }  // namespace
+
+#include "card/card_screenshot.h"
+
+#include <QImage>
+#include <QSet>
+#include <QTemporaryDir>
+
+namespace {
+
+TEST_P(CardWindow, RendersToAPicture)
+{
+    if (IsSkipped()) return;
+    open(false);
+    card->setParentCodeAvailable(false);
+    card->setHeader(QStringLiteral("P2"), QStringLiteral("成品二"), QStringLiteral("一车间"), QStringLiteral("规格P2"));
+    card->appendLine({"A1", "零件一", "S-A1", "红色", "一等", "箱", "0.80", "2.5", "个", "2.00", "", "成品库",
+                      "张三", "一车间", "装配", "5"});
+    QTemporaryDir dir;
+    const QString png = qEnvironmentVariable("QX_CARD_PNG", dir.filePath(QStringLiteral("card.png")));
+    QString error;
+    ASSERT_TRUE(saveCardPng(*card, png, &error)) << error.toStdString();
+    const QImage image(png);
+    ASSERT_FALSE(image.isNull());
+    EXPECT_EQ(image.size(), card->size() * card->devicePixelRatio());
+    // Not a blank picture: the header and grid texts put more than one colour on it.
+    QSet<QRgb> colours;
+    for (int y = 0; y < image.height(); y += 3)
+        for (int x = 0; x < image.width(); x += 3) colours.insert(image.pixel(x, y));
+    EXPECT_GT(colours.size(), 3);
+}
+
+}  // namespace
