@@ -6,6 +6,7 @@
 #include "data/texts.h"
 #include "data/verify.h"
 #include "host/command_line.h"
+#include "host/list_window.h"
 #include "host/qxprostru.h"
 #include "platform/database.h"
 #include "platform/db_error.h"
@@ -116,9 +117,15 @@ int runMain(const CommandLine& cmd)
         complain(qx::text::notYetAvailable(QStringLiteral("--pdf")));
         return kFailed;
     }
-    if (!cmd.screenshot.isEmpty()) {
+    if (!cmd.screenshot.isEmpty() && (cmd.newCard || !cmd.card.isEmpty())) {
         complain(qx::text::notYetAvailable(QStringLiteral("--screenshot")));
         return kFailed;
+    }
+    if (!cmd.screenshot.isEmpty()) {
+        QString error;
+        const int rc = qx::screenshotListWindow(host, cmd.screenshot, &error);
+        if (rc != 0) complain(error);
+        return rc == 0 ? kOk : kFailed;
     }
     if (!qx::QXProStru::hasShowHook()) {
         reportOpened(host);
@@ -142,6 +149,10 @@ int main(int argc, char** argv)
     }
     const CommandLine& cmd = *parsed.command;
 
+    qx::installListWindow();
+    // A screenshot is rendered without a screen.
+    if (!cmd.screenshot.isEmpty() && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
     // Windows need the widget application; every other job runs without a screen.
     std::unique_ptr<QCoreApplication> app;
     if (cmd.wantsWindow() && qx::QXProStru::hasShowHook())

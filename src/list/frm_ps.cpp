@@ -25,8 +25,8 @@ constexpr double kLabelTop = 660;
 constexpr double kLabelHeight = 240;
 constexpr double kGridTop = kHeadHeight;
 constexpr double kBarWidth = 60;
-constexpr int kInitialWidthTwips = 14400;
-constexpr int kInitialHeightTwips = 8400;
+constexpr int kInitialWidthTwips = 16800;
+constexpr int kInitialHeightTwips = 9600;
 
 // The bar's own pointer: a two-headed arrow across a double line.
 QCursor barCursor()
@@ -136,6 +136,8 @@ void FrmPS::showEvent(QShowEvent* event)
 {
     if (!loaded_) load();
     QWidget::showEvent(event);
+    // The parent grid is the active control when the window opens.
+    supPS1_->view()->setFocus();
 }
 
 void FrmPS::closeEvent(QCloseEvent* event)

@@ -50,7 +50,7 @@ public:
     void showModal();
 
     // One dispatcher for toolbar, keys and menus.
-    void dispatch(const QString& key);
+    virtual void dispatch(const QString& key);
 
     // Public operations of the list.
     void Ffirst() {}

@@ -1,0 +1,572 @@
+// The list window FrmPS on real company databases (SQLite and PostgreSQL), offscreen, with the
+// scripted message boxes: loading, the caches, the grids, the toolbar, the keys, read-only mode.
+
+#include "data/schema.h"
+#include "list/frm_ps.h"
+#include "platform/lock_service.h"
+#include "platform/grid.h"
+#include "platform/prompter.h"
+#include "support/company.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QHeaderView>
+#include <QLabel>
+#include <QSignalSpy>
+#include <QTableView>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QToolBar>
+
+#include <gtest/gtest.h>
+
+using namespace qx;
+using namespace qx::test;
+
+namespace {
+
+// The statements Init opens the three recordsets with.
+const QString kParentSql = QStringLiteral(
+    "SELECT ProductStructure.cPSPCode, Inventory.cInvName,Inventory.cInvStd, ProductStructure.cDepCode  "
+    "FROM Inventory INNER JOIN ProductStructure ON Inventory.cInvCode = ProductStructure.cPSPCode");
+const QString kChildSql = QStringLiteral(
+    "SELECT ProductStructures.cPSPcode,ProductStructures.cPSCode,  ProductStructures.cProcedureName, "
+    "ProductStructures.cDepCode,  ProductStructures.cPersonName, ProductStructures.cFree1, "
+    "ProductStructures.cFree2 ,Inventory.cInvName, Inventory.cInvM_Unit,Inventory.cInvStd,"
+    "ProductStructures.cWhCode, ProductStructures.iPSQuantity, inventory.iInvRCost,"
+    "inventory.iInvExchRate,inventory.cInvA_unit,productstructures.iWasteRate FROM Inventory "
+    "INNER JOIN ProductStructures ON Inventory.cInvCode = ProductStructures.cPSCode order by "
+    "productstructures.cPSCode");
+const QString kJoinedSql = QStringLiteral(
+    "SELECT ProductStructure.*, ProductStructures.* FROM ProductStructure INNER JOIN "
+    "ProductStructures ON ProductStructure.cPSPCode = ProductStructures.cPSPCode");
+
+// Records every dispatched key; the commands that open the card are only recorded, so that no
+// modal card can stop a test.
+class RecordingFrmPS : public FrmPS {
+public:
+    QStringList keys;
+    void dispatch(const QString& key) override
+    {
+        keys << key;
+        if (key == QLatin1String("ButAdd") || key == QLatin1String("ButEdit") ||
+            key == QLatin1String("ButCopy"))
+            return;
+        FrmPS::dispatch(key);
+    }
+};
+
+void insertItem(Database& db, const QString& code, const QString& name, const QString& spec,
+                const QString& aux, const QVariant& rate, const QVariant& price)
+{
+    db.execute(QStringLiteral("insert into Inventory(cInvCode,cInvName,cInvStd,cInvM_Unit,cInvA_Unit,"
+                              "iInvExchRate,iInvRCost,bFree1,bFree2,bService) values(?,?,?,?,?,?,?,0,0,0)"),
+               {code, name, spec, QStringLiteral("个"), aux, rate, price});
+}
+
+void insertLine(Database& db, const QString& parent, const QString& child, double quantity,
+                const QVariant& waste, const QString& wh, const QString& dep)
+{
+    db.execute(QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,iWasteRate,"
+                              "cWhCode,cDepCode,cPersonName,cProcedureName,cFree1) values(?,?,?,?,?,?,?,?,?)"),
+               {parent, child, quantity, waste, wh, dep, QStringLiteral("张三"), QStringLiteral("装配"),
+                QStringLiteral("R")});
+}
+
+const QVariant kNull = QVariant(QMetaType::fromType<double>());
+
+// Parents inserted out of code order: P2, P1, B1. P1 holds B1 (which has its own structure),
+// C1 and C2; B1 holds C3; P2 holds C1.
+void fillCompany(Database& db)
+{
+    insertItem(db, QStringLiteral("P2"), QStringLiteral("成品二"), QStringLiteral("规格二"), {}, kNull, 100.0);
+    insertItem(db, QStringLiteral("P1"), QStringLiteral("成品一"), QStringLiteral("规格一"), {}, kNull, 90.0);
+    insertItem(db, QStringLiteral("B1"), QStringLiteral("部件"), QString(), {}, kNull, 10.0);
+    insertItem(db, QStringLiteral("C1"), QStringLiteral("零件一"), QStringLiteral("S-C1"), QStringLiteral("箱"), 4.0, 2.5);
+    insertItem(db, QStringLiteral("C2"), QStringLiteral("零件二"), QString(), QString(), kNull, kNull);
+    insertItem(db, QStringLiteral("C3"), QStringLiteral("零件三"), QString(), QStringLiteral("盒"), 0.0, 1.0);
+    db.execute(QStringLiteral("insert into department(cDepCode,cDepName,cDepPerson,bDepEnd) values(?,?,?,1)"),
+               {QStringLiteral("D1"), QStringLiteral("一车间"), QString()});
+    db.execute(QStringLiteral("insert into warehouse(cWhCode,cWhName,cWhValueStyle,cDepCode) values(?,?,?,?)"),
+               {QStringLiteral("W1"), QStringLiteral("原料库"), QStringLiteral("计划价法"), QStringLiteral("D1")});
+    db.execute(QStringLiteral("insert into CA_PreDf(cProcedureID,cProcedureName,cDeptId) values(?,?,?)"),
+               {QStringLiteral("OP1"), QStringLiteral("装配"), QStringLiteral("D1")});
+    for (const char* p : {"P2", "P1", "B1"})
+        db.execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"),
+                   {QString::fromLatin1(p), QStringLiteral("D1")});
+    insertLine(db, QStringLiteral("P1"), QStringLiteral("C2"), 1.5, 3.0, QStringLiteral("W1"), QStringLiteral("D1"));
+    insertLine(db, QStringLiteral("P1"), QStringLiteral("C1"), 8.0, 0.125, QStringLiteral("W1"), QStringLiteral("D1"));
+    insertLine(db, QStringLiteral("P1"), QStringLiteral("B1"), 2.0, kNull, QString(), QString());
+    insertLine(db, QStringLiteral("B1"), QStringLiteral("C3"), 1.0, kNull, QStringLiteral("W1"), QStringLiteral("D9"));
+    insertLine(db, QStringLiteral("P2"), QStringLiteral("C1"), 3.0, kNull, QStringLiteral("W1"), QStringLiteral("D1"));
+}
+
+void setting(Database& db, const QString& sys, const QString& id, const QString& name, const QVariant& value)
+{
+    db.execute(QStringLiteral("insert into accinformation(cSysID,cID,cName,cValue) values(?,?,?,?)"),
+               {sys, id, name, value});
+}
+
+int countRows(Database& db, const QString& table)
+{
+    auto rs = db.openRecordset(QStringLiteral("select count(*) as n from ") + table, RecordsetType::Snapshot);
+    return rs->field(0).toInt();
+}
+
+QStringList column(const Grid& g, int col)
+{
+    QStringList out;
+    for (int r = 1; r < g.rows(); ++r) out << g.textMatrix(r, col);
+    return out;
+}
+
+class ListWindowTest : public BackendTest {
+protected:
+    void SetUp() override
+    {
+        BackendTest::SetUp();
+        if (IsSkipped()) return;
+        ASSERT_TRUE(systemDir.isValid());
+        qputenv("QX_SYSTEM_DIR", systemDir.path().toUtf8());
+        db = openFreshCompany(backend(), &connection);
+    }
+
+    std::unique_ptr<RecordingFrmPS> open(bool readOnly = false, bool show = false)
+    {
+        const auto type = readOnly ? RecordsetType::Snapshot : RecordsetType::Dynaset;
+        parent = db->openRecordset(kParentSql, type);
+        child = db->openRecordset(kChildSql, type);
+        joined = db->openRecordset(kJoinedSql, type);
+        auto w = std::make_unique<RecordingFrmPS>();
+        w->setDatabase(db.get());
+        w->setReadOnly(readOnly);
+        w->setRecordsets(parent.get(), child.get(), joined.get());
+        if (show) {
+            w->show();
+            EXPECT_TRUE(QTest::qWaitForWindowExposed(w.get()));
+        } else {
+            w->load();
+        }
+        return w;
+    }
+
+    QTemporaryDir systemDir;
+    QString connection;
+    std::unique_ptr<Database> db;
+    std::unique_ptr<Recordset> parent, child, joined;
+    ScriptedPrompter prompter;
+};
+
+TEST_P(ListWindowTest, LoadingCreatesCaptionTableOnceWithBuiltInWords)
+{
+    fillCompany(*db);
+    ASSERT_FALSE(db->tableExists(QStringLiteral("CA_MenuDef")));
+    auto w = open();
+    ASSERT_TRUE(db->tableExists(QStringLiteral("CA_MenuDef")));
+    EXPECT_EQ(countRows(*db, QStringLiteral("ca_menudef")), 3);
+    // The unique index is there: a fourth row with a built-in word is refused.
+    EXPECT_THROW(db->execute(QStringLiteral("insert into ca_menudef(cdefault) values(?)"), {QStringLiteral("父项")}),
+                 DbError);
+    w.reset();
+    auto again = open();
+    EXPECT_EQ(countRows(*db, QStringLiteral("ca_menudef")), 3);
+    EXPECT_EQ(again->windowTitle(), QStringLiteral("产品结构"));
+    EXPECT_EQ(again->context().sProStru, QStringLiteral("产品结构"));
+    const Grid& g = *again->SupPS1();
+    EXPECT_EQ(g.textMatrix(0, 0), QStringLiteral("父项编码"));
+    EXPECT_EQ(g.textMatrix(0, 1), QStringLiteral("父项名称"));
+    EXPECT_EQ(g.textMatrix(0, 2), QStringLiteral("生产部门"));
+    EXPECT_EQ(g.textMatrix(0, 3), QStringLiteral("规格型号"));
+    EXPECT_EQ(again->SupPS2()->textMatrix(0, 0), QStringLiteral("子项编码"));
+    EXPECT_TRUE(prompter.shown.empty());
+}
+
+TEST_P(ListWindowTest, RenamedCaptionWordsReachHeadersAndTitle)
+{
+    fillCompany(*db);
+    schema::ensureMenuDef(*db);
+    db->execute(QStringLiteral("update ca_menudef set cNewMenu=? where cdefault=?"),
+                {QStringLiteral("产品"), QStringLiteral("父项")});
+    db->execute(QStringLiteral("update ca_menudef set cNewMenu=? where cdefault=?"),
+                {QStringLiteral("物料清单"), QStringLiteral("产品结构")});
+    // An empty new caption keeps the built-in word.
+    db->execute(QStringLiteral("update ca_menudef set cNewMenu=? where cdefault=?"),
+                {QString(""), QStringLiteral("子项")});
+    auto w = open();
+    EXPECT_EQ(w->SupPS1()->textMatrix(0, 0), QStringLiteral("产品编码"));
+    EXPECT_EQ(w->SupPS1()->textMatrix(0, 1), QStringLiteral("产品名称"));
+    EXPECT_EQ(w->SupPS2()->textMatrix(0, 0), QStringLiteral("子项编码"));
+    EXPECT_EQ(w->SupPS2()->textMatrix(0, 1), QStringLiteral("子项名称"));
+    EXPECT_EQ(w->windowTitle(), QStringLiteral("物料清单"));
+    EXPECT_EQ(w->context().sProStru, QStringLiteral("物料清单"));
+    EXPECT_EQ(countRows(*db, QStringLiteral("ca_menudef")), 3);
+}
+
+TEST_P(ListWindowTest, QuantityDecimalsDefaultAndConfigured)
+{
+    fillCompany(*db);
+    {
+        auto w = open();
+        EXPECT_EQ(w->context().quantityDecimals, 2);
+        // P1 is selected first after B1: select P1's lines.
+        w->Ffliter(QStringLiteral("P1"));
+        EXPECT_EQ(column(*w->SupPS2(), 9), (QStringList{"2.00", "8.00", "1.50"}));
+    }
+    setting(*db, QStringLiteral("AA"), QStringLiteral("19"), QStringLiteral("iStrsQuanDecDgt"), QVariant(QMetaType::fromType<QString>()));
+    {
+        auto w = open();
+        EXPECT_EQ(w->context().quantityDecimals, 2) << "a null value keeps the default";
+    }
+    db->execute(QStringLiteral("update accinformation set cValue=? where cID=?"), {QStringLiteral("3"), QStringLiteral("19")});
+    {
+        auto w = open();
+        EXPECT_EQ(w->context().quantityDecimals, 3);
+        w->Ffliter(QStringLiteral("P1"));
+        EXPECT_EQ(column(*w->SupPS2(), 9), (QStringList{"2.000", "8.000", "1.500"}));
+    }
+    db->execute(QStringLiteral("update accinformation set cValue=? where cID=?"), {QStringLiteral("0"), QStringLiteral("19")});
+    {
+        auto w = open();
+        w->Ffliter(QStringLiteral("P1"));
+        EXPECT_EQ(column(*w->SupPS2(), 9), (QStringList{"2", "8", "2"}));
+    }
+}
+
+TEST_P(ListWindowTest, AuxiliaryUnitSwitchTrueFalseAbsent)
+{
+    fillCompany(*db);
+    {
+        auto w = open();
+        EXPECT_EQ(w->SupPS2()->colWidth(5), -1);
+        EXPECT_EQ(w->SupPS2()->colWidth(6), -1);
+        EXPECT_EQ(w->SupPS2()->colWidth(7), -1);
+    }
+    setting(*db, QStringLiteral("aa"), QStringLiteral("22"), QStringLiteral("aux"), QStringLiteral("TRUE"));
+    {
+        auto w = open();
+        EXPECT_EQ(w->SupPS2()->colWidth(5), 1000);
+        EXPECT_EQ(w->SupPS2()->colWidth(6), 800);
+        EXPECT_EQ(w->SupPS2()->colWidth(7), 800);
+        EXPECT_EQ(w->SupPS2()->textMatrix(0, 5), QStringLiteral("辅计量单位"));
+        EXPECT_EQ(w->SupPS2()->textMatrix(0, 6), QStringLiteral("件数"));
+        EXPECT_EQ(w->SupPS2()->textMatrix(0, 7), QStringLiteral("换算率"));
+        EXPECT_EQ(w->SupPS2()->colKind(6), ColumnKind::Number);
+        w->Ffliter(QStringLiteral("P1"));
+        // B1 has no rate; C1: 8 / 4; C2 no rate.
+        EXPECT_EQ(column(*w->SupPS2(), 0), (QStringList{"B1", "C1", "C2"}));
+        EXPECT_EQ(column(*w->SupPS2(), 6), (QStringList{"", "2", ""}));
+        EXPECT_EQ(column(*w->SupPS2(), 7), (QStringList{"", "4", ""}));
+        EXPECT_EQ(column(*w->SupPS2(), 5), (QStringList{"", "箱", ""}));
+        // A rate of 0: no pieces, the rate itself shown.
+        w->Ffliter(QStringLiteral("B1"));
+        EXPECT_EQ(column(*w->SupPS2(), 6), (QStringList{""}));
+        EXPECT_EQ(column(*w->SupPS2(), 7), (QStringList{"0"}));
+    }
+    db->execute(QStringLiteral("update accinformation set cValue=? where cID=?"), {QStringLiteral("FALSE"), QStringLiteral("22")});
+    {
+        auto w = open();
+        EXPECT_EQ(w->SupPS2()->colWidth(5), 0);
+        EXPECT_EQ(w->SupPS2()->colWidth(6), 0);
+        EXPECT_EQ(w->SupPS2()->colWidth(7), 0);
+        EXPECT_EQ(w->SupPS2()->colWidth(8), 1000);
+    }
+}
+
+TEST_P(ListWindowTest, FreeItemColumnsFollowTheNamesOfTheCompany)
+{
+    fillCompany(*db);
+    {
+        auto w = open();
+        EXPECT_FALSE(w->context().HaveFree1);
+        EXPECT_FALSE(w->context().HaveFree2);
+        EXPECT_EQ(w->SupPS2()->colWidth(3), 0);
+        EXPECT_EQ(w->SupPS2()->colWidth(4), 0);
+        EXPECT_EQ(w->SupPS2()->textMatrix(0, 3), QStringLiteral("自由项一"));
+        EXPECT_EQ(w->SupPS2()->textMatrix(0, 4), QStringLiteral("自由项二"));
+    }
+    db->execute(QStringLiteral("insert into UserDefItem(cID,cName) values(?,?)"), {QStringLiteral("20"), QStringLiteral("颜色")});
+    // A company that kept the built-in name has not named the item.
+    db->execute(QStringLiteral("insert into UserDefItem(cID,cName) values(?,?)"), {QStringLiteral("21"), QStringLiteral("自由项2")});
+    {
+        auto w = open();
+        EXPECT_TRUE(w->context().HaveFree1);
+        EXPECT_EQ(w->context().FreeName1, QStringLiteral("颜色"));
+        EXPECT_FALSE(w->context().HaveFree2);
+        EXPECT_EQ(w->SupPS2()->colWidth(3), 1000);
+        EXPECT_EQ(w->SupPS2()->colWidth(4), 0);
+        EXPECT_EQ(w->SupPS2()->textMatrix(0, 3), QStringLiteral("颜色"));
+        EXPECT_EQ(w->SupPS2()->textMatrix(0, 4), QStringLiteral("自由项二"));
+        w->Ffliter(QStringLiteral("P2"));
+        EXPECT_EQ(w->SupPS2()->textMatrix(1, 3), QStringLiteral("R"));
+    }
+}
+
+TEST_P(ListWindowTest, ParentsSortedAndFirstParentsLinesShown)
+{
+    fillCompany(*db);
+    auto w = open();
+    const Grid& p = *w->SupPS1();
+    EXPECT_EQ(column(p, 0), (QStringList{"B1", "P1", "P2"}));
+    EXPECT_EQ(column(p, 1), (QStringList{"部件", "成品一", "成品二"}));
+    EXPECT_EQ(column(p, 2), (QStringList{"D1", "D1", "D1"}));
+    EXPECT_EQ(column(p, 3), (QStringList{"", "规格一", "规格二"}));
+    EXPECT_EQ(p.colWidth(0), 1000);
+    EXPECT_EQ(p.colWidth(1), 1500);
+    EXPECT_EQ(p.colMaxLength(0), 12);
+    EXPECT_EQ(p.colMaxLength(1), 60);
+    EXPECT_EQ(p.cellAlignment(0, 0), CellAlignment::CenterCenter);
+    EXPECT_EQ(p.colAlignment(1), CellAlignment::LeftTop);
+    // Loading selects the first parent and shows its lines.
+    EXPECT_EQ(p.row(), 1);
+    const Grid& c = *w->SupPS2();
+    EXPECT_EQ(column(c, 0), (QStringList{"C3"}));
+    // Its department D9 is no end-level department: the code stays visible.
+    EXPECT_EQ(column(c, 13), (QStringList{"D9"}));
+
+    w->Ffliter(QStringLiteral("P1"));
+    EXPECT_EQ(column(c, 0), (QStringList{"B1", "C1", "C2"}));
+    EXPECT_EQ(column(c, 1), (QStringList{"部件", "零件一", "零件二"}));
+    EXPECT_EQ(column(c, 2), (QStringList{"", "S-C1", ""}));
+    EXPECT_EQ(column(c, 8), (QStringList{"个", "个", "个"}));
+    // The waste rate keeps its point on a whole number; a null rate is an empty cell.
+    EXPECT_EQ(column(c, 10), (QStringList{"", "0.125", "3."}));
+    // Warehouse and department by name.
+    EXPECT_EQ(column(c, 11), (QStringList{"", "原料库", "原料库"}));
+    EXPECT_EQ(column(c, 12), (QStringList{"张三", "张三", "张三"}));
+    EXPECT_EQ(column(c, 13), (QStringList{"", "一车间", "一车间"}));
+    EXPECT_EQ(column(c, 14), (QStringList{"装配", "装配", "装配"}));
+    EXPECT_EQ(column(c, 15), (QStringList{"10", "2.5", ""}));
+    EXPECT_EQ(c.textMatrix(0, 9), QStringLiteral("定额数量"));
+    EXPECT_EQ(c.textMatrix(0, 11), QStringLiteral("存放仓库"));
+    EXPECT_EQ(c.textMatrix(0, 15), QStringLiteral("计划价"));
+    EXPECT_EQ(c.colAlignment(9), CellAlignment::RightCenter);
+    EXPECT_EQ(c.colAlignment(0), CellAlignment::LeftCenter);
+    EXPECT_EQ(c.colMaxLength(0), 20);
+    EXPECT_EQ(c.colWidth(11), -1);
+}
+
+TEST_P(ListWindowTest, SelectionRefillsChildGridAndChildDoubleClickSelectsItsStructure)
+{
+    fillCompany(*db);
+    auto w = open(false, true);
+    Grid& p = *w->SupPS1();
+    p.setRow(2);  // P1, as a click on the row does
+    EXPECT_EQ(column(*w->SupPS2(), 0), (QStringList{"B1", "C1", "C2"}));
+    EXPECT_TRUE(w->Label2()->text().contains(QStringLiteral("P1")));
+    // The child B1 has its own structure: a double-click on its line selects it.
+    QTableView* view = w->SupPS2()->view();
+    const QRect cell = view->visualRect(view->model()->index(0, 0));
+    // A real double-click: press and release, then the double-click.
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, cell.center());
+    QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, cell.center());
+    EXPECT_EQ(p.row(), 1);
+    EXPECT_EQ(p.textMatrix(p.row(), 0), QStringLiteral("B1"));
+    EXPECT_EQ(column(*w->SupPS2(), 0), (QStringList{"C3"}));
+    // A child without a structure of its own leaves the selection alone.
+    p.setRow(3);
+    ASSERT_EQ(column(*w->SupPS2(), 0), (QStringList{"C1"}));
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, cell.center());
+    QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, cell.center());
+    EXPECT_EQ(p.row(), 3);
+}
+
+TEST_P(ListWindowTest, HeaderClickSortsTheGrids)
+{
+    fillCompany(*db);
+    db->execute(QStringLiteral("update Inventory set cInvName=? where cInvCode=?"), {QStringLiteral("A成品"), QStringLiteral("P2")});
+    parent.reset();
+    auto w = open(false, true);
+    emit w->SupPS1()->mousePressed(0, 1, Qt::LeftButton);
+    EXPECT_EQ(column(*w->SupPS1(), 0), (QStringList{"P2", "P1", "B1"}));
+    // The lines shown belong to the parent under the selection.
+    const QHash<QString, QString> firstLine{{"P2", "C1"}, {"P1", "B1"}, {"B1", "C3"}};
+    const Grid& p = *w->SupPS1();
+    EXPECT_EQ(w->SupPS2()->textMatrix(1, 0), firstLine.value(p.textMatrix(p.row(), 0)));
+    // A press on a data row does not sort.
+    emit w->SupPS1()->mousePressed(1, 0, Qt::LeftButton);
+    EXPECT_EQ(column(*w->SupPS1(), 0), (QStringList{"P2", "P1", "B1"}));
+    emit w->SupPS1()->mousePressed(0, 0, Qt::LeftButton);
+    EXPECT_EQ(column(*w->SupPS1(), 0), (QStringList{"B1", "P1", "P2"}));
+
+    w->Ffliter(QStringLiteral("P1"));
+    emit w->SupPS2()->mousePressed(0, 1, Qt::LeftButton);
+    EXPECT_EQ(column(*w->SupPS2(), 1), (QStringList{"部件", "零件一", "零件二"}));
+    // Only columns 0 to 4 of the child grid sort.
+    emit w->SupPS2()->mousePressed(0, 10, Qt::LeftButton);
+    EXPECT_EQ(column(*w->SupPS2(), 10), (QStringList{"", "0.125", "3."}));
+}
+
+TEST_P(ListWindowTest, EmptyCompanyShowsHeadersOnlyAndRefusesPrintingWithoutData)
+{
+    auto w = open(false, true);
+    EXPECT_EQ(w->SupPS1()->rows(), 1);
+    EXPECT_EQ(w->SupPS2()->rows(), 1);
+    EXPECT_EQ(w->SupPS2()->textMatrix(0, 0), QStringLiteral("子项编码"));
+    w->dispatch(QStringLiteral("Butref"));
+    EXPECT_EQ(w->SupPS1()->rows(), 1);
+    EXPECT_EQ(w->SupPS2()->rows(), 1);
+    w->dispatch(QStringLiteral("Butprint"));
+    w->dispatch(QStringLiteral("Butpre"));
+    w->dispatch(QStringLiteral("Butout"));
+    ASSERT_EQ(prompter.shown.size(), 3u);
+    EXPECT_EQ(prompter.shown[0].text, QStringLiteral("没有可供打印的数据！"));
+    EXPECT_EQ(prompter.shown[1].text, QStringLiteral("没有可供打印的数据！"));
+    EXPECT_EQ(prompter.shown[2].text, QStringLiteral("没有数据可以输出！"));
+    for (const auto& s : prompter.shown) {
+        EXPECT_EQ(s.title, QStringLiteral("提示！"));
+        EXPECT_FALSE(s.question);
+    }
+    // Delete with no parent does nothing: no question, no lock asked.
+    prompter.clear();
+    QTest::keyClick(w->SupPS1()->view(), Qt::Key_Delete);
+    w->dispatch(QStringLiteral("ButDelete"));
+    EXPECT_TRUE(prompter.shown.empty());
+    EXPECT_EQ(countRows(*db, LockService::tableName()), 0);
+}
+
+TEST_P(ListWindowTest, KeysReachTheDispatcher)
+{
+    fillCompany(*db);
+    auto w = open(false, true);
+    QTableView* parents = w->SupPS1()->view();
+    QTableView* children = w->SupPS2()->view();
+    parents->setFocus();
+    QTest::keyClick(parents, Qt::Key_F5);
+    QTest::keyClick(parents, Qt::Key_Return);
+    QTest::keyClick(parents, Qt::Key_Enter);
+    EXPECT_EQ(w->keys, (QStringList{"ButAdd", "ButEdit", "ButEdit"}));
+    // Enter in the child grid does not edit.
+    w->keys.clear();
+    children->setFocus();
+    EXPECT_EQ(w->activeControlName(), QStringLiteral("SupPS2"));
+    QTest::keyClick(children, Qt::Key_Return);
+    EXPECT_TRUE(w->keys.isEmpty());
+    QTest::keyClick(children, Qt::Key_F5, Qt::ShiftModifier);
+    EXPECT_EQ(w->keys, (QStringList{"ButAdd"}));
+    // F4 alone is nothing; Alt+F4 closes through the exit command.
+    w->keys.clear();
+    QSignalSpy closed(w.get(), &FrmPS::closed);
+    QTest::keyClick(children, Qt::Key_F4);
+    EXPECT_TRUE(w->keys.isEmpty());
+    EXPECT_TRUE(w->isVisible());
+    QTest::keyClick(children, Qt::Key_F4, Qt::AltModifier);
+    EXPECT_EQ(w->keys, (QStringList{"ButExit"}));
+    EXPECT_EQ(closed.count(), 1);
+    EXPECT_FALSE(w->isVisible());
+}
+
+TEST_P(ListWindowTest, ToolbarCarriesEveryKeyWithCaptionsByPosition)
+{
+    fillCompany(*db);
+    auto w = open();
+    const QList<QAction*> acts = w->toolbarActions();
+    auto at = [&acts](int position) { return acts.value(position - 1); };
+    const struct {
+        int position;
+        const char* tip;
+        const char* caption;
+    } expected[] = {{6, "新增", "增加"},     {8, "删除", "删除"},   {7, "修改", "修改"},
+                    {15, "退出", "退出"},    {2, "打印", "打印"},   {3, "打印预览", "预览"},
+                    {9, "刷新", "刷新"},     {14, "帮助", "帮助"},  {4, "输出到文件", "输出"},
+                    {1, "打印设置", "设置"}, {10, "复制", "复制"}, {12, "设置子表栏目", ""}};
+    for (const auto& e : expected) {
+        ASSERT_NE(at(e.position), nullptr) << e.position;
+        EXPECT_EQ(at(e.position)->toolTip(), QString::fromUtf8(e.tip)) << e.position;
+        EXPECT_EQ(at(e.position)->text(), QString::fromUtf8(e.caption)) << e.position;
+        EXPECT_FALSE(at(e.position)->icon().isNull()) << e.position;
+    }
+    QStringList keys;
+    for (QAction* a : acts)
+        if (!a->isSeparator()) keys << a->data().toString();
+    keys.sort();
+    QStringList all{"ButAdd", "ButDelete", "ButEdit", "Butprint", "Butpre", "Butout", "Butsetup", "ButHelp",
+                    "Butref", "ButCopy", "setItem", "ButExit", "Butfirst", "Butprivous", "Butnext", "Butlast"};
+    all.sort();
+    EXPECT_EQ(keys, all);
+    EXPECT_EQ(w->imageKeys(), (QStringList{"pAdd", "pDelete", "pEdit", "pExit", "pSt1", "pFind", "pPrivous",
+                                           "pNext", "pLast", "pFirst", "pend", "phelp", "pprint", "ppre", "pref",
+                                           "pout", "psetup", "pCopy", "setItem", "pSt2"}));
+    // A click on a button dispatches its key.
+    w->keys.clear();
+    w->action(QStringLiteral("Butnext"))->trigger();
+    EXPECT_EQ(w->keys, (QStringList{"Butnext"}));
+}
+
+TEST_P(ListWindowTest, MovementCommandsChangeNothingAndRefreshReadsNewStructures)
+{
+    fillCompany(*db);
+    auto w = open(false, true);
+    w->SupPS1()->setRow(2);
+    const QStringList lines = column(*w->SupPS2(), 0);
+    for (const char* key : {"Butfirst", "Butprivous", "Butnext", "Butlast", "NoSuchKey"}) {
+        w->dispatch(QString::fromLatin1(key));
+        EXPECT_EQ(w->SupPS1()->row(), 2) << key;
+        EXPECT_EQ(w->SupPS1()->rows(), 4) << key;
+        EXPECT_EQ(column(*w->SupPS2(), 0), lines) << key;
+    }
+    EXPECT_TRUE(prompter.shown.empty());
+
+    // Another workstation saves a structure; refresh shows it and keeps the selection.
+    insertItem(*db, QStringLiteral("A0"), QStringLiteral("新品"), QString(), {}, kNull, kNull);
+    db->execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"), {QStringLiteral("A0"), QStringLiteral("D1")});
+    insertLine(*db, QStringLiteral("A0"), QStringLiteral("C2"), 1.0, kNull, QString(), QString());
+    EXPECT_EQ(w->SupPS1()->rows(), 4);
+    w->dispatch(QStringLiteral("Butref"));
+    EXPECT_EQ(column(*w->SupPS1(), 0), (QStringList{"A0", "B1", "P1", "P2"}));
+    EXPECT_EQ(w->SupPS1()->textMatrix(w->SupPS1()->row(), 0), QStringLiteral("P1"));
+    EXPECT_EQ(column(*w->SupPS2(), 0), lines);
+    w->Ffliter(QStringLiteral("A0"));
+    EXPECT_EQ(column(*w->SupPS2(), 0), (QStringList{"C2"}));
+    // A code with no lines empties the child grid.
+    w->Ffliter(QStringLiteral("no'such|code"));
+    EXPECT_EQ(w->SupPS2()->rows(), 1);
+}
+
+TEST_P(ListWindowTest, ReadOnlyDisablesAddDeleteAndCopy)
+{
+    fillCompany(*db);
+    auto w = open(true, true);
+    EXPECT_TRUE(w->context().readOnly);
+    EXPECT_FALSE(w->action(QStringLiteral("ButAdd"))->isEnabled());
+    EXPECT_FALSE(w->action(QStringLiteral("ButDelete"))->isEnabled());
+    EXPECT_FALSE(w->action(QStringLiteral("ButCopy"))->isEnabled());
+    EXPECT_TRUE(w->action(QStringLiteral("ButEdit"))->isEnabled());
+    EXPECT_TRUE(w->action(QStringLiteral("Butref"))->isEnabled());
+    // The copy flag is not set by a copy that read-only mode refuses.
+    w->FrmPS::dispatch(QStringLiteral("ButCopy"));
+    EXPECT_FALSE(w->copyFlag);
+    // Delete through the key: nothing asked, no lock taken.
+    w->SupPS1()->view()->setFocus();
+    QTest::keyClick(w->SupPS1()->view(), Qt::Key_Delete);
+    EXPECT_TRUE(prompter.shown.empty());
+    EXPECT_EQ(countRows(*db, LockService::tableName()), 0);
+    EXPECT_EQ(w->SupPS1()->rows(), 4);
+    // Browsing works as ever.
+    w->SupPS1()->setRow(2);
+    EXPECT_EQ(column(*w->SupPS2(), 0), (QStringList{"B1", "C1", "C2"}));
+}
+
+TEST_P(ListWindowTest, CompanyMissingLookupTablesStillOpens)
+{
+    fillCompany(*db);
+    for (const char* t : {"CA_PreDf", "userdefine", "accinformation", "UserDefItem", "person", "warehouse"})
+        db->execute(QStringLiteral("drop table ") + QString::fromLatin1(t));
+    auto w = open(false, true);
+    EXPECT_EQ(w->context().RecCa, nullptr);
+    EXPECT_EQ(w->context().RecFree1, nullptr);
+    EXPECT_EQ(w->context().RecFree2, nullptr);
+    EXPECT_EQ(w->context().RecPer, nullptr);
+    EXPECT_NE(w->context().RecDep, nullptr);
+    EXPECT_NE(w->context().inventory, nullptr);
+    EXPECT_EQ(w->context().quantityDecimals, 2);
+    EXPECT_FALSE(w->context().HaveFree1);
+    EXPECT_EQ(column(*w->SupPS1(), 0), (QStringList{"B1", "P1", "P2"}));
+    w->Ffliter(QStringLiteral("P1"));
+    // Without the warehouse table the codes stand where the names would.
+    EXPECT_EQ(column(*w->SupPS2(), 11), (QStringList{"", "W1", "W1"}));
+    EXPECT_TRUE(prompter.shown.empty());
+}
+
+QX_INSTANTIATE_BACKENDS(ListWindowTest);
+
+}  // namespace

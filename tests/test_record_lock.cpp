@@ -1,0 +1,171 @@
+// The list's record-lock calls over the lock table of the company database. Two connections
+// with their own computer names and process ids stand for two workstations.
+
+#include "platform/lock_service.h"
+#include "platform/prompter.h"
+#include "shared/record_lock.h"
+#include "support/company.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace qx;
+using namespace qx::test;
+
+namespace {
+
+// A process id that was real a moment ago and is gone now.
+long long deadPid()
+{
+    const pid_t child = fork();
+    if (child == 0) _exit(0);
+    int status = 0;
+    waitpid(child, &status, 0);
+    return child;
+}
+
+QString holderOf(Database& db, const QString& key)
+{
+    auto rs = db.openRecordset(QStringLiteral("select cComputer from ") + LockService::tableName() +
+                                   QStringLiteral(" where cCategory=? and cKey=?"),
+                               RecordsetType::Snapshot, 0, {QStringLiteral("AE"), key});
+    return rs->recordCount() == 0 ? QString() : rs->field(0).toString();
+}
+
+class RecordLockTest : public BackendTest {
+protected:
+    void SetUp() override
+    {
+        BackendTest::SetUp();
+        if (IsSkipped()) return;
+        db1 = openFreshCompany(backend(), &connection);
+        db2 = Database::open(connection);
+    }
+    QString connection;
+    std::unique_ptr<Database> db1, db2;
+    ScriptedPrompter prompter;
+};
+
+TEST_P(RecordLockTest, SecondWorkstationRefusedUntilHolderReleases)
+{
+    RecordLocks first(db1.get(), QStringLiteral("WS-ONE"));
+    RecordLocks second(db2.get(), QStringLiteral("WS-TWO"), deadPid());
+
+    EXPECT_TRUE(first.lockRecord(QStringLiteral("  P1  "), KeyTrim::Both));
+    EXPECT_EQ(first.Locks(), QStringLiteral("P1"));
+    EXPECT_EQ(holderOf(*db2, QStringLiteral("P1")), QStringLiteral("WS-ONE"));
+
+    // The key is the trimmed code: the other workstation is refused under any spelling of it.
+    EXPECT_FALSE(second.lockRecord(QStringLiteral("P1"), KeyTrim::Both));
+    EXPECT_FALSE(second.lockRecord(QStringLiteral(" P1"), KeyTrim::Leading));
+    // Another structure is free.
+    EXPECT_TRUE(second.lockRecord(QStringLiteral("P2"), KeyTrim::Both));
+    second.unlockRecord();
+
+    // Releasing by someone who does not hold the key frees nothing.
+    RecordLocks stranger(db2.get(), QStringLiteral("WS-THREE"));
+    EXPECT_FALSE(stranger.lockRecord(QStringLiteral("P1"), KeyTrim::Both));
+    stranger.unlockRecord();
+    EXPECT_FALSE(second.lockRecord(QStringLiteral("P1"), KeyTrim::Both));
+
+    first.unlockRecord();
+    EXPECT_EQ(holderOf(*db2, QStringLiteral("P1")), QString());
+    EXPECT_TRUE(second.lockRecord(QStringLiteral("P1"), KeyTrim::Both));
+    EXPECT_FALSE(first.lockRecord(QStringLiteral("P1"), KeyTrim::Both));
+    second.unlockRecord();
+    EXPECT_TRUE(first.lockRecord(QStringLiteral("P1"), KeyTrim::Both));
+    first.unlockRecord();
+}
+
+TEST_P(RecordLockTest, DeletionKeysKeepTrailingBlanks)
+{
+    EXPECT_EQ(lockKey(QStringLiteral("  P1 "), KeyTrim::Leading), QStringLiteral("P1 "));
+    EXPECT_EQ(lockKey(QStringLiteral("  P1 "), KeyTrim::Both), QStringLiteral("P1"));
+    RecordLocks first(db1.get(), QStringLiteral("WS-ONE"));
+    RecordLocks second(db2.get(), QStringLiteral("WS-TWO"));
+    ASSERT_TRUE(first.lockRecord(QStringLiteral(" 甲'|1"), KeyTrim::Leading));
+    EXPECT_EQ(first.Locks(), QStringLiteral("甲'|1"));
+    // A quote and a pipe are only data in the key.
+    EXPECT_FALSE(second.lockRecord(QStringLiteral("甲'|1"), KeyTrim::Both));
+    first.unlockRecord();
+    EXPECT_TRUE(second.lockRecord(QStringLiteral("甲'|1"), KeyTrim::Both));
+    second.unlockRecord();
+}
+
+TEST_P(RecordLockTest, RefusalsSayWhichCommandAsked)
+{
+    RecordLocks first(db1.get(), QStringLiteral("WS-ONE"));
+    RecordLocks second(db2.get(), QStringLiteral("WS-TWO"));
+    ASSERT_TRUE(first.lockRecord(QStringLiteral("P1"), KeyTrim::Both));
+    EXPECT_FALSE(second.lockOrRefuse(QStringLiteral("P1"), KeyTrim::Both, LockPurpose::Edit, QStringLiteral("产品结构")));
+    EXPECT_FALSE(second.lockOrRefuse(QStringLiteral("P1"), KeyTrim::Leading, LockPurpose::DeleteStructure,
+                                     QStringLiteral("产品结构")));
+    EXPECT_FALSE(second.lockOrRefuse(QStringLiteral("P1"), KeyTrim::Leading, LockPurpose::DeleteLine,
+                                     QStringLiteral("物料清单")));
+    ASSERT_EQ(prompter.shown.size(), 3u);
+    EXPECT_EQ(prompter.shown[0].text, QStringLiteral("其他操作员正对本产品结构进行操作，请您稍后再试！"));
+    EXPECT_EQ(prompter.shown[1].text, QStringLiteral("其他操作员正对本产品结构进行操作，请您稍后再试!"));
+    EXPECT_EQ(prompter.shown[2].text, QStringLiteral("其他操作员正对本物料清单进行操作，请您稍后在试！"));
+    for (const auto& s : prompter.shown) EXPECT_EQ(s.title, QStringLiteral("提示！"));
+    // A granted lock shows nothing.
+    prompter.clear();
+    EXPECT_TRUE(second.lockOrRefuse(QStringLiteral("P2"), KeyTrim::Both, LockPurpose::Edit, QStringLiteral("产品结构")));
+    EXPECT_TRUE(prompter.shown.empty());
+    second.unlockRecord();
+    first.unlockRecord();
+}
+
+TEST_P(RecordLockTest, DeadHolderOnThisComputerIsTakenOverNeverAnotherComputers)
+{
+    const long long gone = deadPid();
+    RecordLocks crashed(db1.get(), QStringLiteral("WS-ONE"), gone);
+    ASSERT_TRUE(crashed.lockRecord(QStringLiteral("P1"), KeyTrim::Both));
+    // The same computer, a live process: the dead one's lock is taken over.
+    RecordLocks restarted(db2.get(), QStringLiteral("WS-ONE"));
+    EXPECT_TRUE(restarted.lockRecord(QStringLiteral("P1"), KeyTrim::Both));
+    EXPECT_EQ(holderOf(*db1, QStringLiteral("P1")), QStringLiteral("WS-ONE"));
+    // And it is now held against everybody else.
+    RecordLocks other(db1.get(), QStringLiteral("WS-TWO"));
+    EXPECT_FALSE(other.lockRecord(QStringLiteral("P1"), KeyTrim::Both));
+    restarted.unlockRecord();
+
+    // A lock of another computer is never forced, whatever its process id.
+    RecordLocks farAway(db1.get(), QStringLiteral("WS-FAR"), gone);
+    ASSERT_TRUE(farAway.lockRecord(QStringLiteral("P2"), KeyTrim::Both));
+    RecordLocks here(db2.get(), QStringLiteral("WS-ONE"));
+    EXPECT_FALSE(here.lockRecord(QStringLiteral("P2"), KeyTrim::Both));
+    farAway.unlockRecord();
+    EXPECT_TRUE(here.lockRecord(QStringLiteral("P2"), KeyTrim::Both));
+    here.unlockRecord();
+}
+
+TEST_P(RecordLockTest, LockTableThatCannotBeWrittenRefuses)
+{
+    // A lock table that takes no rows of the service's shape.
+    db1->execute(QStringLiteral("drop table ") + LockService::tableName());
+    db1->execute(QStringLiteral("create table ") + LockService::tableName() + QStringLiteral(" (unrelated integer)"));
+    RecordLocks first(db1.get(), QStringLiteral("WS-ONE"));
+    EXPECT_FALSE(first.lockRecord(QStringLiteral("P1"), KeyTrim::Both));
+    EXPECT_FALSE(first.lockOrRefuse(QStringLiteral("P1"), KeyTrim::Both, LockPurpose::Edit, QStringLiteral("产品结构")));
+    EXPECT_EQ(prompter.last(), QStringLiteral("其他操作员正对本产品结构进行操作，请您稍后再试！"));
+    // Unlocking after a refusal is harmless.
+    first.unlockRecord();
+    // The database is still usable afterwards (no transaction left open by the failure).
+    EXPECT_FALSE(db1->inTransaction());
+    db1->execute(QStringLiteral("insert into department(cDepCode,cDepName,bDepEnd) values(?,?,1)"),
+                 {QStringLiteral("D1"), QStringLiteral("一车间")});
+}
+
+TEST(RecordLockWithoutDatabase, GrantsNothing)
+{
+    RecordLocks none(nullptr, QStringLiteral("WS"));
+    EXPECT_FALSE(none.lockRecord(QStringLiteral("P1"), KeyTrim::Both));
+    none.unlockRecord();
+    EXPECT_EQ(none.Locks(), QStringLiteral("P1"));
+}
+
+QX_INSTANTIATE_BACKENDS(RecordLockTest);
+
+}  // namespace
