@@ -16,6 +16,7 @@ CommandLineResult parseCommandLine(const QStringList& args)
     QStringList positional;
     QStringList seenOptions;
     bool optionsEnded = false;
+    bool firstIsData = false;  // the first positional came after "--": a database, never a job
 
     for (qsizetype i = 0; i < args.size(); ++i) {
         const QString& a = args[i];
@@ -24,6 +25,7 @@ CommandLineResult parseCommandLine(const QStringList& args)
                 optionsEnded = true;
                 continue;
             }
+            if (positional.isEmpty()) firstIsData = optionsEnded;
             positional << a;
             continue;
         }
@@ -67,7 +69,9 @@ CommandLineResult parseCommandLine(const QStringList& args)
     const QString first = positional.front();
     QString command;
     qsizetype expected = 1;
-    if (first == QLatin1String("demo")) {
+    if (firstIsData) {
+        // a database named like a job
+    } else if (first == QLatin1String("demo")) {
         cmd.job = CommandLine::Job::Demo;
         expected = 2;
     } else if (first == QLatin1String("verify")) {

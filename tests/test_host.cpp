@@ -1,0 +1,333 @@
+// The host interface (QXProStru, Init, the open-recordset routine) and the qxprostru executable.
+
+#include "data/schema.h"
+#include "host/command_line.h"
+#include "host/qxprostru.h"
+#include "platform/database.h"
+#include "platform/db_error.h"
+#include "platform/prompter.h"
+#include "support/company.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QProcess>
+#include <QTemporaryDir>
+
+using namespace qx;
+using qx::test::BackendTest;
+
+namespace {
+
+DbErrorKind failureOf(const std::function<void()>& write)
+{
+    try {
+        write();
+    } catch (const DbError& e) {
+        return e.kind();
+    }
+    ADD_FAILURE() << "the write was not refused";
+    return DbErrorKind::Other;
+}
+
+}  // namespace
+
+class HostTest : public BackendTest {};
+
+TEST_P(HostTest, InitOpensDynasetsOrSnapshotsAndKeepsTheHostsValues)
+{
+    auto db = test::openFreshDatabase(backend());
+    schema::createDemoCompany(*db);
+    ScriptedPrompter prompter;
+
+    QXProStru host;
+    EXPECT_EQ(host.db(), nullptr);
+    ASSERT_TRUE(host.Init(*db, false));
+    EXPECT_EQ(host.db(), db.get());
+    EXPECT_FALSE(host.ReadOnly());
+    for (Recordset* rs : {host.parentRecords(), host.childRecords(), host.joinedRecords()}) {
+        ASSERT_NE(rs, nullptr);
+        EXPECT_EQ(rs->type(), RecordsetType::Dynaset);
+    }
+    EXPECT_EQ(host.parentRecords()->recordCount(), 12);
+    EXPECT_EQ(host.childRecords()->recordCount(), 47);
+    EXPECT_EQ(host.joinedRecords()->recordCount(), 47);
+    // The child query is ordered by child code and carries the waste rate.
+    EXPECT_EQ(host.childRecords()->field(QStringLiteral("cPSCode")).toString(), QStringLiteral("0201"));
+    EXPECT_TRUE(host.childRecords()->hasField(QStringLiteral("iWasteRate")));
+
+    ASSERT_TRUE(host.Init(*db, true));
+    EXPECT_TRUE(host.ReadOnly());
+    for (Recordset* rs : {host.parentRecords(), host.childRecords(), host.joinedRecords()}) {
+        ASSERT_NE(rs, nullptr);
+        EXPECT_EQ(rs->type(), RecordsetType::Snapshot);
+    }
+    Recordset* parents = host.parentRecords();
+    EXPECT_EQ(failureOf([&] { parents->edit(); parents->setField("cDepCode", "0101"); parents->update(); }),
+              DbErrorKind::Other);
+    EXPECT_EQ(failureOf([&] { parents->deleteCurrent(); }), DbErrorKind::Other);
+
+    // Record holds whatever the host gives; ReadOnly can be set directly as well.
+    auto other = db->openRecordset(QStringLiteral("department"));
+    host.setRecord(other.get());
+    EXPECT_EQ(host.Record(), other.get());
+    host.setReadOnly(false);
+    EXPECT_FALSE(host.ReadOnly());
+    EXPECT_TRUE(prompter.shown.empty());
+}
+
+TEST_P(HostTest, InitUpgradesAnOldCompanyAndItsOldLinesShowNoWasteRate)
+{
+    auto db = test::openFreshDatabase(backend());
+    schema::createCompany(*db, /*withWasteRate=*/false);
+    db->execute(QStringLiteral("insert into Inventory(cInvCode,cInvName) values(?,?)"), {"P", "成品"});
+    db->execute(QStringLiteral("insert into Inventory(cInvCode,cInvName) values(?,?)"), {"C", "零件"});
+    db->execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"), {"P", "01"});
+    db->execute(QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity) values(?,?,?)"),
+                {"P", "C", 2.0});
+    QXProStru host;
+    ASSERT_TRUE(host.Init(*db, false));
+    ASSERT_EQ(host.childRecords()->recordCount(), 1);
+    EXPECT_TRUE(host.childRecords()->field(QStringLiteral("iwasterate")).isNull());
+    ASSERT_TRUE(host.Init(*db, false));  // again, on the upgraded table
+}
+
+TEST_P(HostTest, InitFailsQuietlyWithoutTheTablesItReads)
+{
+    ScriptedPrompter prompter;
+    {
+        auto db = test::openFreshDatabase(backend());
+        schema::createCompany(*db);
+        db->execute(QStringLiteral("drop table mom_order"));
+        db->execute(QStringLiteral("drop table ProductStructures"));
+        db->execute(QStringLiteral("drop table ProductStructure"));
+        QXProStru host;
+        EXPECT_FALSE(host.Init(*db, false));
+        EXPECT_EQ(host.parentRecords(), nullptr);
+        EXPECT_EQ(host.joinedRecords(), nullptr);
+    }
+    {
+        auto db = test::openFreshDatabase(backend());
+        schema::createCompany(*db);
+        db->execute(QStringLiteral("drop table Inventory"));
+        QXProStru host;
+        EXPECT_FALSE(host.Init(*db, true));
+        EXPECT_EQ(host.parentRecords(), nullptr);
+        EXPECT_EQ(host.childRecords(), nullptr);
+        EXPECT_NE(host.joinedRecords(), nullptr);  // it joins only the component's own tables
+        EXPECT_TRUE(host.ReadOnly());
+    }
+    {
+        auto db = test::openFreshDatabase(backend());
+        QXProStru host;
+        EXPECT_FALSE(host.Init(*db, false));
+    }
+    EXPECT_TRUE(prompter.shown.empty());
+}
+
+TEST_P(HostTest, OpenRecordsetGivesNothingOnAnyError)
+{
+    auto db = test::openFreshCompany(backend());
+    EXPECT_EQ(OpenRecordset(*db, QStringLiteral("select * from NoSuchTable"), true, "x"), nullptr);
+    EXPECT_EQ(OpenRecordset(*db, QStringLiteral("select cInvCode from Inventory where cInvCode='"), false, "x"),
+              nullptr);
+    EXPECT_EQ(OpenRecordset(*db, QStringLiteral("nosuchtable"), false, "x"), nullptr);
+    auto ok = OpenRecordset(*db, QStringLiteral("select cInvCode from Inventory"), true, "x");
+    ASSERT_NE(ok, nullptr);
+    EXPECT_EQ(ok->type(), RecordsetType::Snapshot);
+    EXPECT_TRUE(ok->bof() && ok->eof());
+}
+
+QX_INSTANTIATE_BACKENDS(HostTest);
+
+TEST(HostQueries, StandAsTheComponentBuildsThem)
+{
+    EXPECT_EQ(kParentQuery,
+              "SELECT ProductStructure.cPSPCode, Inventory.cInvName,Inventory.cInvStd, ProductStructure.cDepCode  "
+              "FROM Inventory INNER JOIN ProductStructure ON Inventory.cInvCode = ProductStructure.cPSPCode");
+    EXPECT_TRUE(kChildQuery.startsWith("SELECT ProductStructures.cPSPcode,ProductStructures.cPSCode,  "
+                                       "ProductStructures.cProcedureName, ProductStructures.cDepCode,  "));
+    EXPECT_TRUE(kChildQuery.endsWith(
+        "inventory.cInvA_unit,productstructures.iWasteRate FROM Inventory INNER JOIN ProductStructures ON "
+        "Inventory.cInvCode = ProductStructures.cPSCode order by productstructures.cPSCode"));
+}
+
+TEST(HostCommandLine, AcceptsTheDocumentedForms)
+{
+    auto main = parseCommandLine({"--read-only", "sqlite:/tmp/a.db"});
+    ASSERT_TRUE(main.command) << main.error.toStdString();
+    EXPECT_EQ(main.command->job, CommandLine::Job::Main);
+    EXPECT_TRUE(main.command->readOnly);
+    EXPECT_EQ(main.command->database, "sqlite:/tmp/a.db");
+    EXPECT_TRUE(main.command->wantsWindow());
+
+    auto shot = parseCommandLine({"a.db", "--screenshot", "x.png", "--card", "0101"});
+    ASSERT_TRUE(shot.command);
+    EXPECT_EQ(shot.command->screenshot, "x.png");
+    EXPECT_EQ(shot.command->card, "0101");
+    auto fresh = parseCommandLine({"--read-only", "a.db", "--screenshot=x.png", "--new-card"});
+    ASSERT_TRUE(fresh.command);
+    EXPECT_TRUE(fresh.command->newCard);
+    EXPECT_TRUE(fresh.command->readOnly);
+
+    auto pdf = parseCommandLine({"a.db", "--pdf", "o.pdf", "--structure", "0101"});
+    ASSERT_TRUE(pdf.command);
+    EXPECT_EQ(pdf.command->pdf, "o.pdf");
+    EXPECT_EQ(pdf.command->structure, "0101");
+    EXPECT_FALSE(pdf.command->wantsWindow());
+
+    auto cc = parseCommandLine({"check-cycle", "postgresql://u@/db?host=/s", "A'B", "C"});
+    ASSERT_TRUE(cc.command);
+    EXPECT_EQ(cc.command->job, CommandLine::Job::CheckCycle);
+    EXPECT_EQ(cc.command->parent, "A'B");
+    EXPECT_EQ(cc.command->child, "C");
+    EXPECT_EQ(parseCommandLine({"demo", "d.db"}).command->job, CommandLine::Job::Demo);
+    EXPECT_EQ(parseCommandLine({"verify", "d.db"}).command->job, CommandLine::Job::Verify);
+    // A database file that happens to be called like a job goes after "--".
+    auto named = parseCommandLine({"--", "demo"});
+    ASSERT_TRUE(named.command);
+    EXPECT_EQ(named.command->job, CommandLine::Job::Main);
+    EXPECT_EQ(named.command->database, "demo");
+}
+
+TEST(HostCommandLine, RefusesWhatDoesNotFitWithAMessageNamingIt)
+{
+    auto refused = [](const QStringList& args) {
+        auto r = parseCommandLine(args);
+        EXPECT_FALSE(r.command) << args.join(' ').toStdString();
+        return r.error;
+    };
+    EXPECT_EQ(refused({}), "命令行不正确：缺少数据库");
+    EXPECT_EQ(refused({"a.db", "--card", "X"}), "命令行不正确：选项 --card 须与 --screenshot 同用");
+    EXPECT_EQ(refused({"a.db", "--screenshot", "x.png", "--card", "X", "--new-card"}),
+              "命令行不正确：选项 --card 与 --new-card 不能同用");
+    EXPECT_EQ(refused({"a.db", "--new-card"}), "命令行不正确：选项 --new-card 须与 --screenshot 同用");
+    EXPECT_EQ(refused({"a.db", "--pdf", "o.pdf"}), "命令行不正确：选项 --pdf 须与 --structure 同用");
+    EXPECT_EQ(refused({"a.db", "--structure", "0101"}), "命令行不正确：选项 --structure 须与 --pdf 同用");
+    EXPECT_EQ(refused({"a.db", "--pdf", "o.pdf", "--structure", "0101", "--screenshot", "x.png"}),
+              "命令行不正确：选项 --pdf 与 --screenshot 不能同用");
+    EXPECT_EQ(refused({"a.db", "--screenshot"}), "命令行不正确：选项 --screenshot 缺少取值");
+    EXPECT_EQ(refused({"a.db", "--colour"}), "命令行不正确：不认识的选项 --colour");
+    EXPECT_EQ(refused({"a.db", "--read-only", "--read-only"}), "命令行不正确：选项 --read-only 重复");
+    EXPECT_EQ(refused({"a.db", "b.db"}), "命令行不正确：qxprostru 的参数个数不对");
+    EXPECT_EQ(refused({"check-cycle", "a.db", "P"}), "命令行不正确：check-cycle 的参数个数不对");
+    EXPECT_EQ(refused({"verify", "--read-only", "a.db"}), "命令行不正确：选项 --read-only 不能用于 verify");
+    EXPECT_EQ(refused({"demo"}), "命令行不正确：demo 的参数个数不对");
+}
+
+// The built executable, run as the people who look after company databases run it.
+class HostExecutable : public BackendTest {
+protected:
+    struct Run {
+        int exitCode = -1;
+        QString out;
+        QString err;
+    };
+
+    Run run(const QStringList& args)
+    {
+        const QString exe = qEnvironmentVariable("QXPROSTRU_EXE");
+        Run r;
+        if (exe.isEmpty()) {
+            ADD_FAILURE() << "QXPROSTRU_EXE is not set (ctest sets it)";
+            return r;
+        }
+        QProcess p;
+        // Qt warns on standard error when it has no runtime directory; give it one, so that
+        // what is left there is the program's own.
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime.path());
+        p.setProcessEnvironment(env);
+        p.start(exe, args);
+        if (!p.waitForFinished(120000)) {
+            p.kill();
+            ADD_FAILURE() << "qxprostru did not finish: " << args.join(' ').toStdString();
+            return r;
+        }
+        r.exitCode = p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
+        r.out = QString::fromUtf8(p.readAllStandardOutput());
+        r.err = QString::fromUtf8(p.readAllStandardError());
+        return r;
+    }
+
+    // A company database to run on: a new file, or a new empty PostgreSQL database.
+    QString freshConnection()
+    {
+        if (backend() == test::TestBackend::Sqlite) return QStringLiteral("sqlite:") + dir.filePath("company.db");
+        QString connection;
+        test::openFreshDatabase(backend(), &connection);
+        return connection;
+    }
+
+    QTemporaryDir dir;
+    QTemporaryDir runtime;
+};
+
+TEST_P(HostExecutable, DemoThenVerifyAndCheckCycleAnswerByExitStatus)
+{
+    const QString db = freshConnection();
+    Run demo = run({"demo", db});
+    ASSERT_EQ(demo.exitCode, 0) << demo.err.toStdString();
+    EXPECT_TRUE(demo.out.startsWith("演示账套已建立：")) << demo.out.toStdString();
+    Run again = run({"demo", db});
+    EXPECT_EQ(again.exitCode, 0);
+    EXPECT_TRUE(again.out.startsWith("演示账套已存在，未作改动：")) << again.out.toStdString();
+
+    Run clean = run({"verify", db});
+    EXPECT_EQ(clean.exitCode, 0) << clean.out.toStdString();
+    EXPECT_EQ(clean.out.trimmed(), "产品结构数据完整，未发现问题");
+
+    // The aluminium is below the bicycle: placing the bicycle under it closes a loop.
+    Run cycle = run({"check-cycle", db, "0407", "0101"});
+    EXPECT_EQ(cycle.exitCode, 1) << cycle.err.toStdString();
+    EXPECT_EQ(cycle.out.trimmed(), "循环：0101 放在 0407 之下会出现循环调用");
+    Run allowed = run({"check-cycle", db, "0101", "0407"});
+    EXPECT_EQ(allowed.exitCode, 0) << allowed.err.toStdString();
+    EXPECT_EQ(allowed.out.trimmed(), "允许：0407 可作为 0101 的子项");
+    EXPECT_EQ(run({"check-cycle", db, "0101", "0101"}).exitCode, 1);
+    EXPECT_EQ(run({"check-cycle", db, "0407", "x' or '1'='1"}).exitCode, 0);
+
+    // Damage it through a connection of our own: a line to a vanished item.
+    {
+        auto conn = Database::open(db);
+        conn->execute(QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity) values(?,?,?)"),
+                      {"0102", "GONE", 1.0});
+    }
+    Run damaged = run({"verify", db});
+    EXPECT_EQ(damaged.exitCode, 1);
+    EXPECT_EQ(damaged.out.split('\n', Qt::SkipEmptyParts),
+              (QStringList{"子项存货不存在：父项 0102 子项 GONE", "共发现 1 个问题"}));
+}
+
+TEST_P(HostExecutable, FailuresAreOneLineOnStandardErrorAndANonZeroExit)
+{
+    auto oneLine = [](const Run& r) {
+        EXPECT_NE(r.exitCode, 0);
+        EXPECT_NE(r.exitCode, 1) << "1 is the answer 'cycle', not a failure";
+        EXPECT_EQ(r.err.trimmed().count('\n'), 0) << r.err.toStdString();
+        EXPECT_FALSE(r.err.trimmed().isEmpty());
+        return r.err.trimmed();
+    };
+    const QString db = freshConnection();
+    // A company without the component's tables: Init fails.
+    {
+        auto conn = Database::open(db);
+        conn->execute(QStringLiteral("create table unrelated (a integer)"));
+    }
+    EXPECT_EQ(oneLine(run({db})), "不能打开产品结构数据（Inventory、ProductStructure、ProductStructures）");
+    EXPECT_TRUE(oneLine(run({"verify", db})).size() > 0);
+    EXPECT_TRUE(oneLine(run({"check-cycle", db, "A", "B"})).size() > 0);
+    EXPECT_TRUE(oneLine(run({"--colour", db})).startsWith("命令行不正确："));
+
+    if (backend() == test::TestBackend::Sqlite) {
+        const QString missing = dir.filePath("none.db");
+        EXPECT_EQ(oneLine(run({"verify", "sqlite:" + missing})), "数据库文件不存在：" + missing);
+        EXPECT_FALSE(QFile::exists(missing));
+        EXPECT_FALSE(oneLine(run({"demo", "sqlite:" + dir.filePath("no/such/dir/x.db")})).isEmpty());
+    } else {
+        const Run r = run({"verify", "postgresql://nobody@/nosuchdb?host=" + dir.path()});
+        EXPECT_TRUE(oneLine(r).contains(dir.path())) << r.err.toStdString();
+    }
+}
+
+QX_INSTANTIATE_BACKENDS(HostExecutable);
