@@ -10,7 +10,10 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QDialog>
 #include <QHeaderView>
+#include <QImage>
+#include <QProcess>
 #include <QLabel>
 #include <QSignalSpy>
 #include <QTableView>
@@ -455,6 +458,28 @@ TEST_P(ListWindowTest, KeysReachTheDispatcher)
     EXPECT_FALSE(w->isVisible());
 }
 
+TEST_P(ListWindowTest, HelpButtonAndF1OpenTheHelpOfTheList)
+{
+    fillCompany(*db);
+    auto w = open(false, true);
+    EXPECT_EQ(w->helpContext(), 31100033);
+    auto viewer = [&w] { return w->findChild<QDialog*>(QStringLiteral("QxHelpViewer")); };
+    ASSERT_EQ(viewer(), nullptr);
+    w->action(QStringLiteral("ButHelp"))->trigger();
+    EXPECT_EQ(w->keys, (QStringList{"ButHelp"}));
+    ASSERT_NE(viewer(), nullptr);
+    EXPECT_TRUE(viewer()->isVisible());
+    viewer()->close();
+    QApplication::processEvents();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    ASSERT_EQ(viewer(), nullptr);
+    // F1 is the window's own key, in either grid.
+    QTest::keyClick(w->SupPS2()->view(), Qt::Key_F1);
+    ASSERT_NE(viewer(), nullptr);
+    EXPECT_TRUE(viewer()->isVisible());
+    EXPECT_TRUE(prompter.shown.empty());
+}
+
 TEST_P(ListWindowTest, ToolbarCarriesEveryKeyWithCaptionsByPosition)
 {
     fillCompany(*db);
@@ -565,6 +590,39 @@ TEST_P(ListWindowTest, CompanyMissingLookupTablesStillOpens)
     // Without the warehouse table the codes stand where the names would.
     EXPECT_EQ(column(*w->SupPS2(), 11), (QStringList{"", "W1", "W1"}));
     EXPECT_TRUE(prompter.shown.empty());
+}
+
+// The host executable renders the list of the demo company to a PNG and exits.
+TEST(ListScreenshot, HostRendersTheListWindowToPng)
+{
+    const QString exe = qEnvironmentVariable("QXPROSTRU_EXE");
+    if (exe.isEmpty()) GTEST_SKIP() << "QXPROSTRU_EXE is not set (ctest sets it)";
+    QTemporaryDir dir;
+    ASSERT_TRUE(dir.isValid());
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("QX_SYSTEM_DIR"), dir.path());
+    auto run = [&](const QStringList& args) {
+        QProcess p;
+        p.setProcessEnvironment(env);
+        p.start(exe, args);
+        EXPECT_TRUE(p.waitForFinished(60000));
+        return p.exitCode();
+    };
+    const QString company = QStringLiteral("sqlite:") + dir.filePath(QStringLiteral("demo.db"));
+    ASSERT_EQ(run({QStringLiteral("demo"), company}), 0);
+    for (const bool readOnly : {false, true}) {
+        const QString png = dir.filePath(readOnly ? QStringLiteral("ro.png") : QStringLiteral("list.png"));
+        QStringList args;
+        if (readOnly) args << QStringLiteral("--read-only");
+        args << company << QStringLiteral("--screenshot") << png;
+        EXPECT_EQ(run(args), 0);
+        const QImage image(png);
+        ASSERT_FALSE(image.isNull()) << png.toStdString();
+        EXPECT_GT(image.width(), 600);
+        EXPECT_GT(image.height(), 400);
+    }
+    // A picture that cannot be written: non-zero, nothing pretended.
+    EXPECT_NE(run({company, QStringLiteral("--screenshot"), dir.filePath(QStringLiteral("no/such/dir/x.png"))}), 0);
 }
 
 QX_INSTANTIATE_BACKENDS(ListWindowTest);
