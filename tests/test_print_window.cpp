@@ -1,0 +1,264 @@
+// Print, preview, output to a file, print set-up and help from the real list window, on SQLite
+// and PostgreSQL, with a scripted print control (and once with Qt's own preview dialog).
+
+#include "list/column_settings.h"
+#include "platform/print_control.h"
+#include "print/help_page.h"
+#include "print/scratch_database.h"
+#include "support/structure_window.h"
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QDialog>
+#include <QFile>
+#include <QKeyEvent>
+#include <QPrintPreviewDialog>
+#include <QPrintPreviewWidget>
+#include <QProcess>
+#include <QTextBrowser>
+#include <QTableView>
+#include <QTimer>
+
+using namespace qx;
+using namespace qx::test;
+
+namespace {
+
+QString pdfText(const QString& file)
+{
+    QProcess p;
+    p.start(QStringLiteral("pdftotext"), {QStringLiteral("-layout"), file, QStringLiteral("-")});
+    p.waitForFinished(30000);
+    return QString::fromUtf8(p.readAllStandardOutput());
+}
+
+QByteArray fileBytes(const QString& file)
+{
+    QFile f(file);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+class PrintWindow : public StructureWindowTest {
+protected:
+    void SetUp() override
+    {
+        StructureWindowTest::SetUp();
+        if (IsSkipped()) return;
+        ASSERT_TRUE(outDir.isValid());
+        control = std::make_unique<ScriptedPrintControl>(outDir.path());
+    }
+    void TearDown() override
+    {
+        control.reset();
+        StructureWindowTest::TearDown();
+    }
+    QTemporaryDir outDir;
+    std::unique_ptr<ScriptedPrintControl> control;
+};
+
+}  // namespace
+
+TEST_P(PrintWindow, WithoutPrinterPrintSaysSoWhilePreviewAndOutputWork)
+{
+    openWindow();
+    ASSERT_TRUE(selectParent(QStringLiteral("P1")));
+    control->printerInstalled = false;
+    window->dispatch(QStringLiteral("Butprint"));
+    ASSERT_EQ(prompter.shown.size(), 1u);
+    EXPECT_EQ(prompter.shown[0].text, QStringLiteral(" 没有默认打印机，请安装打印机后再试一次！"));
+    EXPECT_EQ(prompter.shown[0].title, QStringLiteral("提示！"));
+    EXPECT_TRUE(control->printedPages.empty());
+
+    prompter.clear();
+    window->dispatch(QStringLiteral("Butpre"));
+    ASSERT_EQ(control->previewPages.size(), 1u);
+    EXPECT_EQ(control->previewPages[0], 1);
+
+    control->outputFile = outDir.filePath(QStringLiteral("p1.pdf"));
+    window->dispatch(QStringLiteral("Butout"));
+    EXPECT_EQ(control->fileQuestions, 1);
+    EXPECT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
+    const QString text = pdfText(control->outputFile);
+    for (const char* s : {"产品结构", "父产品编码：P1", "父产品名称：成品一", "规格型号：规格一",
+                          "使用部门编码：D1", "年度", "打印日期：", "子项编码", "C1", "零件一", "C2",
+                          "零件二", "3.50"})
+        EXPECT_TRUE(text.contains(QString::fromUtf8(s))) << s << "\n" << text.toStdString();
+    // Only the selected structure's lines are on the page.
+    EXPECT_FALSE(text.contains(QStringLiteral("零件三")));
+}
+
+TEST_P(PrintWindow, PrintGoesToThePrinterWithTheSelectedStructure)
+{
+    openWindow();
+    ASSERT_TRUE(selectParent(QStringLiteral("P3")));
+    window->dispatch(QStringLiteral("Butprint"));
+    EXPECT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
+    ASSERT_EQ(control->printedPages.size(), 1u);
+    const QString text = pdfText(outDir.filePath(QStringLiteral("print.pdf")));
+    EXPECT_TRUE(text.contains(QStringLiteral("父产品编码：P3")));
+    EXPECT_TRUE(text.contains(QStringLiteral("成品二")));  // the line P2 by its name
+    EXPECT_FALSE(text.contains(QStringLiteral("零件二")));
+
+    window->dispatch(QStringLiteral("Butsetup"));
+    EXPECT_EQ(control->setups, 1);
+    // Two runs, two layout tables, side by side in the scratch database.
+    window->dispatch(QStringLiteral("Butprint"));
+    auto scratch = print::openScratchDatabase(systemDir.path());
+    EXPECT_EQ(countRows(*scratch, QStringLiteral("select count(*) from sqlite_master where name like ?"),
+                        {QStringLiteral("TempPrint_%")}),
+              2);
+}
+
+TEST_P(PrintWindow, HiddenColumnsAreNeitherPrintedNorOutput)
+{
+    openWindow();
+    ASSERT_TRUE(selectParent(QStringLiteral("P1")));
+    std::vector<bool> shown = columnVisibility(*window->SupPS2());
+    ASSERT_TRUE(shown[1]);
+    shown[1] = false;  // the child name
+    applyColumnVisibility(*window->SupPS2(), shown);
+
+    control->outputFile = outDir.filePath(QStringLiteral("p1.csv"));
+    window->dispatch(QStringLiteral("Butout"));
+    const QByteArray bytes = fileBytes(control->outputFile);
+    ASSERT_TRUE(bytes.startsWith("\xEF\xBB\xBF"));
+    const QString csv = QString::fromUtf8(bytes.mid(3));
+    EXPECT_TRUE(csv.contains(QStringLiteral("子项编码")));
+    EXPECT_FALSE(csv.contains(QStringLiteral("子项名称")));
+    EXPECT_FALSE(csv.contains(QStringLiteral("零件一")));
+    EXPECT_TRUE(csv.contains(QStringLiteral("\r\nC1,"))) << csv.toStdString();
+    EXPECT_TRUE(csv.contains(QStringLiteral("父产品名称：成品一")));
+
+    control->outputFile = outDir.filePath(QStringLiteral("p1.pdf"));
+    window->dispatch(QStringLiteral("Butout"));
+    const QString text = pdfText(control->outputFile);
+    EXPECT_TRUE(text.contains(QStringLiteral("C2")));
+    EXPECT_FALSE(text.contains(QStringLiteral("零件二")));
+}
+
+TEST_P(PrintWindow, ParentNameWithQuoteGivesTheLayoutMessage)
+{
+    db->execute(QStringLiteral("update Inventory set cInvName=? where cInvCode=?"),
+                {QStringLiteral("成品'一"), QStringLiteral("P1")});
+    openWindow();
+    ASSERT_TRUE(selectParent(QStringLiteral("P1")));
+    control->outputFile = outDir.filePath(QStringLiteral("never.pdf"));
+    for (const char* key : {"Butprint", "Butpre", "Butout"}) {
+        prompter.clear();
+        window->dispatch(QString::fromLatin1(key));
+        ASSERT_EQ(prompter.shown.size(), 1u) << key;
+        EXPECT_EQ(prompter.shown[0].text, QStringLiteral("意外错误，请稍后再试一次.")) << key;
+        EXPECT_EQ(prompter.shown[0].title, QStringLiteral("提示!")) << key;
+    }
+    EXPECT_TRUE(control->printedPages.empty());
+    EXPECT_TRUE(control->previewPages.empty());
+    EXPECT_FALSE(QFile::exists(control->outputFile));
+    // Another structure still prints.
+    prompter.clear();
+    ASSERT_TRUE(selectParent(QStringLiteral("P2")));
+    window->dispatch(QStringLiteral("Butpre"));
+    EXPECT_TRUE(prompter.shown.empty());
+    EXPECT_EQ(control->previewPages.size(), 1u);
+}
+
+TEST_P(PrintWindow, UnwritableDataDirectorySaysWhatFailedAndTheListKeepsWorking)
+{
+    openWindow();
+    // The data directory turns into something that cannot hold files.
+    const QString blocker = outDir.filePath(QStringLiteral("blocker"));
+    {
+        QFile f(blocker);
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    }
+    qputenv("QX_SYSTEM_DIR", (blocker + QStringLiteral("/data")).toUtf8());
+    ASSERT_TRUE(selectParent(QStringLiteral("P1")));
+    control->outputFile = outDir.filePath(QStringLiteral("never.csv"));
+    for (const char* key : {"Butprint", "Butpre", "Butout"}) {
+        prompter.clear();
+        window->dispatch(QString::fromLatin1(key));
+        ASSERT_EQ(prompter.shown.size(), 1u) << key;
+        EXPECT_TRUE(prompter.shown[0].text.startsWith(QStringLiteral("无法建立打印临时数据库 ")));
+        EXPECT_TRUE(prompter.shown[0].text.contains(blocker)) << prompter.shown[0].text.toStdString();
+    }
+    EXPECT_FALSE(QFile::exists(control->outputFile));
+    // The list goes on: another parent shows its lines, and a deletion still works.
+    ASSERT_TRUE(selectParent(QStringLiteral("P3")));
+    EXPECT_EQ(gridColumn(*window->SupPS2(), 0), (QStringList{"C1", "P2"}));
+    prompter.clear();
+    prompter.answers = {true};
+    focusParents();
+    window->dispatch(QStringLiteral("ButDelete"));
+    EXPECT_EQ(countRows(*db, QStringLiteral("select count(*) from ProductStructure where cPSPCode=?"),
+                        {QStringLiteral("P3")}),
+              0);
+    qputenv("QX_SYSTEM_DIR", systemDir.path().toUtf8());
+}
+
+TEST_P(PrintWindow, OutputToAFileThatCannotBeWrittenSaysSo)
+{
+    openWindow();
+    control->outputFile = outDir.filePath(QStringLiteral("no/such/dir/out.csv"));
+    window->dispatch(QStringLiteral("Butout"));
+    ASSERT_EQ(prompter.shown.size(), 1u);
+    EXPECT_EQ(prompter.shown[0].text, QStringLiteral("无法写入文件 ") + control->outputFile +
+                                          QStringLiteral("，请检查该文件能否写入后再试一次！"));
+    // A cancelled file question writes nothing and says nothing.
+    prompter.clear();
+    control->outputFile.clear();
+    window->dispatch(QStringLiteral("Butout"));
+    EXPECT_TRUE(prompter.shown.empty());
+}
+
+TEST_P(PrintWindow, QtPreviewDialogShowsThePage)
+{
+    control.reset();  // the real control
+    openWindow();
+    ASSERT_TRUE(selectParent(QStringLiteral("P1")));
+    int pages = -1;
+    QString title;
+    QTimer::singleShot(0, [&] {
+        for (QWidget* w : QApplication::topLevelWidgets()) {
+            auto* dialog = qobject_cast<QPrintPreviewDialog*>(w);
+            if (!dialog || !dialog->isVisible()) continue;
+            title = dialog->windowTitle();
+            if (auto* preview = dialog->findChild<QPrintPreviewWidget*>()) {
+                preview->updatePreview();
+                pages = preview->pageCount();
+            }
+            dialog->reject();
+        }
+    });
+    window->dispatch(QStringLiteral("Butpre"));
+    EXPECT_EQ(pages, 1);
+    EXPECT_EQ(title, QStringLiteral("打印预览"));
+    EXPECT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
+}
+
+TEST_P(PrintWindow, HelpOpensOnF1AndOnTheHelpButton)
+{
+    openWindow();
+    QKeyEvent f1(QEvent::KeyPress, Qt::Key_F1, Qt::NoModifier);
+    QCoreApplication::sendEvent(window->SupPS1()->view(), &f1);
+    auto viewers = window->findChildren<QDialog*>(QStringLiteral("QxHelpViewer"));
+    ASSERT_EQ(viewers.size(), 1);
+    EXPECT_TRUE(viewers[0]->isVisible());
+    auto* browser = viewers[0]->findChild<QTextBrowser*>();
+    ASSERT_NE(browser, nullptr);
+    EXPECT_EQ(browser->source().toString(), QStringLiteral("qrc:/help/31100033.html"));
+    const QString page = browser->toPlainText();
+    for (const char* s : {"产品结构列表窗口", "产品结构定义窗口", "F5", "Delete", "Alt+F4", "Ctrl+I",
+                          "删除此条将导致产品结构不合法，不能删除！", "该记录刚被他人删除！",
+                          "没有默认打印机，请安装打印机后再试一次！", "意外错误，请稍后再试一次."})
+        EXPECT_TRUE(page.contains(QString::fromUtf8(s))) << s;
+
+    // The help button finds the viewer already open and raises it rather than opening another.
+    window->dispatch(QStringLiteral("ButHelp"));
+    EXPECT_EQ(window->findChildren<QDialog*>(QStringLiteral("QxHelpViewer")).size(), 1);
+    viewers[0]->close();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    window->dispatch(QStringLiteral("ButHelp"));
+    EXPECT_EQ(window->findChildren<QDialog*>(QStringLiteral("QxHelpViewer")).size(), 1);
+}
+
+QX_INSTANTIATE_BACKENDS(PrintWindow);
