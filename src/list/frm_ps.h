@@ -12,6 +12,7 @@
 #include <QStringList>
 #include <QWidget>
 
+#include <functional>
 #include <memory>
 
 class QAction;
@@ -20,6 +21,7 @@ class QToolBar;
 
 namespace qx {
 
+class FrmProStru;
 class Grid;
 
 // The columns of the parent grid.
@@ -91,6 +93,9 @@ public:
     // Set by "ButCopy" just before FCopy; read and cleared by the card-filling routine.
     bool copyFlag = false;
 
+    // How the card is shown: modally, returning when it closes. Tests put their own steps here.
+    std::function<void(FrmProStru&)> showCard;
+
     // "SupPS1", "SupPS2" or "" by where the keyboard focus is.
     QString activeControlName() const;
 
@@ -120,6 +125,9 @@ private:
     void setUpToolbar();
     bool handleKey(QKeyEvent* event);
     void installKeyHandler(QWidget* w);
+    // list_card.cpp
+    void fillCard(FrmProStru& card);
+    void runCard(FrmProStru& card);
     // list_loading.cpp
     void loadCaptionWords();
     void prepareScratchPrintDatabase();

@@ -1,0 +1,272 @@
+// Opening the card from the list: edit under the structure's lock, copy, add, read-only viewing,
+// and the list following a save, on both backends.
+
+#include "card/frm_pro_stru.h"
+#include "host/qxprostru.h"
+#include "list/frm_ps.h"
+#include "platform/grid.h"
+#include "platform/lock_service.h"
+#include "platform/prompter.h"
+#include "shared/record_lock.h"
+#include "support/company.h"
+
+#include <QAction>
+#include <QTableView>
+#include <QTest>
+#include <QLineEdit>
+#include <QTemporaryDir>
+#include <QToolButton>
+
+#include <gtest/gtest.h>
+
+
+using namespace qx;
+using namespace qx::test;
+
+namespace {
+
+void exec(Database& db, const QString& sql, const QVariantList& params) { db.execute(sql, params); }
+
+// P1 (成品一, 一车间) holds C1 and C2; P2 holds C1. P3 is an item without a structure.
+void fillCompany(Database& db)
+{
+    const QString inv = QStringLiteral(
+        "insert into Inventory(cInvCode,cInvName,cInvStd,cInvM_Unit,cInvA_Unit,iInvExchRate,iInvRCost,"
+        "bFree1,bFree2,bService) values(?,?,?,?,?,?,?,0,0,0)");
+    const QVariant none(QMetaType::fromType<double>());
+    exec(db, inv, {QStringLiteral("P1"), QStringLiteral("成品一"), QStringLiteral("规格一"), QStringLiteral("台"), QString(), none, 90.0});
+    exec(db, inv, {QStringLiteral("P2"), QStringLiteral("成品二"), QString(), QStringLiteral("台"), QString(), none, 80.0});
+    exec(db, inv, {QStringLiteral("P3"), QStringLiteral("成品三"), QString(), QStringLiteral("台"), QString(), none, 70.0});
+    exec(db, inv, {QStringLiteral("C1"), QStringLiteral("零件一"), QStringLiteral("S-C1"), QStringLiteral("个"), QStringLiteral("箱"), 4.0, 2.5});
+    exec(db, inv, {QStringLiteral("C2"), QStringLiteral("零件二"), QString(), QStringLiteral("个"), QString(), none, 1.0});
+    exec(db, QStringLiteral("insert into department(cDepCode,cDepName,cDepPerson,bDepEnd) values(?,?,?,1)"),
+         {QStringLiteral("D1"), QStringLiteral("一车间"), QString()});
+    exec(db, QStringLiteral("insert into warehouse(cWhCode,cWhName,cWhValueStyle,cDepCode) values(?,?,?,?)"),
+         {QStringLiteral("W2"), QStringLiteral("成品库"), QStringLiteral("全月平均法"), QStringLiteral("D1")});
+    for (const char* p : {"P1", "P2"})
+        exec(db, QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"),
+             {QString::fromLatin1(p), QStringLiteral("D1")});
+    const QString line = QStringLiteral(
+        "insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,iWasteRate,cWhCode,cDepCode) values(?,?,?,?,?,?)");
+    exec(db, line, {QStringLiteral("P1"), QStringLiteral("C1"), 8.0, 0.5, QStringLiteral("W2"), QStringLiteral("D1")});
+    exec(db, line, {QStringLiteral("P1"), QStringLiteral("C2"), 2.0, none, QStringLiteral("W2"), QString()});
+    exec(db, line, {QStringLiteral("P2"), QStringLiteral("C1"), 1.0, none, QStringLiteral("W2"), QString()});
+}
+
+int lockRows(Database& db)
+{
+    auto rs = db.openRecordset(QStringLiteral("select count(*) from ") + LockService::tableName(), RecordsetType::Snapshot);
+    return rs->field(0).toInt();
+}
+
+// What the card looked like while it was open, and whether another workstation could lock.
+struct CardSeen {
+    int shown = 0;
+    bool adding = false;
+    bool editable = false;
+    bool parentCodeEnabled = false;
+    bool com1Enabled = false;
+    QString parentCode, name1, department, spec;
+    std::vector<QStringList> lines;
+    int lockRowsWhileOpen = -1;
+    bool otherWorkstationGranted = true;
+};
+
+class ListCardTest : public BackendTest {
+protected:
+    void SetUp() override
+    {
+        BackendTest::SetUp();
+        if (IsSkipped()) return;
+        ASSERT_TRUE(systemDir.isValid());
+        qputenv("QX_SYSTEM_DIR", systemDir.path().toUtf8());
+        db = openFreshCompany(backend(), &connection);
+        other = Database::open(connection);
+    }
+
+    std::unique_ptr<FrmPS> open(bool readOnly = false)
+    {
+        host = std::make_unique<QXProStru>();
+        EXPECT_TRUE(host->Init(*db, readOnly));
+        auto w = std::make_unique<FrmPS>();
+        w->setDatabase(db.get());
+        w->setReadOnly(readOnly);
+        w->setRecordsets(host->parentRecords(), host->childRecords(), host->joinedRecords());
+        w->load();
+        w->showCard = [this](FrmProStru& card) {
+            ++seen.shown;
+            seen.adding = card.adding;
+            seen.editable = card.editable();
+            seen.parentCodeEnabled = card.EdtcPSPCode()->isEnabled();
+            seen.com1Enabled = card.Com1()->isEnabled();
+            seen.parentCode = card.EdtcPSPCode()->text();
+            seen.name1 = card.Edtname1()->text();
+            seen.department = card.EdtcDepCode()->text();
+            seen.spec = card.Edtname2()->text();
+            seen.lines.clear();
+            for (int r = 1; r < card.SupPS()->rows(); ++r) {
+                QStringList cells;
+                for (int c = 0; c < 17; ++c) cells << card.SupPS()->textMatrix(r, c);
+                seen.lines.push_back(cells);
+            }
+            seen.lockRowsWhileOpen = lockRows(*other);
+            RecordLocks elsewhere(other.get(), QStringLiteral("OTHER-WS"));
+            seen.otherWorkstationGranted = elsewhere.lockRecord(seen.parentCode, KeyTrim::Both);
+            if (seen.otherWorkstationGranted) elsewhere.unlockRecord();
+            if (duringCard) duringCard(card);
+        };
+        return w;
+    }
+
+    QTemporaryDir systemDir;
+    QString connection;
+    std::unique_ptr<Database> db, other;
+    std::unique_ptr<QXProStru> host;
+    CardSeen seen;
+    std::function<void(FrmProStru&)> duringCard;
+    ScriptedPrompter prompter;
+};
+
+TEST_P(ListCardTest, EditOpensTheFilledCardUnderTheLockAndReleasesItOnce)
+{
+    fillCompany(*db);
+    auto w = open();
+    ASSERT_EQ(w->SupPS1()->textMatrix(1, 0), QStringLiteral("P1"));
+    w->dispatch(QStringLiteral("ButEdit"));
+    ASSERT_EQ(seen.shown, 1);
+    EXPECT_FALSE(seen.adding);
+    EXPECT_TRUE(seen.editable);
+    EXPECT_FALSE(seen.parentCodeEnabled);
+    EXPECT_FALSE(seen.com1Enabled);
+    EXPECT_EQ(seen.parentCode, QStringLiteral("P1"));
+    EXPECT_EQ(seen.name1, QStringLiteral("成品一"));
+    EXPECT_EQ(seen.department, QStringLiteral("一车间"));
+    EXPECT_EQ(seen.spec, QStringLiteral("规格一"));
+    // Lines copied cell for cell from the child grid; column 16 stays empty.
+    ASSERT_EQ(seen.lines.size(), 2u);
+    for (int r = 0; r < 2; ++r) {
+        for (int c = 0; c < 16; ++c) EXPECT_EQ(seen.lines[r][c], w->SupPS2()->textMatrix(r + 1, c)) << r << "," << c;
+        EXPECT_EQ(seen.lines[r][16], QString());
+    }
+    EXPECT_EQ(seen.lines[0][0], QStringLiteral("C1"));
+    EXPECT_EQ(seen.lines[0][11], QStringLiteral("成品库"));
+    EXPECT_EQ(seen.lines[0][10], QStringLiteral("0.5"));
+    // Held while the card was open, by this workstation only.
+    EXPECT_EQ(seen.lockRowsWhileOpen, 1);
+    EXPECT_FALSE(seen.otherWorkstationGranted);
+    // Released after it closed.
+    EXPECT_EQ(lockRows(*db), 0);
+    RecordLocks elsewhere(other.get(), QStringLiteral("OTHER-WS"));
+    EXPECT_TRUE(elsewhere.lockRecord(QStringLiteral("P1"), KeyTrim::Both));
+    elsewhere.unlockRecord();
+    EXPECT_TRUE(prompter.shown.empty());
+}
+
+TEST_P(ListCardTest, EditRefusedWhileAnotherWorkstationHoldsTheStructure)
+{
+    fillCompany(*db);
+    auto w = open();
+    RecordLocks elsewhere(other.get(), QStringLiteral("OTHER-WS"));
+    ASSERT_TRUE(elsewhere.lockRecord(QStringLiteral("P1"), KeyTrim::Both));
+    w->dispatch(QStringLiteral("ButEdit"));
+    EXPECT_EQ(seen.shown, 0);
+    ASSERT_EQ(prompter.shown.size(), 1u);
+    EXPECT_EQ(prompter.shown[0].text, QStringLiteral("其他操作员正对本产品结构进行操作，请您稍后再试！"));
+    EXPECT_EQ(prompter.shown[0].title, QStringLiteral("提示！"));
+    // No unlock was issued: the other workstation still holds it.
+    EXPECT_EQ(lockRows(*db), 1);
+    RecordLocks third(db.get(), QStringLiteral("THIRD-WS"));
+    EXPECT_FALSE(third.lockRecord(QStringLiteral("P1"), KeyTrim::Both));
+    elsewhere.unlockRecord();
+    // Enter in the parent grid reaches the same command once the structure is free.
+    prompter.clear();
+    w->SupPS1()->view()->setFocus();
+    w->show();
+    QTest::keyClick(w->SupPS1()->view(), Qt::Key_Return);
+    EXPECT_EQ(seen.shown, 1);
+    EXPECT_EQ(lockRows(*db), 0);
+}
+
+TEST_P(ListCardTest, EditWithAnEmptyListDoesNothing)
+{
+    auto w = open();
+    w->dispatch(QStringLiteral("ButEdit"));
+    w->dispatch(QStringLiteral("ButCopy"));
+    EXPECT_EQ(seen.shown, 0);
+    EXPECT_EQ(lockRows(*db), 0);
+    EXPECT_TRUE(prompter.shown.empty());
+}
+
+TEST_P(ListCardTest, CopyOpensANewStructureAndTheNextEditFixesTheCodeAgain)
+{
+    fillCompany(*db);
+    auto w = open();
+    w->dispatch(QStringLiteral("ButCopy"));
+    ASSERT_EQ(seen.shown, 1);
+    EXPECT_TRUE(seen.adding);
+    EXPECT_TRUE(seen.parentCodeEnabled);
+    EXPECT_TRUE(seen.com1Enabled);
+    EXPECT_FALSE(w->copyFlag);
+    EXPECT_EQ(seen.parentCode, QStringLiteral("P1"));
+    EXPECT_EQ(seen.lines.size(), 2u);
+    // A copy takes no lock.
+    EXPECT_EQ(seen.lockRowsWhileOpen, 0);
+    EXPECT_TRUE(seen.otherWorkstationGranted);
+
+    w->dispatch(QStringLiteral("ButEdit"));
+    ASSERT_EQ(seen.shown, 2);
+    EXPECT_FALSE(seen.adding);
+    EXPECT_FALSE(seen.parentCodeEnabled);
+    EXPECT_FALSE(seen.com1Enabled);
+}
+
+TEST_P(ListCardTest, AddOpensAnEmptyCardWithoutALock)
+{
+    fillCompany(*db);
+    auto w = open();
+    QTest::keyClick(w->SupPS1()->view(), Qt::Key_F5);
+    ASSERT_EQ(seen.shown, 1);
+    EXPECT_TRUE(seen.adding);
+    EXPECT_EQ(seen.parentCode, QString());
+    EXPECT_TRUE(seen.lines.empty());
+    EXPECT_EQ(seen.lockRowsWhileOpen, 0);
+}
+
+TEST_P(ListCardTest, ReadOnlyEditViewsTheCardWithoutALock)
+{
+    fillCompany(*db);
+    auto w = open(true);
+    w->dispatch(QStringLiteral("ButEdit"));
+    ASSERT_EQ(seen.shown, 1);
+    EXPECT_FALSE(seen.editable);
+    EXPECT_EQ(seen.parentCode, QStringLiteral("P1"));
+    EXPECT_EQ(seen.lockRowsWhileOpen, 0);
+    EXPECT_TRUE(seen.otherWorkstationGranted);
+    // Add and copy stay shut.
+    w->dispatch(QStringLiteral("ButAdd"));
+    w->dispatch(QStringLiteral("ButCopy"));
+    EXPECT_EQ(seen.shown, 1);
+}
+
+TEST_P(ListCardTest, ASavedCopyAppearsInTheList)
+{
+    fillCompany(*db);
+    auto w = open();
+    w->SupPS1()->setRow(2);  // P2
+    duringCard = [](FrmProStru& card) {
+        card.EdtcPSPCode()->setText(QStringLiteral("P3"));
+        card.dispatch(QStringLiteral("ButSave"));
+    };
+    w->dispatch(QStringLiteral("ButCopy"));
+    ASSERT_EQ(seen.shown, 1);
+    EXPECT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
+    ASSERT_EQ(w->SupPS1()->rows(), 4);
+    EXPECT_EQ(w->SupPS1()->textMatrix(3, 0), QStringLiteral("P3"));
+    EXPECT_EQ(w->SupPS1()->row(), 3);
+    EXPECT_EQ(w->SupPS2()->rows(), 2);
+    EXPECT_EQ(w->SupPS2()->textMatrix(1, 0), QStringLiteral("C1"));
+}
+
+QX_INSTANTIATE_BACKENDS(ListCardTest);
+
+}  // namespace
