@@ -173,6 +173,7 @@ void FrmProStru::openRecordsets()
         }
     };
     inventory_ = open(kCardInventorySql);
+    if (inventory_) inventoryRows_ = indexItemRows(*inventory_);
     department_ = open(kDepartmentListSql);
     warehouse_ = open(kWarehouseListSql);
 }
@@ -216,6 +217,7 @@ CardLookups FrmProStru::lookups() const
     lk.inventory = inventory_.get();
     lk.department = department_.get();
     lk.warehouse = warehouse_.get();
+    lk.inventoryRows = inventory_ ? &inventoryRows_ : nullptr;
     return lk;
 }
 
@@ -308,6 +310,7 @@ void FrmProStru::lookUpParent()
     else
         inventory_ = ctx_.dbase->openRecordset(kCardInventorySql + kInventoryPrefixFilter,
                                                RecordsetType::Dynaset, 0, {prefix + QLatin1Char('%')});
+    inventoryRows_ = indexItemRows(*inventory_);
     if (RefChooser::current().choose(*inventory_, text::kRefParent, productCaptions(), this))
         ref_->Ref1_Selected(*inventory_);
 }

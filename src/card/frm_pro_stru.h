@@ -135,6 +135,7 @@ private:
 
     ListContext& ctx_;
     std::unique_ptr<Recordset> inventory_;
+    QHash<QString, int> inventoryRows_;  // rows of inventory_ by code
     std::unique_ptr<Recordset> department_;
     std::unique_ptr<Recordset> warehouse_;
     std::unique_ptr<Recordset> ownParentRows_;

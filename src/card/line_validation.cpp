@@ -126,6 +126,31 @@ Verdict fillFromItem(const CardLookups& lk, LineGrid& lines, int row, const QStr
 
 }  // namespace
 
+QHash<QString, int> indexItemRows(Recordset& inventory)
+{
+    QHash<QString, int> rows;
+    const int field = inventory.fieldIndex(QStringLiteral("cInvCode"));
+    if (field < 0) return rows;
+    const int n = inventory.recordCount();
+    rows.reserve(n);
+    for (int r = 0; r < n; ++r) {
+        const QVariant v = inventory.value(r, field);
+        // A repeated code keeps its first row, as a search from the first row finds it.
+        if (!v.isNull() && !rows.contains(v.toString())) rows.insert(v.toString(), r);
+    }
+    return rows;
+}
+
+bool findItem(const CardLookups& lk, const QString& code)
+{
+    if (!lk.inventory) return false;
+    if (!lk.inventoryRows) return FindRecord(code, *lk.inventory, QStringLiteral("cInvcode"));
+    const auto it = lk.inventoryRows->constFind(code);
+    if (it == lk.inventoryRows->constEnd()) return false;
+    lk.inventory->setAbsolutePosition(*it);
+    return true;
+}
+
 bool hasIllegalChars(const QString& text)
 {
     return text.contains(QLatin1Char('\'')) || text.contains(QLatin1Char('|'));
@@ -149,7 +174,7 @@ Verdict checkChildCode(const CardLookups& lk, const LineGrid& lines, const QStri
     if (repeated) return Verdict::refuse(text::kProductRepeated);
     const bool cycle = ancestors ? !ancestors->allows(code) : (lk.db && !CheckCycle(parentCode, code, *lk.db));
     if (cycle) return Verdict::refuse(text::kCycle);
-    if (!found(code, lk.inventory, QStringLiteral("cInvcode"))) return Verdict::refuse(text::kInvNotExist);
+    if (!findItem(lk, code)) return Verdict::refuse(text::kInvNotExist);
     return Verdict::ok();
 }
 
