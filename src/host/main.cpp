@@ -7,6 +7,7 @@
 #include "data/verify.h"
 #include "host/command_line.h"
 #include "host/list_window.h"
+#include "host/pdf_job.h"
 #include "host/qxprostru.h"
 #include "platform/database.h"
 #include "platform/db_error.h"
@@ -114,8 +115,10 @@ int runMain(const CommandLine& cmd)
         return kFailed;
     }
     if (!cmd.pdf.isEmpty()) {
-        complain(qx::text::notYetAvailable(QStringLiteral("--pdf")));
-        return kFailed;
+        QString error;
+        const int rc = qx::printStructureToPdf(host, cmd.structure, cmd.pdf, &error);
+        if (rc != 0) complain(error);
+        return rc == 0 ? kOk : kFailed;
     }
     if (!cmd.screenshot.isEmpty() && (cmd.newCard || !cmd.card.isEmpty())) {
         complain(qx::text::notYetAvailable(QStringLiteral("--screenshot")));
@@ -151,11 +154,12 @@ int main(int argc, char** argv)
 
     qx::installListWindow();
     // A screenshot is rendered without a screen.
-    if (!cmd.screenshot.isEmpty() && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+    // So is a PDF: the page is painted from the list window, which is loaded but never shown.
+    if ((!cmd.screenshot.isEmpty() || !cmd.pdf.isEmpty()) && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     // Windows need the widget application; every other job runs without a screen.
     std::unique_ptr<QCoreApplication> app;
-    if (cmd.wantsWindow() && qx::QXProStru::hasShowHook())
+    if ((cmd.wantsWindow() && qx::QXProStru::hasShowHook()) || !cmd.pdf.isEmpty())
         app = std::make_unique<QApplication>(argc, argv);
     else
         app = std::make_unique<QCoreApplication>(argc, argv);

@@ -32,21 +32,20 @@ public:
 
 }  // namespace
 
-int printStructureToPdf(Database& db, const QString& code, const QString& file, QString* error)
+int printStructureToPdf(QXProStru& host, const QString& code, const QString& file, QString* error)
 {
     auto fail = [&](const QString& line, int status) {
         if (error) *error = line;
         return status;
     };
+    if (!host.db() || !host.parentRecords() || !host.childRecords() || !host.joinedRecords())
+        return fail(text::kInitFailed, 2);
     CollectingPrompter prompter;
-    QXProStru component;
-    if (!component.Init(db, true)) return fail(text::kInitFailed, 2);
 
     FrmPS window;
-    window.setDatabase(&db);
-    window.setReadOnly(true);
-    window.setRecordsets(component.parentRecords(), component.childRecords(),
-                         component.joinedRecords());
+    window.setDatabase(host.db());
+    window.setReadOnly(host.ReadOnly());
+    window.setRecordsets(host.parentRecords(), host.childRecords(), host.joinedRecords());
     window.load();
 
     Grid& parents = *window.SupPS1();

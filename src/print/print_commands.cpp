@@ -8,6 +8,7 @@
 #include "print/layout_table.h"
 #include "print/scratch_database.h"
 
+#include <QFile>
 #include <QPrinter>
 
 namespace qx::print {
@@ -70,6 +71,12 @@ std::optional<PrintJob> prepareJob(const PrintSource& source, const QString& dir
 
 bool writePdf(const QString& file, const PrintJob& job)
 {
+    // Tried first, so that a place that cannot take the file is a plain "no" rather than a
+    // painter that fails half-way (and a warning from the printing system on the console).
+    {
+        QFile probe(file);
+        if (!probe.open(QIODevice::WriteOnly)) return false;
+    }
     QPrinter pdf(QPrinter::HighResolution);
     pdf.setOutputFormat(QPrinter::PdfFormat);
     pdf.setOutputFileName(file);
