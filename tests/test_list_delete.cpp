@@ -279,6 +279,51 @@ TEST_P(ListDelete, DatabaseErrorDuringDeletionLeavesStructureAndGridsAsTheyWere)
               1);
 }
 
+TEST_P(ListDelete, ReferenceAddedMeanwhileGivesTheInUseMessage)
+{
+    openWindow();
+    // A production order for P1 is entered elsewhere after the used-test passed.
+    prompter.answers = {true};
+    prompter.onAsk = [&] {
+        other().execute(QStringLiteral("insert into mom_order(cMoCode,cPSPCode,iQuantity) values(?,?,?)"),
+                        {QStringLiteral("MO9"), QStringLiteral("P1"), 1.0});
+    };
+    deleteParent(QStringLiteral("P1"));
+    ASSERT_EQ(prompter.shown.size(), 2u);
+    EXPECT_EQ(prompter.shown[1].text, QStringLiteral("该产品结构已被使用，不能删除！"));
+    EXPECT_EQ(headers(QStringLiteral("P1")), 1);
+    EXPECT_EQ(lines(QStringLiteral("P1")), 2);
+    EXPECT_EQ(gridColumn(*window->SupPS1(), 0), (QStringList{"P1", "P2", "P3"}));
+    EXPECT_EQ(gridColumn(*window->SupPS2(), 0), (QStringList{"C1", "C2"}));
+    EXPECT_TRUE(lockFree(QStringLiteral("P1")));
+}
+
+TEST_P(ListDelete, RowsHeldByAnotherWorkstationGiveTheConcurrentChangeMessage)
+{
+    openWindow();
+    // Another workstation has P1's header in an open transaction while this one deletes.
+    prompter.answers = {true};
+    prompter.onAsk = [&] {
+        other().beginTrans();
+        other().execute(QStringLiteral("update ProductStructure set cDepCode=cDepCode where cPSPCode=?"),
+                        {QStringLiteral("P1")});
+    };
+    deleteParent(QStringLiteral("P1"));
+    other().rollback();
+    ASSERT_EQ(prompter.shown.size(), 2u);
+    EXPECT_EQ(prompter.shown[1].text,
+              QStringLiteral("您正试图和他人同时对本记录操作，请暂时放弃，下次进入再对本记录操作！"));
+    EXPECT_EQ(headers(QStringLiteral("P1")), 1);
+    EXPECT_EQ(lines(QStringLiteral("P1")), 2);
+    EXPECT_EQ(gridColumn(*window->SupPS1(), 0), (QStringList{"P1", "P2", "P3"}));
+    EXPECT_FALSE(db->inTransaction());
+    // This error leaves the command without the unlock: the key stays with this window until
+    // its next command on it releases it.
+    EXPECT_FALSE(lockFree(QStringLiteral("P1")));
+    window->locks().unlockRecord();
+    EXPECT_TRUE(lockFree(QStringLiteral("P1")));
+}
+
 TEST_P(ListDelete, OtherActiveControlOnlyUnlocks)
 {
     openWindow();
