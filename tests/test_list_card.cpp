@@ -11,51 +11,75 @@
 #include "support/company.h"
 
 #include <QAction>
-#include <QTableView>
-#include <QTest>
 #include <QLineEdit>
+#include <QTableView>
 #include <QTemporaryDir>
+#include <QTest>
 #include <QToolButton>
 
 #include <gtest/gtest.h>
-
 
 using namespace qx;
 using namespace qx::test;
 
 namespace {
 
-void exec(Database& db, const QString& sql, const QVariantList& params) { db.execute(sql, params); }
+void exec(Database& db, const QString& sql, const QVariantList& params)
+{
+    db.execute(sql, params);
+}
 
 // P1 (成品一, 一车间) holds C1 and C2; P2 holds C1. P3 is an item without a structure.
 void fillCompany(Database& db)
 {
     const QString inv = QStringLiteral(
-        "insert into Inventory(cInvCode,cInvName,cInvStd,cInvM_Unit,cInvA_Unit,iInvExchRate,iInvRCost,"
+        "insert into "
+        "Inventory(cInvCode,cInvName,cInvStd,cInvM_Unit,cInvA_Unit,iInvExchRate,iInvRCost,"
         "bFree1,bFree2,bService) values(?,?,?,?,?,?,?,0,0,0)");
     const QVariant none(QMetaType::fromType<double>());
-    exec(db, inv, {QStringLiteral("P1"), QStringLiteral("成品一"), QStringLiteral("规格一"), QStringLiteral("台"), QString(), none, 90.0});
-    exec(db, inv, {QStringLiteral("P2"), QStringLiteral("成品二"), QString(), QStringLiteral("台"), QString(), none, 80.0});
-    exec(db, inv, {QStringLiteral("P3"), QStringLiteral("成品三"), QString(), QStringLiteral("台"), QString(), none, 70.0});
-    exec(db, inv, {QStringLiteral("C1"), QStringLiteral("零件一"), QStringLiteral("S-C1"), QStringLiteral("个"), QStringLiteral("箱"), 4.0, 2.5});
-    exec(db, inv, {QStringLiteral("C2"), QStringLiteral("零件二"), QString(), QStringLiteral("个"), QString(), none, 1.0});
-    exec(db, QStringLiteral("insert into department(cDepCode,cDepName,cDepPerson,bDepEnd) values(?,?,?,1)"),
+    exec(db, inv,
+         {QStringLiteral("P1"), QStringLiteral("成品一"), QStringLiteral("规格一"),
+          QStringLiteral("台"), QString(), none, 90.0});
+    exec(db, inv,
+         {QStringLiteral("P2"), QStringLiteral("成品二"), QString(), QStringLiteral("台"),
+          QString(), none, 80.0});
+    exec(db, inv,
+         {QStringLiteral("P3"), QStringLiteral("成品三"), QString(), QStringLiteral("台"),
+          QString(), none, 70.0});
+    exec(db, inv,
+         {QStringLiteral("C1"), QStringLiteral("零件一"), QStringLiteral("S-C1"),
+          QStringLiteral("个"), QStringLiteral("箱"), 4.0, 2.5});
+    exec(db, inv,
+         {QStringLiteral("C2"), QStringLiteral("零件二"), QString(), QStringLiteral("个"),
+          QString(), none, 1.0});
+    exec(db,
+         QStringLiteral(
+             "insert into department(cDepCode,cDepName,cDepPerson,bDepEnd) values(?,?,?,1)"),
          {QStringLiteral("D1"), QStringLiteral("一车间"), QString()});
-    exec(db, QStringLiteral("insert into warehouse(cWhCode,cWhName,cWhValueStyle,cDepCode) values(?,?,?,?)"),
-         {QStringLiteral("W2"), QStringLiteral("成品库"), QStringLiteral("全月平均法"), QStringLiteral("D1")});
+    exec(db,
+         QStringLiteral(
+             "insert into warehouse(cWhCode,cWhName,cWhValueStyle,cDepCode) values(?,?,?,?)"),
+         {QStringLiteral("W2"), QStringLiteral("成品库"), QStringLiteral("全月平均法"),
+          QStringLiteral("D1")});
     for (const char* p : {"P1", "P2"})
         exec(db, QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"),
              {QString::fromLatin1(p), QStringLiteral("D1")});
     const QString line = QStringLiteral(
-        "insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,iWasteRate,cWhCode,cDepCode) values(?,?,?,?,?,?)");
-    exec(db, line, {QStringLiteral("P1"), QStringLiteral("C1"), 8.0, 0.5, QStringLiteral("W2"), QStringLiteral("D1")});
-    exec(db, line, {QStringLiteral("P1"), QStringLiteral("C2"), 2.0, none, QStringLiteral("W2"), QString()});
-    exec(db, line, {QStringLiteral("P2"), QStringLiteral("C1"), 1.0, none, QStringLiteral("W2"), QString()});
+        "insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,iWasteRate,cWhCode,cDepCode) "
+        "values(?,?,?,?,?,?)");
+    exec(db, line,
+         {QStringLiteral("P1"), QStringLiteral("C1"), 8.0, 0.5, QStringLiteral("W2"),
+          QStringLiteral("D1")});
+    exec(db, line,
+         {QStringLiteral("P1"), QStringLiteral("C2"), 2.0, none, QStringLiteral("W2"), QString()});
+    exec(db, line,
+         {QStringLiteral("P2"), QStringLiteral("C1"), 1.0, none, QStringLiteral("W2"), QString()});
 }
 
 int lockRows(Database& db)
 {
-    auto rs = db.openRecordset(QStringLiteral("select count(*) from ") + LockService::tableName(), RecordsetType::Snapshot);
+    auto rs = db.openRecordset(QStringLiteral("select count(*) from ") + LockService::tableName(),
+                               RecordsetType::Snapshot);
     return rs->field(0).toInt();
 }
 
@@ -145,7 +169,8 @@ TEST_P(ListCardTest, EditOpensTheFilledCardUnderTheLockAndReleasesItOnce)
     // Lines copied cell for cell from the child grid; column 16 stays empty.
     ASSERT_EQ(seen.lines.size(), 2u);
     for (int r = 0; r < 2; ++r) {
-        for (int c = 0; c < 16; ++c) EXPECT_EQ(seen.lines[r][c], w->SupPS2()->textMatrix(r + 1, c)) << r << "," << c;
+        for (int c = 0; c < 16; ++c)
+            EXPECT_EQ(seen.lines[r][c], w->SupPS2()->textMatrix(r + 1, c)) << r << "," << c;
         EXPECT_EQ(seen.lines[r][16], QString());
     }
     EXPECT_EQ(seen.lines[0][0], QStringLiteral("C1"));
@@ -171,7 +196,8 @@ TEST_P(ListCardTest, EditRefusedWhileAnotherWorkstationHoldsTheStructure)
     w->dispatch(QStringLiteral("ButEdit"));
     EXPECT_EQ(seen.shown, 0);
     ASSERT_EQ(prompter.shown.size(), 1u);
-    EXPECT_EQ(prompter.shown[0].text, QStringLiteral("其他操作员正对本产品结构进行操作，请您稍后再试！"));
+    EXPECT_EQ(prompter.shown[0].text,
+              QStringLiteral("其他操作员正对本产品结构进行操作，请您稍后再试！"));
     EXPECT_EQ(prompter.shown[0].title, QStringLiteral("提示！"));
     // No unlock was issued: the other workstation still holds it.
     EXPECT_EQ(lockRows(*db), 1);

@@ -125,15 +125,15 @@ TEST(SplitterOnWindow, BarDraggedWithTheMouseAndResizeRestoresThirds)
     QWidget* bar = w.PicPS();
     const int startX = bar->x();
     // Without a press, moving does nothing.
-    QMouseEvent move0(QEvent::MouseMove, QPointF(30, 5), bar->mapToGlobal(QPointF(30, 5)), Qt::NoButton,
-                      Qt::LeftButton, Qt::NoModifier);
+    QMouseEvent move0(QEvent::MouseMove, QPointF(30, 5), bar->mapToGlobal(QPointF(30, 5)),
+                      Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(bar, &move0);
     EXPECT_EQ(bar->x(), startX);
 
     QTest::mousePress(bar, Qt::LeftButton, {}, QPoint(1, 5));
     EXPECT_TRUE(w.dragging());
-    QMouseEvent move(QEvent::MouseMove, QPointF(40, 5), bar->mapToGlobal(QPointF(40, 5)), Qt::LeftButton,
-                     Qt::LeftButton, Qt::NoModifier);
+    QMouseEvent move(QEvent::MouseMove, QPointF(40, 5), bar->mapToGlobal(QPointF(40, 5)),
+                     Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(bar, &move);
     EXPECT_NEAR(bar->x(), startX + 40, 1);
     QTest::mouseRelease(bar, Qt::LeftButton, {}, QPoint(1, 5));

@@ -3,8 +3,8 @@
 
 #include "data/schema.h"
 #include "list/frm_ps.h"
-#include "platform/lock_service.h"
 #include "platform/grid.h"
+#include "platform/lock_service.h"
 #include "platform/prompter.h"
 #include "support/company.h"
 
@@ -13,8 +13,8 @@
 #include <QDialog>
 #include <QHeaderView>
 #include <QImage>
-#include <QProcess>
 #include <QLabel>
+#include <QProcess>
 #include <QSignalSpy>
 #include <QTableView>
 #include <QTemporaryDir>
@@ -30,10 +30,12 @@ namespace {
 
 // The statements Init opens the three recordsets with.
 const QString kParentSql = QStringLiteral(
-    "SELECT ProductStructure.cPSPCode, Inventory.cInvName,Inventory.cInvStd, ProductStructure.cDepCode  "
+    "SELECT ProductStructure.cPSPCode, Inventory.cInvName,Inventory.cInvStd, "
+    "ProductStructure.cDepCode  "
     "FROM Inventory INNER JOIN ProductStructure ON Inventory.cInvCode = ProductStructure.cPSPCode");
 const QString kChildSql = QStringLiteral(
-    "SELECT ProductStructures.cPSPcode,ProductStructures.cPSCode,  ProductStructures.cProcedureName, "
+    "SELECT ProductStructures.cPSPcode,ProductStructures.cPSCode,  "
+    "ProductStructures.cProcedureName, "
     "ProductStructures.cDepCode,  ProductStructures.cPersonName, ProductStructures.cFree1, "
     "ProductStructures.cFree2 ,Inventory.cInvName, Inventory.cInvM_Unit,Inventory.cInvStd,"
     "ProductStructures.cWhCode, ProductStructures.iPSQuantity, inventory.iInvRCost,"
@@ -62,18 +64,20 @@ public:
 void insertItem(Database& db, const QString& code, const QString& name, const QString& spec,
                 const QString& aux, const QVariant& rate, const QVariant& price)
 {
-    db.execute(QStringLiteral("insert into Inventory(cInvCode,cInvName,cInvStd,cInvM_Unit,cInvA_Unit,"
-                              "iInvExchRate,iInvRCost,bFree1,bFree2,bService) values(?,?,?,?,?,?,?,0,0,0)"),
+    db.execute(QStringLiteral(
+                   "insert into Inventory(cInvCode,cInvName,cInvStd,cInvM_Unit,cInvA_Unit,"
+                   "iInvExchRate,iInvRCost,bFree1,bFree2,bService) values(?,?,?,?,?,?,?,0,0,0)"),
                {code, name, spec, QStringLiteral("个"), aux, rate, price});
 }
 
 void insertLine(Database& db, const QString& parent, const QString& child, double quantity,
                 const QVariant& waste, const QString& wh, const QString& dep)
 {
-    db.execute(QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,iWasteRate,"
-                              "cWhCode,cDepCode,cPersonName,cProcedureName,cFree1) values(?,?,?,?,?,?,?,?,?)"),
-               {parent, child, quantity, waste, wh, dep, QStringLiteral("张三"), QStringLiteral("装配"),
-                QStringLiteral("R")});
+    db.execute(QStringLiteral(
+                   "insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,iWasteRate,"
+                   "cWhCode,cDepCode,cPersonName,cProcedureName,cFree1) values(?,?,?,?,?,?,?,?,?)"),
+               {parent, child, quantity, waste, wh, dep, QStringLiteral("张三"),
+                QStringLiteral("装配"), QStringLiteral("R")});
 }
 
 const QVariant kNull = QVariant(QMetaType::fromType<double>());
@@ -82,37 +86,53 @@ const QVariant kNull = QVariant(QMetaType::fromType<double>());
 // C1 and C2; B1 holds C3; P2 holds C1.
 void fillCompany(Database& db)
 {
-    insertItem(db, QStringLiteral("P2"), QStringLiteral("成品二"), QStringLiteral("规格二"), {}, kNull, 100.0);
-    insertItem(db, QStringLiteral("P1"), QStringLiteral("成品一"), QStringLiteral("规格一"), {}, kNull, 90.0);
+    insertItem(db, QStringLiteral("P2"), QStringLiteral("成品二"), QStringLiteral("规格二"), {},
+               kNull, 100.0);
+    insertItem(db, QStringLiteral("P1"), QStringLiteral("成品一"), QStringLiteral("规格一"), {},
+               kNull, 90.0);
     insertItem(db, QStringLiteral("B1"), QStringLiteral("部件"), QString(), {}, kNull, 10.0);
-    insertItem(db, QStringLiteral("C1"), QStringLiteral("零件一"), QStringLiteral("S-C1"), QStringLiteral("箱"), 4.0, 2.5);
-    insertItem(db, QStringLiteral("C2"), QStringLiteral("零件二"), QString(), QString(), kNull, kNull);
-    insertItem(db, QStringLiteral("C3"), QStringLiteral("零件三"), QString(), QStringLiteral("盒"), 0.0, 1.0);
-    db.execute(QStringLiteral("insert into department(cDepCode,cDepName,cDepPerson,bDepEnd) values(?,?,?,1)"),
+    insertItem(db, QStringLiteral("C1"), QStringLiteral("零件一"), QStringLiteral("S-C1"),
+               QStringLiteral("箱"), 4.0, 2.5);
+    insertItem(db, QStringLiteral("C2"), QStringLiteral("零件二"), QString(), QString(), kNull,
+               kNull);
+    insertItem(db, QStringLiteral("C3"), QStringLiteral("零件三"), QString(), QStringLiteral("盒"),
+               0.0, 1.0);
+    db.execute(QStringLiteral(
+                   "insert into department(cDepCode,cDepName,cDepPerson,bDepEnd) values(?,?,?,1)"),
                {QStringLiteral("D1"), QStringLiteral("一车间"), QString()});
-    db.execute(QStringLiteral("insert into warehouse(cWhCode,cWhName,cWhValueStyle,cDepCode) values(?,?,?,?)"),
-               {QStringLiteral("W1"), QStringLiteral("原料库"), QStringLiteral("计划价法"), QStringLiteral("D1")});
-    db.execute(QStringLiteral("insert into CA_PreDf(cProcedureID,cProcedureName,cDeptId) values(?,?,?)"),
-               {QStringLiteral("OP1"), QStringLiteral("装配"), QStringLiteral("D1")});
+    db.execute(QStringLiteral(
+                   "insert into warehouse(cWhCode,cWhName,cWhValueStyle,cDepCode) values(?,?,?,?)"),
+               {QStringLiteral("W1"), QStringLiteral("原料库"), QStringLiteral("计划价法"),
+                QStringLiteral("D1")});
+    db.execute(
+        QStringLiteral("insert into CA_PreDf(cProcedureID,cProcedureName,cDeptId) values(?,?,?)"),
+        {QStringLiteral("OP1"), QStringLiteral("装配"), QStringLiteral("D1")});
     for (const char* p : {"P2", "P1", "B1"})
         db.execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"),
                    {QString::fromLatin1(p), QStringLiteral("D1")});
-    insertLine(db, QStringLiteral("P1"), QStringLiteral("C2"), 1.5, 3.0, QStringLiteral("W1"), QStringLiteral("D1"));
-    insertLine(db, QStringLiteral("P1"), QStringLiteral("C1"), 8.0, 0.125, QStringLiteral("W1"), QStringLiteral("D1"));
+    insertLine(db, QStringLiteral("P1"), QStringLiteral("C2"), 1.5, 3.0, QStringLiteral("W1"),
+               QStringLiteral("D1"));
+    insertLine(db, QStringLiteral("P1"), QStringLiteral("C1"), 8.0, 0.125, QStringLiteral("W1"),
+               QStringLiteral("D1"));
     insertLine(db, QStringLiteral("P1"), QStringLiteral("B1"), 2.0, kNull, QString(), QString());
-    insertLine(db, QStringLiteral("B1"), QStringLiteral("C3"), 1.0, kNull, QStringLiteral("W1"), QStringLiteral("D9"));
-    insertLine(db, QStringLiteral("P2"), QStringLiteral("C1"), 3.0, kNull, QStringLiteral("W1"), QStringLiteral("D1"));
+    insertLine(db, QStringLiteral("B1"), QStringLiteral("C3"), 1.0, kNull, QStringLiteral("W1"),
+               QStringLiteral("D9"));
+    insertLine(db, QStringLiteral("P2"), QStringLiteral("C1"), 3.0, kNull, QStringLiteral("W1"),
+               QStringLiteral("D1"));
 }
 
-void setting(Database& db, const QString& sys, const QString& id, const QString& name, const QVariant& value)
+void setting(Database& db, const QString& sys, const QString& id, const QString& name,
+             const QVariant& value)
 {
-    db.execute(QStringLiteral("insert into accinformation(cSysID,cID,cName,cValue) values(?,?,?,?)"),
-               {sys, id, name, value});
+    db.execute(
+        QStringLiteral("insert into accinformation(cSysID,cID,cName,cValue) values(?,?,?,?)"),
+        {sys, id, name, value});
 }
 
 int countRows(Database& db, const QString& table)
 {
-    auto rs = db.openRecordset(QStringLiteral("select count(*) as n from ") + table, RecordsetType::Snapshot);
+    auto rs = db.openRecordset(QStringLiteral("select count(*) as n from ") + table,
+                               RecordsetType::Snapshot);
     return rs->field(0).toInt();
 }
 
@@ -168,7 +188,8 @@ TEST_P(ListWindowTest, LoadingCreatesCaptionTableOnceWithBuiltInWords)
     ASSERT_TRUE(db->tableExists(QStringLiteral("CA_MenuDef")));
     EXPECT_EQ(countRows(*db, QStringLiteral("ca_menudef")), 3);
     // The unique index is there: a fourth row with a built-in word is refused.
-    EXPECT_THROW(db->execute(QStringLiteral("insert into ca_menudef(cdefault) values(?)"), {QStringLiteral("父项")}),
+    EXPECT_THROW(db->execute(QStringLiteral("insert into ca_menudef(cdefault) values(?)"),
+                             {QStringLiteral("父项")}),
                  DbError);
     w.reset();
     auto again = open();
@@ -215,19 +236,22 @@ TEST_P(ListWindowTest, QuantityDecimalsDefaultAndConfigured)
         w->Ffliter(QStringLiteral("P1"));
         EXPECT_EQ(column(*w->SupPS2(), 9), (QStringList{"2.00", "8.00", "1.50"}));
     }
-    setting(*db, QStringLiteral("AA"), QStringLiteral("19"), QStringLiteral("iStrsQuanDecDgt"), QVariant(QMetaType::fromType<QString>()));
+    setting(*db, QStringLiteral("AA"), QStringLiteral("19"), QStringLiteral("iStrsQuanDecDgt"),
+            QVariant(QMetaType::fromType<QString>()));
     {
         auto w = open();
         EXPECT_EQ(w->context().quantityDecimals, 2) << "a null value keeps the default";
     }
-    db->execute(QStringLiteral("update accinformation set cValue=? where cID=?"), {QStringLiteral("3"), QStringLiteral("19")});
+    db->execute(QStringLiteral("update accinformation set cValue=? where cID=?"),
+                {QStringLiteral("3"), QStringLiteral("19")});
     {
         auto w = open();
         EXPECT_EQ(w->context().quantityDecimals, 3);
         w->Ffliter(QStringLiteral("P1"));
         EXPECT_EQ(column(*w->SupPS2(), 9), (QStringList{"2.000", "8.000", "1.500"}));
     }
-    db->execute(QStringLiteral("update accinformation set cValue=? where cID=?"), {QStringLiteral("0"), QStringLiteral("19")});
+    db->execute(QStringLiteral("update accinformation set cValue=? where cID=?"),
+                {QStringLiteral("0"), QStringLiteral("19")});
     {
         auto w = open();
         w->Ffliter(QStringLiteral("P1"));
@@ -244,7 +268,8 @@ TEST_P(ListWindowTest, AuxiliaryUnitSwitchTrueFalseAbsent)
         EXPECT_EQ(w->SupPS2()->colWidth(6), -1);
         EXPECT_EQ(w->SupPS2()->colWidth(7), -1);
     }
-    setting(*db, QStringLiteral("aa"), QStringLiteral("22"), QStringLiteral("aux"), QStringLiteral("TRUE"));
+    setting(*db, QStringLiteral("aa"), QStringLiteral("22"), QStringLiteral("aux"),
+            QStringLiteral("TRUE"));
     {
         auto w = open();
         EXPECT_EQ(w->SupPS2()->colWidth(5), 1000);
@@ -265,7 +290,8 @@ TEST_P(ListWindowTest, AuxiliaryUnitSwitchTrueFalseAbsent)
         EXPECT_EQ(column(*w->SupPS2(), 6), (QStringList{""}));
         EXPECT_EQ(column(*w->SupPS2(), 7), (QStringList{"0"}));
     }
-    db->execute(QStringLiteral("update accinformation set cValue=? where cID=?"), {QStringLiteral("FALSE"), QStringLiteral("22")});
+    db->execute(QStringLiteral("update accinformation set cValue=? where cID=?"),
+                {QStringLiteral("FALSE"), QStringLiteral("22")});
     {
         auto w = open();
         EXPECT_EQ(w->SupPS2()->colWidth(5), 0);
@@ -287,9 +313,11 @@ TEST_P(ListWindowTest, FreeItemColumnsFollowTheNamesOfTheCompany)
         EXPECT_EQ(w->SupPS2()->textMatrix(0, 3), QStringLiteral("自由项一"));
         EXPECT_EQ(w->SupPS2()->textMatrix(0, 4), QStringLiteral("自由项二"));
     }
-    db->execute(QStringLiteral("insert into UserDefItem(cID,cName) values(?,?)"), {QStringLiteral("20"), QStringLiteral("颜色")});
+    db->execute(QStringLiteral("insert into UserDefItem(cID,cName) values(?,?)"),
+                {QStringLiteral("20"), QStringLiteral("颜色")});
     // A company that kept the built-in name has not named the item.
-    db->execute(QStringLiteral("insert into UserDefItem(cID,cName) values(?,?)"), {QStringLiteral("21"), QStringLiteral("自由项2")});
+    db->execute(QStringLiteral("insert into UserDefItem(cID,cName) values(?,?)"),
+                {QStringLiteral("21"), QStringLiteral("自由项2")});
     {
         auto w = open();
         EXPECT_TRUE(w->context().HaveFree1);
@@ -376,7 +404,8 @@ TEST_P(ListWindowTest, SelectionRefillsChildGridAndChildDoubleClickSelectsItsStr
 TEST_P(ListWindowTest, HeaderClickSortsTheGrids)
 {
     fillCompany(*db);
-    db->execute(QStringLiteral("update Inventory set cInvName=? where cInvCode=?"), {QStringLiteral("A成品"), QStringLiteral("P2")});
+    db->execute(QStringLiteral("update Inventory set cInvName=? where cInvCode=?"),
+                {QStringLiteral("A成品"), QStringLiteral("P2")});
     parent.reset();
     auto w = open(false, true);
     emit w->SupPS1()->mousePressed(0, 1, Qt::LeftButton);
@@ -490,9 +519,9 @@ TEST_P(ListWindowTest, ToolbarCarriesEveryKeyWithCaptionsByPosition)
         int position;
         const char* tip;
         const char* caption;
-    } expected[] = {{6, "新增", "增加"},     {8, "删除", "删除"},   {7, "修改", "修改"},
-                    {15, "退出", "退出"},    {2, "打印", "打印"},   {3, "打印预览", "预览"},
-                    {9, "刷新", "刷新"},     {14, "帮助", "帮助"},  {4, "输出到文件", "输出"},
+    } expected[] = {{6, "新增", "增加"},     {8, "删除", "删除"},  {7, "修改", "修改"},
+                    {15, "退出", "退出"},    {2, "打印", "打印"},  {3, "打印预览", "预览"},
+                    {9, "刷新", "刷新"},     {14, "帮助", "帮助"}, {4, "输出到文件", "输出"},
                     {1, "打印设置", "设置"}, {10, "复制", "复制"}, {12, "设置子表栏目", ""}};
     for (const auto& e : expected) {
         ASSERT_NE(at(e.position), nullptr) << e.position;
@@ -504,13 +533,15 @@ TEST_P(ListWindowTest, ToolbarCarriesEveryKeyWithCaptionsByPosition)
     for (QAction* a : acts)
         if (!a->isSeparator()) keys << a->data().toString();
     keys.sort();
-    QStringList all{"ButAdd", "ButDelete", "ButEdit", "Butprint", "Butpre", "Butout", "Butsetup", "ButHelp",
-                    "Butref", "ButCopy", "setItem", "ButExit", "Butfirst", "Butprivous", "Butnext", "Butlast"};
+    QStringList all{"ButAdd",   "ButDelete",  "ButEdit", "Butprint", "Butpre",  "Butout",
+                    "Butsetup", "ButHelp",    "Butref",  "ButCopy",  "setItem", "ButExit",
+                    "Butfirst", "Butprivous", "Butnext", "Butlast"};
     all.sort();
     EXPECT_EQ(keys, all);
-    EXPECT_EQ(w->imageKeys(), (QStringList{"pAdd", "pDelete", "pEdit", "pExit", "pSt1", "pFind", "pPrivous",
-                                           "pNext", "pLast", "pFirst", "pend", "phelp", "pprint", "ppre", "pref",
-                                           "pout", "psetup", "pCopy", "setItem", "pSt2"}));
+    EXPECT_EQ(w->imageKeys(),
+              (QStringList{"pAdd",  "pDelete", "pEdit",  "pExit", "pSt1",    "pFind",  "pPrivous",
+                           "pNext", "pLast",   "pFirst", "pend",  "phelp",   "pprint", "ppre",
+                           "pref",  "pout",    "psetup", "pCopy", "setItem", "pSt2"}));
     // A click on a button dispatches its key.
     w->keys.clear();
     w->action(QStringLiteral("Butnext"))->trigger();
@@ -533,7 +564,8 @@ TEST_P(ListWindowTest, MovementCommandsChangeNothingAndRefreshReadsNewStructures
 
     // Another workstation saves a structure; refresh shows it and keeps the selection.
     insertItem(*db, QStringLiteral("A0"), QStringLiteral("新品"), QString(), {}, kNull, kNull);
-    db->execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"), {QStringLiteral("A0"), QStringLiteral("D1")});
+    db->execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"),
+                {QStringLiteral("A0"), QStringLiteral("D1")});
     insertLine(*db, QStringLiteral("A0"), QStringLiteral("C2"), 1.0, kNull, QString(), QString());
     EXPECT_EQ(w->SupPS1()->rows(), 4);
     w->dispatch(QStringLiteral("Butref"));
@@ -574,7 +606,8 @@ TEST_P(ListWindowTest, ReadOnlyDisablesAddDeleteAndCopy)
 TEST_P(ListWindowTest, CompanyMissingLookupTablesStillOpens)
 {
     fillCompany(*db);
-    for (const char* t : {"CA_PreDf", "userdefine", "accinformation", "UserDefItem", "person", "warehouse"})
+    for (const char* t :
+         {"CA_PreDf", "userdefine", "accinformation", "UserDefItem", "person", "warehouse"})
         db->execute(QStringLiteral("drop table ") + QString::fromLatin1(t));
     auto w = open(false, true);
     EXPECT_EQ(w->context().RecCa, nullptr);
@@ -611,7 +644,8 @@ TEST(ListScreenshot, HostRendersTheListWindowToPng)
     const QString company = QStringLiteral("sqlite:") + dir.filePath(QStringLiteral("demo.db"));
     ASSERT_EQ(run({QStringLiteral("demo"), company}), 0);
     for (const bool readOnly : {false, true}) {
-        const QString png = dir.filePath(readOnly ? QStringLiteral("ro.png") : QStringLiteral("list.png"));
+        const QString png =
+            dir.filePath(readOnly ? QStringLiteral("ro.png") : QStringLiteral("list.png"));
         QStringList args;
         if (readOnly) args << QStringLiteral("--read-only");
         args << company << QStringLiteral("--screenshot") << png;
@@ -622,7 +656,9 @@ TEST(ListScreenshot, HostRendersTheListWindowToPng)
         EXPECT_GT(image.height(), 400);
     }
     // A picture that cannot be written: non-zero, nothing pretended.
-    EXPECT_NE(run({company, QStringLiteral("--screenshot"), dir.filePath(QStringLiteral("no/such/dir/x.png"))}), 0);
+    EXPECT_NE(run({company, QStringLiteral("--screenshot"),
+                   dir.filePath(QStringLiteral("no/such/dir/x.png"))}),
+              0);
 }
 
 QX_INSTANTIATE_BACKENDS(ListWindowTest);

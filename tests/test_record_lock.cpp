@@ -99,19 +99,24 @@ TEST_P(RecordLockTest, RefusalsSayWhichCommandAsked)
     RecordLocks first(db1.get(), QStringLiteral("WS-ONE"));
     RecordLocks second(db2.get(), QStringLiteral("WS-TWO"));
     ASSERT_TRUE(first.lockRecord(QStringLiteral("P1"), KeyTrim::Both));
-    EXPECT_FALSE(second.lockOrRefuse(QStringLiteral("P1"), KeyTrim::Both, LockPurpose::Edit, QStringLiteral("产品结构")));
-    EXPECT_FALSE(second.lockOrRefuse(QStringLiteral("P1"), KeyTrim::Leading, LockPurpose::DeleteStructure,
+    EXPECT_FALSE(second.lockOrRefuse(QStringLiteral("P1"), KeyTrim::Both, LockPurpose::Edit,
                                      QStringLiteral("产品结构")));
-    EXPECT_FALSE(second.lockOrRefuse(QStringLiteral("P1"), KeyTrim::Leading, LockPurpose::DeleteLine,
-                                     QStringLiteral("物料清单")));
+    EXPECT_FALSE(second.lockOrRefuse(QStringLiteral("P1"), KeyTrim::Leading,
+                                     LockPurpose::DeleteStructure, QStringLiteral("产品结构")));
+    EXPECT_FALSE(second.lockOrRefuse(QStringLiteral("P1"), KeyTrim::Leading,
+                                     LockPurpose::DeleteLine, QStringLiteral("物料清单")));
     ASSERT_EQ(prompter.shown.size(), 3u);
-    EXPECT_EQ(prompter.shown[0].text, QStringLiteral("其他操作员正对本产品结构进行操作，请您稍后再试！"));
-    EXPECT_EQ(prompter.shown[1].text, QStringLiteral("其他操作员正对本产品结构进行操作，请您稍后再试!"));
-    EXPECT_EQ(prompter.shown[2].text, QStringLiteral("其他操作员正对本物料清单进行操作，请您稍后在试！"));
+    EXPECT_EQ(prompter.shown[0].text,
+              QStringLiteral("其他操作员正对本产品结构进行操作，请您稍后再试！"));
+    EXPECT_EQ(prompter.shown[1].text,
+              QStringLiteral("其他操作员正对本产品结构进行操作，请您稍后再试!"));
+    EXPECT_EQ(prompter.shown[2].text,
+              QStringLiteral("其他操作员正对本物料清单进行操作，请您稍后在试！"));
     for (const auto& s : prompter.shown) EXPECT_EQ(s.title, QStringLiteral("提示！"));
     // A granted lock shows nothing.
     prompter.clear();
-    EXPECT_TRUE(second.lockOrRefuse(QStringLiteral("P2"), KeyTrim::Both, LockPurpose::Edit, QStringLiteral("产品结构")));
+    EXPECT_TRUE(second.lockOrRefuse(QStringLiteral("P2"), KeyTrim::Both, LockPurpose::Edit,
+                                    QStringLiteral("产品结构")));
     EXPECT_TRUE(prompter.shown.empty());
     second.unlockRecord();
     first.unlockRecord();
@@ -145,10 +150,12 @@ TEST_P(RecordLockTest, LockTableThatCannotBeWrittenRefuses)
 {
     // A lock table that takes no rows of the service's shape.
     db1->execute(QStringLiteral("drop table ") + LockService::tableName());
-    db1->execute(QStringLiteral("create table ") + LockService::tableName() + QStringLiteral(" (unrelated integer)"));
+    db1->execute(QStringLiteral("create table ") + LockService::tableName() +
+                 QStringLiteral(" (unrelated integer)"));
     RecordLocks first(db1.get(), QStringLiteral("WS-ONE"));
     EXPECT_FALSE(first.lockRecord(QStringLiteral("P1"), KeyTrim::Both));
-    EXPECT_FALSE(first.lockOrRefuse(QStringLiteral("P1"), KeyTrim::Both, LockPurpose::Edit, QStringLiteral("产品结构")));
+    EXPECT_FALSE(first.lockOrRefuse(QStringLiteral("P1"), KeyTrim::Both, LockPurpose::Edit,
+                                    QStringLiteral("产品结构")));
     EXPECT_EQ(prompter.last(), QStringLiteral("其他操作员正对本产品结构进行操作，请您稍后再试！"));
     // Unlocking after a refusal is harmless.
     first.unlockRecord();

@@ -20,7 +20,10 @@ void handOver(FrmPS& w, QXProStru& host)
 
 }  // namespace
 
-void installListWindow() { QXProStru::setShowHook(&showListWindow); }
+void installListWindow()
+{
+    QXProStru::setShowHook(&showListWindow);
+}
 
 void showListWindow(QXProStru& host)
 {

@@ -48,7 +48,10 @@ QCursor barCursor()
     return QCursor(pm, 16, 16);
 }
 
-int px(double twips, const QWidget* w) { return twipsToPixels(static_cast<int>(std::lround(twips)), w); }
+int px(double twips, const QWidget* w)
+{
+    return twipsToPixels(static_cast<int>(std::lround(twips)), w);
+}
 
 }  // namespace
 
@@ -197,25 +200,26 @@ void FrmPS::applyLayout()
 bool FrmPS::barEvent(QEvent* event)
 {
     switch (event->type()) {
-    case QEvent::MouseButtonPress:
-        picPS_->setCursor(barCursor());
-        customBarCursor_ = true;
-        dragging_ = true;
-        return true;
-    case QEvent::MouseMove: {
-        if (!customBarCursor_ || !dragging_) return false;
-        auto* me = static_cast<QMouseEvent*>(event);
-        const double x = pixelsToTwips(static_cast<int>(std::lround(me->position().x())), this);
-        if (dragBar(layout_, x, pixelsToTwips(width(), this)))
-            picPS_->move(px(layout_.bar.left, this), picPS_->y());
-        return true;
-    }
-    case QEvent::MouseButtonRelease:
-        dragging_ = false;
-        if (dropBar(layout_, pixelsToTwips(width(), this), pixelsToTwips(width(), this))) applyLayout();
-        return true;
-    default:
-        return false;
+        case QEvent::MouseButtonPress:
+            picPS_->setCursor(barCursor());
+            customBarCursor_ = true;
+            dragging_ = true;
+            return true;
+        case QEvent::MouseMove: {
+            if (!customBarCursor_ || !dragging_) return false;
+            auto* me = static_cast<QMouseEvent*>(event);
+            const double x = pixelsToTwips(static_cast<int>(std::lround(me->position().x())), this);
+            if (dragBar(layout_, x, pixelsToTwips(width(), this)))
+                picPS_->move(px(layout_.bar.left, this), picPS_->y());
+            return true;
+        }
+        case QEvent::MouseButtonRelease:
+            dragging_ = false;
+            if (dropBar(layout_, pixelsToTwips(width(), this), pixelsToTwips(width(), this)))
+                applyLayout();
+            return true;
+        default:
+            return false;
     }
 }
 

@@ -25,7 +25,12 @@ class FrmProStru;
 class Grid;
 
 // The columns of the parent grid.
-enum ParentColumn : int { ParentColCode = 0, ParentColName = 1, ParentColDept = 2, ParentColSpec = 3 };
+enum ParentColumn : int {
+    ParentColCode = 0,
+    ParentColName = 1,
+    ParentColDept = 2,
+    ParentColSpec = 3
+};
 constexpr int kParentColumnCount = 4;
 // The child grid shows the line columns 0..15 (column 16 belongs to the card alone).
 constexpr int kChildColumnCount = 16;

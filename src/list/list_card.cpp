@@ -45,10 +45,12 @@ void FrmPS::Fedit()
         } catch (const DbError&) {
         }
     }
-    const QString code = supPS1_->textMatrix(supPS1_->row() >= 1 ? supPS1_->row() : 1, ParentColCode);
+    const QString code =
+        supPS1_->textMatrix(supPS1_->row() >= 1 ? supPS1_->row() : 1, ParentColCode);
     // Read-only: the card opens for viewing, without a lock.
     const bool viewing = ctx_.readOnly;
-    if (!viewing && !locks_.lockOrRefuse(code, KeyTrim::Both, LockPurpose::Edit, ctx_.sProStru)) return;
+    if (!viewing && !locks_.lockOrRefuse(code, KeyTrim::Both, LockPurpose::Edit, ctx_.sProStru))
+        return;
     {
         FrmProStru card(ctx_, this);
         fillCard(card);
@@ -81,12 +83,14 @@ void FrmPS::fillCard(FrmProStru& card)
     const int row = supPS1_->row() >= 1 ? supPS1_->row() : 1;
     const QString code = supPS1_->textMatrix(row, ParentColCode);
     QString department;
-    if (ctx_.dbase) department = CodeToName_Dep(supPS1_->textMatrix(row, ParentColDept), *ctx_.dbase);
+    if (ctx_.dbase)
+        department = CodeToName_Dep(supPS1_->textMatrix(row, ParentColDept), *ctx_.dbase);
     QString spec;
     if (ctx_.inventory) {
         try {
             ctx_.inventory->findFirst(Criteria::eq(QStringLiteral("cinvcode"), code));
-            if (!ctx_.inventory->noMatch()) spec = ctx_.inventory->field(QStringLiteral("cInvStd")).toString();
+            if (!ctx_.inventory->noMatch())
+                spec = ctx_.inventory->field(QStringLiteral("cInvStd")).toString();
         } catch (const DbError&) {
         }
     }

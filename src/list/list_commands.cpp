@@ -25,11 +25,13 @@ struct ToolbarSlot {
 
 // Positions 1..20. The texts of positions 1-4, 6-10, 12, 14 and 15 are set by setUpToolbar().
 constexpr ToolbarSlot kToolbar[] = {
-    {"Butsetup", "psetup"}, {"Butprint", "pprint"}, {"Butpre", "ppre"},   {"Butout", "pout"},
-    {nullptr, nullptr},     {"ButAdd", "pAdd"},     {"ButEdit", "pEdit"}, {"ButDelete", "pDelete"},
-    {"Butref", "pref"},     {"ButCopy", "pCopy"},   {nullptr, nullptr},   {"setItem", "setItem"},
-    {nullptr, nullptr},     {"ButHelp", "phelp"},   {"ButExit", "pExit"}, {nullptr, nullptr},
-    {"Butfirst", "pFirst"}, {"Butprivous", "pPrivous"}, {"Butnext", "pNext"}, {"Butlast", "pLast"},
+    {"Butsetup", "psetup"}, {"Butprint", "pprint"},   {"Butpre", "ppre"},
+    {"Butout", "pout"},     {nullptr, nullptr},       {"ButAdd", "pAdd"},
+    {"ButEdit", "pEdit"},   {"ButDelete", "pDelete"}, {"Butref", "pref"},
+    {"ButCopy", "pCopy"},   {nullptr, nullptr},       {"setItem", "setItem"},
+    {nullptr, nullptr},     {"ButHelp", "phelp"},     {"ButExit", "pExit"},
+    {nullptr, nullptr},     {"Butfirst", "pFirst"},   {"Butprivous", "pPrivous"},
+    {"Butnext", "pNext"},   {"Butlast", "pLast"},
 };
 
 // ImageList1: each image added under its key at its index (1-based). An index already taken
@@ -97,7 +99,10 @@ void FrmPS::createActions()
     }
 }
 
-QList<QAction*> FrmPS::toolbarActions() const { return tlbPS_->actions(); }
+QList<QAction*> FrmPS::toolbarActions() const
+{
+    return tlbPS_->actions();
+}
 
 QAction* FrmPS::action(const QString& key) const
 {
@@ -135,9 +140,8 @@ void FrmPS::dispatch(const QString& key)
 {
     const int rows = supPS1_->rows();
     // Read-only: the commands that change structures do nothing, whatever reaches them.
-    if (ctx_.readOnly &&
-        (key == QLatin1String("ButAdd") || key == QLatin1String("ButDelete") ||
-         key == QLatin1String("ButCopy")))
+    if (ctx_.readOnly && (key == QLatin1String("ButAdd") || key == QLatin1String("ButDelete") ||
+                          key == QLatin1String("ButCopy")))
         return;
 
     if (key == QLatin1String("ButHelp")) {

@@ -18,10 +18,14 @@ struct ColumnDef {
     int width;
     int length;
 };
-constexpr ColumnDef kParentColumns[kParentColumnCount] = {{1000, 12}, {1500, 60}, {1500, 30}, {1500, 30}};
+constexpr ColumnDef kParentColumns[kParentColumnCount] = {
+    {1000, 12}, {1500, 60}, {1500, 30}, {1500, 30}};
 
 // A number as the grids have always shown it: up to fifteen significant digits, no trailing zeros.
-QString numberText(double v) { return QString::number(v, 'g', 15); }
+QString numberText(double v)
+{
+    return QString::number(v, 'g', 15);
+}
 
 // Field positions of the child recordset, looked up once per fill.
 struct ChildFields {
@@ -47,8 +51,14 @@ struct ChildFields {
     }
 };
 
-QVariant at(const Recordset& rs, int row, int field) { return field < 0 ? QVariant() : rs.value(row, field); }
-QString textAt(const Recordset& rs, int row, int field) { return at(rs, row, field).toString(); }
+QVariant at(const Recordset& rs, int row, int field)
+{
+    return field < 0 ? QVariant() : rs.value(row, field);
+}
+QString textAt(const Recordset& rs, int row, int field)
+{
+    return at(rs, row, field).toString();
+}
 
 }  // namespace
 
@@ -85,18 +95,18 @@ void FrmPS::setUpChildColumns()
     g.setColWidth(ColFree1, ctx_.HaveFree1 ? 1000 : 0);
     g.setColWidth(ColFree2, ctx_.HaveFree2 ? 1000 : 0);
     switch (readAuxUnitSwitch(ctx_)) {
-    case AuxUnitSwitch::Shown:
-        g.setColWidth(ColAuxUnit, 1000);
-        g.setColWidth(ColPieces, 800);
-        g.setColWidth(ColExchRate, 800);
-        break;
-    case AuxUnitSwitch::Hidden:
-        g.setColWidth(ColAuxUnit, 0);
-        g.setColWidth(ColPieces, 0);
-        g.setColWidth(ColExchRate, 0);
-        break;
-    case AuxUnitSwitch::Absent:
-        break;  // the grid's default widths
+        case AuxUnitSwitch::Shown:
+            g.setColWidth(ColAuxUnit, 1000);
+            g.setColWidth(ColPieces, 800);
+            g.setColWidth(ColExchRate, 800);
+            break;
+        case AuxUnitSwitch::Hidden:
+            g.setColWidth(ColAuxUnit, 0);
+            g.setColWidth(ColPieces, 0);
+            g.setColWidth(ColExchRate, 0);
+            break;
+        case AuxUnitSwitch::Absent:
+            break;  // the grid's default widths
     }
     g.setColWidth(ColMainUnit, 1000);
     g.setColWidth(ColQuantity, 800);
@@ -104,7 +114,8 @@ void FrmPS::setUpChildColumns()
 
     constexpr int kLengths[] = {20, 30, 30, 10, 10, 15, 10, 10, 10, 10, 10};
     for (int c = ColChildCode; c <= ColWasteRate; ++c)
-        g.setColumnDef(c, kLengths[c], false, c == ColPieces ? ColumnKind::Number : ColumnKind::Text);
+        g.setColumnDef(c, kLengths[c], false,
+                       c == ColPieces ? ColumnKind::Number : ColumnKind::Text);
 
     const QString headers[kChildColumnCount] = {
         ctx_.childTerm + text::kCode,
@@ -130,7 +141,8 @@ void FrmPS::setUpChildColumns()
         g.setColAlignment(c, CellAlignment::LeftCenter);
     for (int c : {ColPieces, ColExchRate, ColQuantity, ColWasteRate, ColPlannedPrice})
         g.setColAlignment(c, CellAlignment::RightCenter);
-    for (int c = 0; c < kChildColumnCount; ++c) g.setCellAlignment(0, c, CellAlignment::CenterCenter);
+    for (int c = 0; c < kChildColumnCount; ++c)
+        g.setCellAlignment(0, c, CellAlignment::CenterCenter);
     g.setHeaderToolTip(text::kSortTip);
 }
 
@@ -169,14 +181,16 @@ void FrmPS::fillChildGrid()
         const QVariant quantity = at(*rs, r, f.quantity);
         const QVariant exch = at(*rs, r, f.exchRate);
         if (!exch.isNull()) {
-            if (exch.toDouble() != 0) cells[ColPieces] = numberText(quantity.toDouble() / exch.toDouble());
+            if (exch.toDouble() != 0)
+                cells[ColPieces] = numberText(quantity.toDouble() / exch.toDouble());
             cells[ColExchRate] = numberText(exch.toDouble());
         }
         cells[ColMainUnit] = textAt(*rs, r, f.mainUnit);
         if (!quantity.isNull() && !quantity.toString().isEmpty())
             cells[ColQuantity] = FormatNum(quantity.toDouble(), ctx_.quantityDecimals);
         const QVariant waste = at(*rs, r, f.wasteRate);
-        if (!waste.isNull() && !waste.toString().isEmpty()) cells[ColWasteRate] = FormatWasteRate(waste.toDouble());
+        if (!waste.isNull() && !waste.toString().isEmpty())
+            cells[ColWasteRate] = FormatWasteRate(waste.toDouble());
         const QString wh = textAt(*rs, r, f.warehouse);
         cells[ColWarehouse] = wh.isEmpty() ? wh : warehouseNames_.value(wh, wh);
         cells[ColPerson] = textAt(*rs, r, f.person);
@@ -184,7 +198,8 @@ void FrmPS::fillChildGrid()
         cells[ColDept] = dep.isEmpty() ? dep : departmentNames_.value(dep, dep);
         cells[ColOperation] = textAt(*rs, r, f.operation);
         const QVariant price = at(*rs, r, f.price);
-        if (!price.isNull() && !price.toString().isEmpty()) cells[ColPlannedPrice] = numberText(price.toDouble());
+        if (!price.isNull() && !price.toString().isEmpty())
+            cells[ColPlannedPrice] = numberText(price.toDouble());
         supPS2_->appendRow(std::move(cells));
     }
 }

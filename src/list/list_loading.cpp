@@ -20,13 +20,15 @@ namespace qx {
 
 namespace {
 
-const QString kDepartmentsSql = QStringLiteral("select cDepCode,cDepName from department where bDepEnd=1 ");
+const QString kDepartmentsSql =
+    QStringLiteral("select cDepCode,cDepName from department where bDepEnd=1 ");
 const QString kFree1Sql = QStringLiteral("select cAlias,cvalue from userdefine where cid='20' ");
 const QString kFree2Sql = QStringLiteral("select cAlias,cvalue from userdefine where cid='21' ");
 const QString kPersonsSql = QStringLiteral(
     "select person.cPersonCode,person.cPersonName,person.cDepCode,department.cdepname from "
     "person,department where person.cdepcode=department.cdepcode ");
-const QString kOperationsSql = QStringLiteral("select cProcedureID,cProcedureName,cDeptId from CA_PreDf ");
+const QString kOperationsSql =
+    QStringLiteral("select cProcedureID,cProcedureName,cDeptId from CA_PreDf ");
 const QString kWarehouseNamesSql = QStringLiteral("select cwhcode,cwhname from warehouse");
 
 // The largest count of quantity decimals the formats make sense with.
@@ -148,9 +150,10 @@ void FrmPS::readQuantityDecimals(Recordset* accinformation)
     ctx_.quantityDecimals = 2;
     if (!accinformation) return;
     try {
-        accinformation->findFirst(Criteria::eq(QStringLiteral("cSysID"), QStringLiteral("AA"))
-                                      .andEq(QStringLiteral("cID"), QStringLiteral("19"))
-                                      .andEq(QStringLiteral("cName"), QStringLiteral("iStrsQuanDecDgt")));
+        accinformation->findFirst(
+            Criteria::eq(QStringLiteral("cSysID"), QStringLiteral("AA"))
+                .andEq(QStringLiteral("cID"), QStringLiteral("19"))
+                .andEq(QStringLiteral("cName"), QStringLiteral("iStrsQuanDecDgt")));
         if (accinformation->noMatch()) return;
         const QVariant v = accinformation->field(QStringLiteral("CValue"));
         if (v.isNull()) return;

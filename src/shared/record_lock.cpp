@@ -12,9 +12,12 @@ namespace qx {
 QString lockRefusal(LockPurpose purpose, const QString& sProStru)
 {
     switch (purpose) {
-    case LockPurpose::Edit: return text::lockRefusedEdit(sProStru);
-    case LockPurpose::DeleteStructure: return text::lockRefusedDelete(sProStru);
-    case LockPurpose::DeleteLine: return text::lockRefusedDeleteLine(sProStru);
+        case LockPurpose::Edit:
+            return text::lockRefusedEdit(sProStru);
+        case LockPurpose::DeleteStructure:
+            return text::lockRefusedDelete(sProStru);
+        case LockPurpose::DeleteLine:
+            return text::lockRefusedDeleteLine(sProStru);
     }
     return text::lockRefusedEdit(sProStru);
 }

@@ -44,7 +44,8 @@ public:
     // database nothing can be granted.
     bool lockRecord(const QString& code, KeyTrim trim);
     // As lockRecord; on a refusal shows the command's refusal message ("提示！").
-    bool lockOrRefuse(const QString& code, KeyTrim trim, LockPurpose purpose, const QString& sProStru);
+    bool lockOrRefuse(const QString& code, KeyTrim trim, LockPurpose purpose,
+                      const QString& sProStru);
     // Frees the key named by Locks (also when nothing was locked: the service then has nothing
     // to free).
     void unlockRecord();
