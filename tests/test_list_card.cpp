@@ -11,6 +11,7 @@
 #include "support/company.h"
 
 #include <QAction>
+#include <QHeaderView>
 #include <QLineEdit>
 #include <QTableView>
 #include <QTemporaryDir>
@@ -211,6 +212,25 @@ TEST_P(ListCardTest, EditRefusedWhileAnotherWorkstationHoldsTheStructure)
     QTest::keyClick(w->SupPS1()->view(), Qt::Key_Return);
     EXPECT_EQ(seen.shown, 1);
     EXPECT_EQ(lockRows(*db), 0);
+}
+
+TEST_P(ListCardTest, DoubleClickOnAParentEditsItButNotOnTheHeading)
+{
+    fillCompany(*db);
+    auto w = open();
+    w->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(w.get()));
+    QTableView* view = w->SupPS1()->view();
+    const QRect second = view->visualRect(view->model()->index(1, 1));
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, second.center());
+    QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, second.center());
+    ASSERT_EQ(seen.shown, 1);
+    EXPECT_EQ(seen.parentCode, QStringLiteral("P2"));
+    EXPECT_EQ(lockRows(*db), 0);
+    // The heading is no structure.
+    QHeaderView* heading = view->horizontalHeader();
+    QTest::mouseDClick(heading->viewport(), Qt::LeftButton, {}, QPoint(heading->sectionPosition(1) + 5, 5));
+    EXPECT_EQ(seen.shown, 1);
 }
 
 TEST_P(ListCardTest, EditWithAnEmptyListDoesNothing)
