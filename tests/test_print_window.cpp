@@ -235,6 +235,28 @@ TEST_P(PrintWindow, QtPreviewDialogShowsThePage)
     EXPECT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
 }
 
+TEST_P(PrintWindow, SetupOpensThePrinterOrPageSetupDialog)
+{
+    control.reset();  // the real control
+    openWindow();
+    QString seen;
+    QString title;
+    QTimer::singleShot(0, [&] {
+        if (QWidget* w = QApplication::activeModalWidget()) {
+            seen = QString::fromLatin1(w->metaObject()->className());
+            title = w->windowTitle();
+            w->close();
+        }
+    });
+    window->dispatch(QStringLiteral("Butsetup"));
+    EXPECT_TRUE(seen == QStringLiteral("QPageSetupDialog") || seen == QStringLiteral("QPrintDialog") ||
+                seen.startsWith(QStringLiteral("QUnixPrintDialog")) ||
+                seen.startsWith(QStringLiteral("QUnixPageSetupDialog")))
+        << seen.toStdString();
+    EXPECT_EQ(title, QStringLiteral("打印设置"));
+    EXPECT_TRUE(prompter.shown.empty());
+}
+
 TEST_P(PrintWindow, HelpOpensOnF1AndOnTheHelpButton)
 {
     openWindow();
