@@ -258,9 +258,14 @@ TEST_F(GridTest, SortIsCaseSensitiveStableAndKeepsTheCurrentRecord)
     ASSERT_EQ(moved.count(), 1);
     EXPECT_EQ(moved.at(0).at(0).toInt(), 5);
 
-    // Sorting by the second column alone, and by both as one key.
+    // Sorting by the second column alone, and by both as one key; widths stay as they were.
+    g.setColWidth(0, 0);
+    g.setColWidth(1, 1500);
     g.sortByColumn(1);
     EXPECT_EQ(g.textMatrix(1, 1), QStringLiteral("1"));
+    EXPECT_TRUE(g.view()->isColumnHidden(0));
+    EXPECT_EQ(g.view()->horizontalHeader()->sectionSize(1), twipsToPixels(1500, &g));
+    EXPECT_EQ(g.view()->selectionModel()->currentIndex().row() + 1, g.row());
     Grid m;
     m.setCols(3);
     m.appendRow({QStringLiteral("X"), QStringLiteral("2"), QStringLiteral("first")});

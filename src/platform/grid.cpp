@@ -321,7 +321,7 @@ void Grid::sortByColumns(int first, int last)
     const int newRow = newPos[static_cast<size_t>(oldRow)];
     d->quietRowSignal = true;
     const QModelIndex target = d->model->index(newRow, oldCol);
-    d->view->setCurrentIndex(target);
+    if (d->view->currentIndex() != target) d->view->setCurrentIndex(target);
     d->view->scrollTo(target);
     d->quietRowSignal = false;
     if (newRow != oldRow) emit currentRowChanged(newRow + 1);

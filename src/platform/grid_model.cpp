@@ -82,13 +82,6 @@ void GridModel::setDataRows(int count)
     count = std::max(0, count);
     if (count == dataRows()) return;
     if (count < dataRows()) {
-        if (count == 0) {
-            beginResetModel();
-            rows_.clear();
-            announced_ = 0;
-            endResetModel();
-            return;
-        }
         beginRemoveRows({}, count, dataRows() - 1);
         rows_.resize(static_cast<size_t>(count));
         announced_ = count;
@@ -199,10 +192,17 @@ std::vector<int> GridModel::sortByColumns(int first, int last)
         newPos[static_cast<size_t>(order[static_cast<size_t>(i)])] = i;
         sorted.push_back(std::move(rows_[static_cast<size_t>(order[static_cast<size_t>(i)])]));
     }
-    beginResetModel();
+    // A layout change, not a reset: the heading keeps its widths and hidden columns, and the
+    // current cell follows its row.
+    emit layoutAboutToBeChanged({}, QAbstractItemModel::VerticalSortHint);
     rows_ = std::move(sorted);
-    announced_ = dataRows();
-    endResetModel();
+    const QModelIndexList from = persistentIndexList();
+    QModelIndexList to;
+    to.reserve(from.size());
+    for (const QModelIndex& i : from)
+        to << index(newPos[static_cast<size_t>(i.row())], i.column());
+    changePersistentIndexList(from, to);
+    emit layoutChanged({}, QAbstractItemModel::VerticalSortHint);
     return newPos;
 }
 
