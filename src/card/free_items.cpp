@@ -8,6 +8,9 @@
 #include "shared/line_grid.h"
 #include "shared/list_context.h"
 
+#include <QHash>
+#include <QSet>
+
 namespace qx {
 
 namespace {
@@ -49,22 +52,51 @@ bool HasFree(const QString& code, int col, Database& db)
     return result;
 }
 
+// The flags of every item on the lines, read in one statement per slice of codes rather than one
+// search of the whole item list per line; an item that is not found uses no free item.
+QHash<QString, ItemFlags> readItemFlags(const LineGrid& lines, Database& db)
+{
+    QStringList codes;
+    QSet<QString> seen;
+    for (int i = 1; i < lines.rows(); ++i) {
+        const QString c = lines.cell(i, ColChildCode);
+        if (!seen.contains(c)) {
+            seen.insert(c);
+            codes << c;
+        }
+    }
+    QHash<QString, ItemFlags> flags;
+    constexpr int kSlice = 100;  // few values per statement: the driver binds each by a name search
+    for (int from = 0; from < codes.size(); from += kSlice) {
+        const QStringList slice = codes.mid(from, kSlice);
+        QVariantList params;
+        QStringList marks;
+        for (const QString& c : slice) {
+            params << c;
+            marks << QStringLiteral("?");
+        }
+        auto rs = db.openRecordset(QStringLiteral("select cInvCode,bFree1,bFree2,bService from inventory where cInvCode in (") +
+                                       marks.join(QLatin1Char(',')) + QLatin1Char(')'),
+                                   RecordsetType::Snapshot, 0, params);
+        for (int r = 0; r < rs->recordCount(); ++r)
+            flags.insert(rs->value(r, 0).toString(),
+                         {truthy(rs->value(r, 1)), truthy(rs->value(r, 2)), truthy(rs->value(r, 3))});
+    }
+    return flags;
+}
+
 QString freeItemRefusal(const LineGrid& lines, const ListContext& ctx)
 {
-    Recordset* inv = ctx.inventory.get();
+    if (!ctx.dbase) return {};
+    return freeItemRefusal(lines, ctx, readItemFlags(lines, *ctx.dbase));
+}
+
+QString freeItemRefusal(const LineGrid& lines, const ListContext& ctx, const QHash<QString, ItemFlags>& flags)
+{
     for (int i = 1; i < lines.rows(); ++i) {
-        bool free1 = false;
-        bool free2 = false;
-        if (inv && inv->recordCount() > 0) {
-            inv->moveFirst();
-            inv->findFirst(Criteria::eq(QStringLiteral("cInvCode"), lines.cell(i, ColChildCode)));
-            if (!inv->noMatch()) {
-                free1 = truthy(inv->field(QStringLiteral("bFree1")));
-                free2 = truthy(inv->field(QStringLiteral("bFree2")));
-            }
-        }
-        if (!free1 && !lines.cell(i, ColFree1).isEmpty()) return text::freeItemNotDefined(i, ctx.FreeName1);
-        if (!free2 && !lines.cell(i, ColFree2).isEmpty()) return text::freeItemNotDefined(i, ctx.FreeName2);
+        const ItemFlags f = flags.value(lines.cell(i, ColChildCode));
+        if (!f.free1 && !lines.cell(i, ColFree1).isEmpty()) return text::freeItemNotDefined(i, ctx.FreeName1);
+        if (!f.free2 && !lines.cell(i, ColFree2).isEmpty()) return text::freeItemNotDefined(i, ctx.FreeName2);
     }
     return {};
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QHash>
 #include <QString>
 
 namespace qx {
@@ -18,6 +19,17 @@ bool HasFree(const QString& code, int col, Database& db);
 bool FreeRight(const LineGrid& lines, const ListContext& ctx);
 // The message FreeRight shows, or an empty text when every line passes.
 QString freeItemRefusal(const LineGrid& lines, const ListContext& ctx);
+
+// What the save needs to know of the items on the lines, read in one statement per slice of
+// codes (rather than one search of the whole item list per line). An item missing from the
+// result is not (any longer) in the master data.
+struct ItemFlags {
+    bool free1 = false;
+    bool free2 = false;
+    bool service = false;
+};
+QHash<QString, ItemFlags> readItemFlags(const LineGrid& lines, Database& db);
+QString freeItemRefusal(const LineGrid& lines, const ListContext& ctx, const QHash<QString, ItemFlags>& flags);
 
 // A warehouse or department name back to its code (the first match in the recordset's order);
 // an empty text when no row has that name.

@@ -163,14 +163,20 @@ bool lineUnfinished(const LineGrid& lines, int row)
 }
 
 Verdict checkChildCode(const CardLookups& lk, const LineGrid& lines, const QString& parentCode,
-                       int row, const QString& code, const Ancestors* ancestors)
+                       int row, const QString& code, const WholeCard& whole)
 {
     if (code.isEmpty()) return Verdict::refuse(text::kChildEmpty);
     bool repeated = code.compare(parentCode, Qt::CaseInsensitive) == 0;
-    for (int r = 1; r < lines.rows() && !repeated; ++r) {
-        if (r != row && code.compare(lines.cell(r, ColChildCode), Qt::CaseInsensitive) == 0)
-            repeated = true;
+    if (whole.codeCounts) {
+        // The row itself is one of the count.
+        repeated = repeated || whole.codeCounts->value(code.toCaseFolded()) > 1;
+    } else {
+        for (int r = 1; r < lines.rows() && !repeated; ++r) {
+            if (r != row && code.compare(lines.cell(r, ColChildCode), Qt::CaseInsensitive) == 0)
+                repeated = true;
+        }
     }
+    const Ancestors* ancestors = whole.ancestors;
     if (repeated) return Verdict::refuse(text::kProductRepeated);
     const bool cycle = ancestors ? !ancestors->allows(code) : (lk.db && !CheckCycle(parentCode, code, *lk.db));
     if (cycle) return Verdict::refuse(text::kCycle);
@@ -228,11 +234,18 @@ Verdict validateCell(const CardLookups& lk, LineGrid& lines, const QString& pare
     }
 }
 
+QHash<QString, int> countChildCodes(const LineGrid& lines)
+{
+    QHash<QString, int> counts;
+    for (int r = 1; r < lines.rows(); ++r) ++counts[lines.cell(r, ColChildCode).toCaseFolded()];
+    return counts;
+}
+
 Verdict validateLine(const CardLookups& lk, LineGrid& lines, const QString& parentCode, int row,
-                     const Ancestors* ancestors)
+                     const WholeCard& whole)
 {
     const QString code = lines.cell(row, ColChildCode);
-    Verdict v = checkChildCode(lk, lines, parentCode, row, code, ancestors);
+    Verdict v = checkChildCode(lk, lines, parentCode, row, code, whole);
     if (!v) return v;
     Recordset& inv = *lk.inventory;
     lines.setCell(row, ColChildName, NullToText(inv.field(QStringLiteral("cInvName"))));

@@ -6,12 +6,21 @@
 
 #include "card/card_lookups.h"
 
+#include <QHash>
 #include <QString>
 
 namespace qx {
 
 class LineGrid;
 struct Ancestors;
+
+// What a save knows once for all its lines: the parent's stored ancestors, and how often each
+// child code (letter case folded) stands on the lines.
+struct WholeCard {
+    const Ancestors* ancestors = nullptr;
+    const QHash<QString, int>* codeCounts = nullptr;
+};
+QHash<QString, int> countChildCodes(const LineGrid& lines);
 
 // True when the text holds "'" or "|", which no cell may hold.
 bool hasIllegalChars(const QString& text);
@@ -23,16 +32,16 @@ Verdict validateCell(const CardLookups& lk, LineGrid& lines, const QString& pare
                      int col, QString& text);
 
 // Second pass over the whole line `row`, in the fixed order; the first failure refuses.
-// With `ancestors` (the parent's stored ancestors, read once by the save) the cycle test asks
-// them instead of walking the stored structures again.
+// With `whole` (from the save) the cycle and repeat tests ask what was read once instead of
+// walking the stored structures and comparing every row again; the answers are the same.
 Verdict validateLine(const CardLookups& lk, LineGrid& lines, const QString& parentCode, int row,
-                     const Ancestors* ancestors = nullptr);
+                     const WholeCard& whole = {});
 
 // The child-code rules shared by both passes and the save: empty, repeated (the parent or
 // another row, letter case ignored), a cycle against the stored structures, unknown item. On
 // acceptance the card's inventory list stands on the item's row.
 Verdict checkChildCode(const CardLookups& lk, const LineGrid& lines, const QString& parentCode,
-                       int row, const QString& code, const Ancestors* ancestors = nullptr);
+                       int row, const QString& code, const WholeCard& whole = {});
 
 // Is the line missing its child code, standard quantity or warehouse?
 bool lineUnfinished(const LineGrid& lines, int row);

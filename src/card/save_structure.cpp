@@ -13,7 +13,7 @@
 #include "shared/line_grid.h"
 #include "shared/list_context.h"
 
-#include <QSet>
+#include <algorithm>
 
 namespace qx {
 
@@ -53,6 +53,29 @@ LineRow lineRow(const CardLookups& lk, const LineGrid& lines, int i)
     return r;
 }
 
+// The lines of a structure, in grid order, a slice of rows per statement: the rows stored are
+// those the line recordset's AddNew/Update would store, without one statement per line.
+void writeLines(const CardLookups& lk, const LineGrid& lines, const QString& parent)
+{
+    constexpr int kRowsPerStatement = 10;
+    const QString head = QStringLiteral(
+        "insert into ProductStructures (cPSPCode, cPSCode, cWhCode, ipsquantity, iWasteRate, "
+        "cProcedureName, cDepCode, cPersonName, cFree1, cFree2) values ");
+    const QString marks = QStringLiteral("(?,?,?,?,?,?,?,?,?,?)");
+    for (int from = 1; from < lines.rows(); from += kRowsPerStatement) {
+        const int to = std::min(lines.rows(), from + kRowsPerStatement);
+        QStringList tuples;
+        QVariantList params;
+        for (int i = from; i < to; ++i) {
+            const LineRow r = lineRow(lk, lines, i);
+            tuples << marks;
+            params << parent << r.child << r.warehouse << r.quantity << r.waste << r.procedure
+                   << r.department << r.person << r.free1 << r.free2;
+        }
+        lk.db->execute(head + tuples.join(QLatin1Char(',')), params);
+    }
+}
+
 void saveRecord(const CardLookups& lk, const LineGrid& lines, const SaveRequest& req)
 {
     Recordset& head = *req.headerRows;
@@ -60,23 +83,7 @@ void saveRecord(const CardLookups& lk, const LineGrid& lines, const SaveRequest&
     head.setField(QStringLiteral("cPSPCode"), req.parentCode);
     head.setField(QStringLiteral("cDepCode"), NameToCode_Dep(req.department, lk.department));
     head.update();
-
-    Recordset& rows = *req.lineRows;
-    for (int i = 1; i < lines.rows(); ++i) {
-        const LineRow r = lineRow(lk, lines, i);
-        rows.addNew();
-        rows.setField(QStringLiteral("cPSPCode"), req.parentCode);
-        rows.setField(QStringLiteral("cPSCode"), r.child);
-        rows.setField(QStringLiteral("cWhCode"), r.warehouse);
-        rows.setField(QStringLiteral("ipsquantity"), r.quantity);
-        rows.setField(QStringLiteral("iWasteRate"), r.waste);
-        rows.setField(QStringLiteral("cProcedureName"), r.procedure);
-        rows.setField(QStringLiteral("cDepCode"), r.department);
-        rows.setField(QStringLiteral("cPersonName"), r.person);
-        rows.setField(QStringLiteral("cFree1"), r.free1);
-        rows.setField(QStringLiteral("cFree2"), r.free2);
-        rows.update();
-    }
+    writeLines(lk, lines, req.parentCode);
 }
 
 void editModeWrite(const CardLookups& lk, const LineGrid& lines, const SaveRequest& req)
@@ -90,24 +97,9 @@ void editModeWrite(const CardLookups& lk, const LineGrid& lines, const SaveReque
     head.setField(QStringLiteral("cDepCode"), NameToCode_Dep(req.department, lk.department));
     head.update();
 
+    // All lines of the parent go and the grid's lines are written again.
     lk.db->execute(QStringLiteral("delete from ProductStructures where cPSPCode=?"), {req.parentCode});
-
-    Recordset& rows = *req.lineRows;
-    for (int i = 1; i < lines.rows(); ++i) {
-        const LineRow r = lineRow(lk, lines, i);
-        rows.addNew();
-        rows.setField(QStringLiteral("cPSPCode"), req.parentCode);
-        rows.setField(QStringLiteral("cPSCode"), r.child);
-        rows.setField(QStringLiteral("cWhCode"), r.warehouse);
-        rows.setField(QStringLiteral("ipsquantity"), r.quantity);
-        rows.setField(QStringLiteral("cProcedureName"), r.procedure);
-        rows.setField(QStringLiteral("cDepCode"), r.department);
-        rows.setField(QStringLiteral("cPersonName"), r.person);
-        rows.setField(QStringLiteral("iWasteRate"), r.waste);
-        rows.setField(QStringLiteral("cFree1"), r.free1);
-        rows.setField(QStringLiteral("cFree2"), r.free2);
-        rows.update();
-    }
+    writeLines(lk, lines, req.parentCode);
 }
 
 QString failureMessage(const DbError& e, bool editWriting)
@@ -138,30 +130,6 @@ void requeryQuietly(Recordset* rs)
     }
 }
 
-Verdict itemsStillExist(Database& db, const LineGrid& lines)
-{
-    QSet<QString> wanted;
-    for (int i = 1; i < lines.rows(); ++i) wanted.insert(lines.cell(i, ColChildCode));
-    const QStringList codes(wanted.begin(), wanted.end());
-    QSet<QString> present;
-    // In slices, so that no statement carries more values than a driver takes.
-    constexpr int kSlice = 500;
-    for (int from = 0; from < codes.size(); from += kSlice) {
-        const QStringList slice = codes.mid(from, kSlice);
-        QVariantList params;
-        for (const QString& c : slice) params << c;
-        QStringList marks;
-        for (int k = 0; k < slice.size(); ++k) marks << QStringLiteral("?");
-        auto rs = db.openRecordset(QStringLiteral("select cInvCode from inventory where bService=0 and cInvCode in (") +
-                                       marks.join(QLatin1Char(',')) + QLatin1Char(')'),
-                                   RecordsetType::Snapshot, 0, params);
-        for (int r = 0; r < rs->recordCount(); ++r) present.insert(rs->value(r, 0).toString());
-    }
-    for (const QString& c : codes)
-        if (!present.contains(c)) return Verdict::refuse(text::kInvNotExist);
-    return Verdict::ok();
-}
-
 }  // namespace
 
 Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& req)
@@ -181,10 +149,12 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
     for (int i = 1; i < lines.rows(); ++i)
         if (lineUnfinished(lines, i)) return Verdict::refuse(text::kIncomplete);
 
-    const ParentCheck parent = checkParentCode(req.parentCode, req.adding, req.headerRows, lk.inventory);
-    if (!parent.verdict) return parent.verdict;
-    if (!req.adding && !(lk.inventory && FindRecord(req.parentCode, *lk.inventory, QStringLiteral("cInvcode"))))
-        return Verdict::refuse(text::kInvNotExist);
+    // The header checks again: the parent (not yet a structure when adding, an item in any case)
+    // and the department.
+    if (req.parentCode.isEmpty()) return Verdict::refuse(text::kParentEmpty);
+    if (req.adding && req.headerRows && FindRecord(req.parentCode, *req.headerRows, QStringLiteral("cpspcode")))
+        return Verdict::refuse(text::kParentDefined);
+    if (!findItem(lk, req.parentCode)) return Verdict::refuse(text::kInvNotExist);
     QString department = req.department;
     if (Verdict v = checkDepartment(department, lk.department); !v) return v;
 
@@ -192,22 +162,29 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
         if (lines.cell(i, ColChildCode).compare(req.parentCode, Qt::CaseInsensitive) == 0)
             return Verdict::refuse(text::kChildEqualsParent);
 
+    const QHash<QString, ItemFlags> items = readItemFlags(lines, *lk.db);
     if (lk.list) {
-        const QString freeMessage = freeItemRefusal(lines, *lk.list);
+        const QString freeMessage = freeItemRefusal(lines, *lk.list, items);
         if (!freeMessage.isEmpty()) return Verdict::refuse(freeMessage);
     }
 
     // Lines that arrived without being typed (copied, never left) are judged as typed ones.
+    const QHash<QString, int> counts = countChildCodes(lines);
+    const WholeCard whole{&ancestors, &counts};
     for (int i = 1; i < lines.rows(); ++i) {
         for (int col : {int(ColChildCode), int(ColFree1), int(ColFree2), int(ColQuantity),
                         int(ColWarehouse), int(ColPerson), int(ColDept), int(ColOperation)}) {
             if (hasIllegalChars(lines.cell(i, col))) return Verdict::refuse(text::kIllegalChars);
         }
-        if (Verdict v = validateLine(lk, lines, req.parentCode, i, &ancestors); !v) return v;
+        if (Verdict v = validateLine(lk, lines, req.parentCode, i, whole); !v) return v;
     }
-    // The items are asked for afresh: one deleted from the master data since the card was
-    // loaded is refused here, not written.
-    return itemsStillExist(*lk.db, lines);
+    // The items were asked for afresh: one deleted from the master data (or made a service)
+    // since the card was loaded is refused here, not written.
+    for (int i = 1; i < lines.rows(); ++i) {
+        const auto it = items.constFind(lines.cell(i, ColChildCode));
+        if (it == items.constEnd() || it->service) return Verdict::refuse(text::kInvNotExist);
+    }
+    return Verdict::ok();
 }
 
 bool saveStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& req)

@@ -1,0 +1,185 @@
+// Saving a structure of 500 lines on a large company (50,000 items, 200,000 stored lines), new
+// and in edit mode, as a ratio to inserting the same rows in one transaction through sqlite3's
+// own C API in the same run; and the save's cycle checks for those 500 lines (the parent's
+// ancestors read once) as a ratio to one cycle walk for that parent.
+//
+//   bench_save [COMPANY.db]   (a fresh company is generated when none is given)
+
+#include "card/card_columns.h"
+#include "card/card_lookups.h"
+#include "card/free_items.h"
+#include "card/line_validation.h"
+#include "card/save_structure.h"
+#include "card_bench_company.h"
+#include "data/common.h"
+#include "platform/prompter.h"
+#include "shared/code_to_name.h"
+#include "shared/line_grid.h"
+#include "shared/list_context.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <vector>
+
+using namespace qx;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+constexpr int kLines = 500;
+constexpr int kRounds = 5;
+
+double msSince(Clock::time_point t0)
+{
+    return std::chrono::duration<double, std::milli>(Clock::now() - t0).count();
+}
+double median(std::vector<double> v)
+{
+    std::sort(v.begin(), v.end());
+    return v[v.size() / 2];
+}
+
+// The same rows through the C API, in one transaction, then removed again.
+double insertThroughCApi(const QString& path, const std::string& parent, const std::vector<std::string>& children)
+{
+    sqlite3* db = nullptr;
+    cardbench::check(sqlite3_open(path.toUtf8().constData(), &db), db, "open");
+    sqlite3_busy_timeout(db, 5000);
+    const auto t0 = Clock::now();
+    cardbench::check(sqlite3_exec(db, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), db, "begin");
+    sqlite3_stmt* head = nullptr;
+    sqlite3_stmt* line = nullptr;
+    cardbench::check(sqlite3_prepare_v2(db, "insert into ProductStructure(cPSPCode,cDepCode) values(?,'D1')", -1, &head, nullptr), db, "head");
+    cardbench::check(sqlite3_prepare_v2(db,
+                                        "insert into ProductStructures(cPSPCode,cPSCode,cWhCode,iPSQuantity,iWasteRate,"
+                                        "cProcedureName,cDepCode,cPersonName,cFree1,cFree2) values(?,?,'W1',1,NULL,'','','','','')",
+                                        -1, &line, nullptr),
+                     db, "line");
+    sqlite3_bind_text(head, 1, parent.c_str(), -1, SQLITE_TRANSIENT);
+    cardbench::check(sqlite3_step(head), db, "insert head");
+    for (const std::string& c : children) {
+        sqlite3_bind_text(line, 1, parent.c_str(), -1, SQLITE_TRANSIENT);
+        sqlite3_bind_text(line, 2, c.c_str(), -1, SQLITE_TRANSIENT);
+        cardbench::check(sqlite3_step(line), db, "insert line");
+        sqlite3_reset(line);
+    }
+    cardbench::check(sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr), db, "commit");
+    const double ms = msSince(t0);
+    sqlite3_finalize(head);
+    sqlite3_finalize(line);
+    const std::string del = "delete from ProductStructures where cPSPCode='" + parent +
+                            "'; delete from ProductStructure where cPSPCode='" + parent + "'";
+    cardbench::check(sqlite3_exec(db, del.c_str(), nullptr, nullptr, nullptr), db, "clean");
+    sqlite3_close(db);
+    return ms;
+}
+
+// Answers every message box by recording it (a save that shows one has failed).
+class Silent : public Prompter {
+public:
+    void inform(const QString& text, const QString&) override { last = text; }
+    bool ask(const QString&, const QString&, Icon) override { return false; }
+    QString last;
+};
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    QTemporaryDir dir;
+    const QString path = argc > 1 ? QString::fromLocal8Bit(argv[1]) : dir.filePath(QStringLiteral("large.db"));
+    if (!QFile::exists(path)) cardbench::generate(path);
+    auto db = Database::open(QStringLiteral("sqlite:") + path);
+    Silent silent;
+    Prompter::install(&silent);
+
+    ListContext ctx;
+    ctx.dbase = db.get();
+    ctx.inventory = db->openRecordset(QStringLiteral("inventory"), RecordsetType::Dynaset, kReadOnly);
+    ctx.RecDep = db->openRecordset(QStringLiteral("select cDepCode,cDepName from department where bDepEnd=1 "));
+    auto inventory = db->openRecordset(kCardInventorySql);
+    auto department = db->openRecordset(kDepartmentListSql);
+    auto warehouse = db->openRecordset(kWarehouseListSql);
+    const QHash<QString, int> rows = indexItemRows(*inventory);
+    CardLookups lk{db.get(), &ctx, inventory.get(), department.get(), warehouse.get(), &rows};
+    auto headers = db->openRecordset(QStringLiteral("ProductStructure"));
+    auto lines = db->openRecordset(QStringLiteral("productstructures"));
+
+    // A parent that is nobody's structure yet but sits under many stored ones, and 500 children
+    // that are never parents (so never its ancestors).
+    const std::string parent = cardbench::itemCode(cardbench::kItems - 1);
+    const QString qparent = QString::fromStdString(parent);
+    std::vector<std::string> children;
+    MemoryLineGrid grid;
+    for (int i = 0; i < kLines; ++i) {
+        children.push_back(cardbench::itemCode(cardbench::kParents + 7 + i * 53));
+        const int r = grid.addLine();
+        grid.setCell(r, ColChildCode, QString::fromStdString(children.back()));
+        grid.setCell(r, ColQuantity, QStringLiteral("1"));
+        grid.setCell(r, ColWarehouse, QStringLiteral("原料库"));
+    }
+
+    {
+        // Where a save's time goes: its checks alone, and the free-item check alone.
+        SaveRequest req{qparent, QStringLiteral("一车间"), true, headers.get(), lines.get(), QString()};
+        auto t0 = Clock::now();
+        const Verdict v = checkStructure(lk, grid, req);
+        const double all = msSince(t0);
+        t0 = Clock::now();
+        freeItemRefusal(grid, ctx);
+        std::printf("checks of a 500-line save: %.2f ms (free items alone %.2f ms)%s\n", all, msSince(t0),
+                    v ? "" : " refused");
+    }
+    std::vector<double> api, saveNew, saveEdit;
+    for (int round = 0; round < kRounds; ++round) {
+        api.push_back(insertThroughCApi(path, parent, children));
+        headers->requery();
+
+        SaveRequest req{qparent, QStringLiteral("一车间"), true, headers.get(), lines.get(), QString()};
+        auto t0 = Clock::now();
+        if (!saveStructure(lk, grid, req)) {
+            std::fprintf(stderr, "new save refused: %s\n", qPrintable(silent.last));
+            return 2;
+        }
+        saveNew.push_back(msSince(t0));
+
+        req.adding = false;
+        t0 = Clock::now();
+        if (!saveStructure(lk, grid, req)) {
+            std::fprintf(stderr, "edit-mode save refused: %s\n", qPrintable(silent.last));
+            return 2;
+        }
+        saveEdit.push_back(msSince(t0));
+        db->execute(QStringLiteral("delete from ProductStructures where cPSPCode=?"), {qparent});
+        db->execute(QStringLiteral("delete from ProductStructure where cPSPCode=?"), {qparent});
+        headers->requery();
+    }
+    const double a = median(api);
+    std::printf("500 lines through the C API in one transaction: %.2f ms\n", a);
+    std::printf("save, new structure:   %.2f ms  ratio %.2fx\n", median(saveNew), median(saveNew) / a);
+    std::printf("save, edit mode:       %.2f ms  ratio %.2fx\n", median(saveEdit), median(saveEdit) / a);
+
+    // The cycle checks of one save against one walk of the parent's ancestry.
+    std::vector<double> walk, checks;
+    long long ancestors = 0;
+    for (int round = 0; round < kRounds; ++round) {
+        auto t0 = Clock::now();
+        CheckCycle(qparent, QString::fromStdString(children[0]), *db);
+        walk.push_back(msSince(t0));
+        t0 = Clock::now();
+        const Ancestors anc = CollectAncestors(qparent, *db);
+        int allowed = 0;
+        for (int i = 1; i < grid.rows(); ++i) allowed += anc.allows(grid.cell(i, ColChildCode)) ? 1 : 0;
+        checks.push_back(msSince(t0));
+        ancestors = anc.codes.size();
+        if (allowed != kLines) return 2;
+    }
+    std::printf("cycle checks of 500 lines: %.2f ms, one walk: %.2f ms, ratio %.2fx (%lld stored ancestors)\n",
+                median(checks), median(walk), median(checks) / median(walk), ancestors);
+    Prompter::install(nullptr);
+    return 0;
+}
