@@ -67,11 +67,14 @@ public:
     KeyWindow()
     {
         auto* layout = new QVBoxLayout(this);
+        other = new QLineEdit(this);  // stands for a header field of the card
+        layout->addWidget(other);
         grid = new Grid(this);
         layout->addWidget(grid);
         resize(800, 400);
     }
     Grid* grid;
+    QLineEdit* other;
     std::vector<std::pair<int, Qt::KeyboardModifiers>> keys;
 
 protected:
@@ -538,4 +541,45 @@ TEST_F(GridEditTest, WindowKeysPassThroughAndAreNeverTyped)
     QTest::keyClick(grid->view(), Qt::Key_Return);
     ASSERT_EQ(window.keys.size(), 7u);
     EXPECT_EQ(window.keys[6].first, Qt::Key_Return);
+}
+
+TEST_F(GridEditTest, LeavingTheGridForAnotherFieldChecksTheCell)
+{
+    handler.accept = false;
+    type(QStringLiteral("bad"));
+    QLineEdit* cellEditor = editor();
+    ASSERT_NE(cellEditor, nullptr);
+    window.other->setFocus(Qt::MouseFocusReason);
+    ASSERT_EQ(handler.validated.size(), 1u);
+    EXPECT_EQ(std::get<2>(handler.validated[0]), QStringLiteral("bad"));
+    EXPECT_TRUE(grid->isEditing());
+    EXPECT_EQ(QApplication::focusWidget(), cellEditor) << "a refused cell takes the focus back";
+
+    handler.accept = true;
+    window.other->setFocus(Qt::MouseFocusReason);
+    EXPECT_FALSE(grid->isEditing());
+    EXPECT_EQ(grid->textMatrix(1, 1), QStringLiteral("bad"));
+    EXPECT_EQ(QApplication::focusWidget(), window.other) << "an accepted cell lets the focus go";
+}
+
+TEST_F(GridEditTest, RemovingTheEditedRowEndsTheEditAndTheGridStillEdits)
+{
+    grid->setRow(2);
+    type(QStringLiteral("x"));
+    ASSERT_TRUE(grid->isEditing());
+    grid->removeRow(2);
+    EXPECT_FALSE(grid->isEditing());
+    EXPECT_EQ(grid->rows(), 3);
+    EXPECT_TRUE(handler.validated.empty()) << "a removed line is not checked";
+
+    grid->setRow(1);
+    grid->setCol(2);
+    grid->startEdit();
+    EXPECT_TRUE(grid->isEditing());
+    grid->setRows(1);
+    EXPECT_FALSE(grid->isEditing());
+    grid->addRow();
+    grid->setRow(1);
+    grid->startEdit();
+    EXPECT_TRUE(grid->isEditing());
 }

@@ -109,6 +109,7 @@ int Grid::rows() const
 
 void Grid::setRows(int rows)
 {
+    if (std::max(1, rows) - 1 < d->model->dataRows()) d->view->cancelEditor();
     d->model->setDataRows(std::max(1, rows) - 1);
 }
 
@@ -149,7 +150,8 @@ void Grid::addRow()
 
 void Grid::removeRow(int row)
 {
-    if (row < 1) return;
+    if (row < 1 || row > d->model->dataRows()) return;
+    d->view->cancelEditor();  // an editor over a vanished row would outlive its cell
     d->model->removeDataRow(row - 1);
 }
 

@@ -130,7 +130,7 @@ GridView::GridView(GridModel* model, QWidget* parent) : QTableView(parent), mode
 
 bool GridView::editing() const
 {
-    return editor_ && state() == EditingState;
+    return editor_ && editIndex_.isValid() && state() == EditingState;
 }
 
 QRect GridView::buttonRect(const QModelIndex& index) const
@@ -221,6 +221,7 @@ bool GridView::commitEditor()
 void GridView::cancelEditor()
 {
     if (editor_) closeOpenEditor();
+    editIndex_ = QPersistentModelIndex();
 }
 
 void GridView::closeOpenEditor()
@@ -231,7 +232,6 @@ void GridView::closeOpenEditor()
     closing_ = false;
     editor_ = nullptr;
     editIndex_ = QPersistentModelIndex();
-    setFocus(Qt::OtherFocusReason);
     viewport()->update();
 }
 
