@@ -67,29 +67,40 @@ int main(int argc, char** argv)
     itemView.show();
     QCoreApplication::processEvents();
 
-    const double fill = timeIt([&] { grid.setRows(1); }, [&] {
-        for (int i = 0; i < kParents; ++i) grid.appendRow({code(i), QStringLiteral("名称"), QStringLiteral("D1"), {}});
-        grid.setRow(1);
-    });
-    const double fillItems = timeIt([&] { items.setRowCount(0); }, [&] {
-        for (int i = 0; i < kParents; ++i)
-            items.appendRow({new QStandardItem(code(i)), new QStandardItem(QStringLiteral("名称")),
-                             new QStandardItem(QStringLiteral("D1")), new QStandardItem()});
-        itemView.setCurrentIndex(items.index(0, 0));
-    });
+    const double fill =
+        timeIt([&] { grid.setRows(1); },
+               [&] {
+                   for (int i = 0; i < kParents; ++i)
+                       grid.appendRow({code(i), QStringLiteral("名称"), QStringLiteral("D1"), {}});
+                   grid.setRow(1);
+               });
+    const double fillItems =
+        timeIt([&] { items.setRowCount(0); },
+               [&] {
+                   for (int i = 0; i < kParents; ++i)
+                       items.appendRow(
+                           {new QStandardItem(code(i)), new QStandardItem(QStringLiteral("名称")),
+                            new QStandardItem(QStringLiteral("D1")), new QStandardItem()});
+                   itemView.setCurrentIndex(items.index(0, 0));
+               });
     report("fill 20,000 parent rows", fill, fillItems);
 
-    const double sort = timeIt([&] {
-        grid.setRows(1);
-        for (int i = 0; i < kParents; ++i) grid.appendRow({code(i), {}, {}, {}});
-        QCoreApplication::processEvents();
-    }, [&] { grid.sortByColumns(0, 3); });
-    const double sortItems = timeIt([&] {
-        items.setRowCount(0);
-        for (int i = 0; i < kParents; ++i)
-            items.appendRow({new QStandardItem(code(i)), new QStandardItem(), new QStandardItem(), new QStandardItem()});
-        QCoreApplication::processEvents();
-    }, [&] { items.sort(0); });
+    const double sort = timeIt(
+        [&] {
+            grid.setRows(1);
+            for (int i = 0; i < kParents; ++i) grid.appendRow({code(i), {}, {}, {}});
+            QCoreApplication::processEvents();
+        },
+        [&] { grid.sortByColumns(0, 3); });
+    const double sortItems = timeIt(
+        [&] {
+            items.setRowCount(0);
+            for (int i = 0; i < kParents; ++i)
+                items.appendRow({new QStandardItem(code(i)), new QStandardItem(),
+                                 new QStandardItem(), new QStandardItem()});
+            QCoreApplication::processEvents();
+        },
+        [&] { items.sort(0); });
     report("sort 20,000 rows", sort, sortItems);
 
     Grid child;
@@ -102,41 +113,54 @@ int main(int argc, char** argv)
     childView.resize(800, 400);
     childView.show();
     QCoreApplication::processEvents();
-    const double refill = timeIt([] {}, [&] {
-        child.setRows(1);
-        for (int i = 0; i < kLines; ++i) {
-            std::vector<QString> cells(16, QStringLiteral("1.00"));
-            cells[0] = code(i);
-            child.appendRow(std::move(cells));
-        }
-    }, 20);
-    const double refillItems = timeIt([] {}, [&] {
-        childItems.setRowCount(0);
-        for (int i = 0; i < kLines; ++i) {
-            QList<QStandardItem*> row;
-            for (int c = 0; c < 16; ++c) row << new QStandardItem(c == 0 ? code(i) : QStringLiteral("1.00"));
-            childItems.appendRow(row);
-        }
-    }, 20);
+    const double refill = timeIt([] {},
+                                 [&] {
+                                     child.setRows(1);
+                                     for (int i = 0; i < kLines; ++i) {
+                                         std::vector<QString> cells(16, QStringLiteral("1.00"));
+                                         cells[0] = code(i);
+                                         child.appendRow(std::move(cells));
+                                     }
+                                 },
+                                 20);
+    const double refillItems =
+        timeIt([] {},
+               [&] {
+                   childItems.setRowCount(0);
+                   for (int i = 0; i < kLines; ++i) {
+                       QList<QStandardItem*> row;
+                       for (int c = 0; c < 16; ++c)
+                           row << new QStandardItem(c == 0 ? code(i) : QStringLiteral("1.00"));
+                       childItems.appendRow(row);
+                   }
+               },
+               20);
     report("refill 100 child lines", refill, refillItems);
-    const double refillCalls = timeIt([] { QCoreApplication::processEvents(); }, [&] {
-        child.setRows(1);
-        for (int i = 0; i < kLines; ++i) {
-            std::vector<QString> cells(16, QStringLiteral("1.00"));
-            cells[0] = code(i);
-            child.appendRow(std::move(cells));
-        }
-        child.setRow(1);  // the rows reach the view here
-    }, 20, false);
-    const double refillItemCalls = timeIt([] { QCoreApplication::processEvents(); }, [&] {
-        childItems.setRowCount(0);
-        for (int i = 0; i < kLines; ++i) {
-            QList<QStandardItem*> row;
-            for (int c = 0; c < 16; ++c) row << new QStandardItem(c == 0 ? code(i) : QStringLiteral("1.00"));
-            childItems.appendRow(row);
-        }
-        childView.setCurrentIndex(childItems.index(0, 0));
-    }, 20, false);
+    const double refillCalls =
+        timeIt([] { QCoreApplication::processEvents(); },
+               [&] {
+                   child.setRows(1);
+                   for (int i = 0; i < kLines; ++i) {
+                       std::vector<QString> cells(16, QStringLiteral("1.00"));
+                       cells[0] = code(i);
+                       child.appendRow(std::move(cells));
+                   }
+                   child.setRow(1);  // the rows reach the view here
+               },
+               20, false);
+    const double refillItemCalls =
+        timeIt([] { QCoreApplication::processEvents(); },
+               [&] {
+                   childItems.setRowCount(0);
+                   for (int i = 0; i < kLines; ++i) {
+                       QList<QStandardItem*> row;
+                       for (int c = 0; c < 16; ++c)
+                           row << new QStandardItem(c == 0 ? code(i) : QStringLiteral("1.00"));
+                       childItems.appendRow(row);
+                   }
+                   childView.setCurrentIndex(childItems.index(0, 0));
+               },
+               20, false);
     report("refill 100 child lines, no paint", refillCalls, refillItemCalls);
     return 0;
 }

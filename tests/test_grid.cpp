@@ -82,7 +82,8 @@ protected:
     {
         // QTest presses the modifier keys on their own first; only the combined keys count here.
         const int k = e->key();
-        if (k == Qt::Key_Control || k == Qt::Key_Shift || k == Qt::Key_Alt || k == Qt::Key_Meta) return;
+        if (k == Qt::Key_Control || k == Qt::Key_Shift || k == Qt::Key_Alt || k == Qt::Key_Meta)
+            return;
         keys.emplace_back(k, e->modifiers());
     }
 };
@@ -119,7 +120,8 @@ protected:
     void type(const QString& text)
     {
         for (QChar ch : text) {
-            QWidget* target = QApplication::focusWidget() ? QApplication::focusWidget() : grid->view();
+            QWidget* target =
+                QApplication::focusWidget() ? QApplication::focusWidget() : grid->view();
             QTest::keyClicks(target, QString(ch));
         }
     }
@@ -257,7 +259,8 @@ TEST_F(GridTest, SortIsCaseSensitiveStableAndKeepsTheCurrentRecord)
     EXPECT_EQ(order, (QStringList{"A4", "B2", "a3", "a6", "b1", "b5"}))
         << "capitals first; equal keys keep their order";
     EXPECT_EQ(g.row(), 5);
-    EXPECT_EQ(g.textMatrix(g.row(), 1), QStringLiteral("1")) << "the current row follows its record";
+    EXPECT_EQ(g.textMatrix(g.row(), 1), QStringLiteral("1"))
+        << "the current row follows its record";
     ASSERT_EQ(moved.count(), 1);
     EXPECT_EQ(moved.at(0).at(0).toInt(), 5);
 
@@ -379,7 +382,8 @@ TEST_F(GridEditTest, RefusalKeepsTheEditorWithTheTypedTextAndTheOldValue)
     type(QStringLiteral("ab"));
     ASSERT_TRUE(grid->isEditing());
     ASSERT_NE(editor(), nullptr);
-    EXPECT_EQ(editor()->text(), QStringLiteral("ab")) << "typing replaces the cell, spreadsheet-like";
+    EXPECT_EQ(editor()->text(), QStringLiteral("ab"))
+        << "typing replaces the cell, spreadsheet-like";
 
     QTest::keyClick(editor(), Qt::Key_Return);
     ASSERT_EQ(handler.validated.size(), 1u);
@@ -475,7 +479,8 @@ TEST_F(GridEditTest, F2AndTheButtonColumnAskForTheReference)
     // The current cell of a button column shows its button; a click on it asks too.
     grid->setCol(0);
     const QRect cell = grid->view()->visualRect(grid->view()->currentIndex());
-    QTest::mouseClick(grid->view()->viewport(), Qt::LeftButton, {}, QPoint(cell.right() - 3, cell.center().y()));
+    QTest::mouseClick(grid->view()->viewport(), Qt::LeftButton, {},
+                      QPoint(cell.right() - 3, cell.center().y()));
     ASSERT_EQ(handler.references.size(), 3u);
     EXPECT_EQ(handler.references[2], std::make_pair(3, 0));
 }
@@ -502,7 +507,8 @@ TEST_F(GridEditTest, F2WhileTypingLooksUpFromTheTypedText)
     EXPECT_EQ(peek.seen, QStringLiteral("A1"));
     ASSERT_TRUE(grid->isEditing());
     EXPECT_EQ(editor()->text(), QStringLiteral("A1"));
-    EXPECT_EQ(grid->textMatrix(1, 0), QStringLiteral("r1")) << "nothing picked: the cell is as it was";
+    EXPECT_EQ(grid->textMatrix(1, 0), QStringLiteral("r1"))
+        << "nothing picked: the cell is as it was";
 
     peek.pick = QStringLiteral("A100");
     QTest::keyClick(editor(), Qt::Key_F2);

@@ -28,7 +28,8 @@ protected:
     void SetUp() override
     {
         db = qx::test::openFreshDatabase(qx::test::TestBackend::Sqlite);
-        db->execute(QStringLiteral("CREATE TABLE Dept (cDepCode VARCHAR(12), cDepName VARCHAR(30), cMemo VARCHAR(10))"));
+        db->execute(QStringLiteral(
+            "CREATE TABLE Dept (cDepCode VARCHAR(12), cDepName VARCHAR(30), cMemo VARCHAR(10))"));
         const QVariantList rows[] = {
             {QStringLiteral("D1"), q("一车间"), QStringLiteral("m1")},
             {QStringLiteral("D2"), q("二车间"), QStringLiteral("m2")},
@@ -37,8 +38,9 @@ protected:
         };
         for (const auto& r : rows)
             db->execute(QStringLiteral("INSERT INTO Dept VALUES (?, ?, ?)"), r);
-        rs = db->openRecordset(QStringLiteral("select cDepCode, cDepName, cMemo from Dept order by cDepCode"),
-                               RecordsetType::Snapshot);
+        rs = db->openRecordset(
+            QStringLiteral("select cDepCode, cDepName, cMemo from Dept order by cDepCode"),
+            RecordsetType::Snapshot);
         // Rows by code order: AB01, D1, D2, X'9.
     }
 
@@ -139,7 +141,8 @@ TEST_F(RefDialogTest, DoubleClickPicksAndEscapeCancels)
         QTest::keyClick(dlg->filterEdit(), Qt::Key_Escape);
     });
     EXPECT_FALSE(chooser.choose(*rs, q("参照"), captions, nullptr).has_value());
-    EXPECT_EQ(rs->field(0).toString(), QStringLiteral("X'9")) << "a cancel leaves the position alone";
+    EXPECT_EQ(rs->field(0).toString(), QStringLiteral("X'9"))
+        << "a cancel leaves the position alone";
 
     // Enter with nothing left to pick keeps the dialog up; Escape then closes it.
     whenShown([](RefDialog* dlg) {

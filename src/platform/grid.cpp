@@ -270,7 +270,8 @@ void Grid::setCol(int col)
 
 void Grid::setRowSelection(bool on)
 {
-    d->view->setSelectionBehavior(on ? QAbstractItemView::SelectRows : QAbstractItemView::SelectItems);
+    d->view->setSelectionBehavior(on ? QAbstractItemView::SelectRows
+                                     : QAbstractItemView::SelectItems);
 }
 
 void Grid::setEditable(bool on)

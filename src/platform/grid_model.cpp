@@ -20,10 +20,14 @@ int GridModel::columnCount(const QModelIndex& parent) const
 Qt::Alignment GridModel::toQt(CellAlignment a)
 {
     switch (a) {
-    case CellAlignment::LeftTop: return Qt::AlignLeft | Qt::AlignTop;
-    case CellAlignment::LeftCenter: return Qt::AlignLeft | Qt::AlignVCenter;
-    case CellAlignment::CenterCenter: return Qt::AlignCenter;
-    case CellAlignment::RightCenter: return Qt::AlignRight | Qt::AlignVCenter;
+        case CellAlignment::LeftTop:
+            return Qt::AlignLeft | Qt::AlignTop;
+        case CellAlignment::LeftCenter:
+            return Qt::AlignLeft | Qt::AlignVCenter;
+        case CellAlignment::CenterCenter:
+            return Qt::AlignCenter;
+        case CellAlignment::RightCenter:
+            return Qt::AlignRight | Qt::AlignVCenter;
     }
     return Qt::AlignLeft | Qt::AlignVCenter;
 }
@@ -32,12 +36,15 @@ QVariant GridModel::data(const QModelIndex& index, int role) const
 {
     if (!index.isValid() || index.row() >= dataRows() || !validCol(index.column())) return {};
     switch (role) {
-    case Qt::DisplayRole:
-    case Qt::EditRole: return text(index.row(), index.column());
-    case Qt::TextAlignmentRole:
-        return QVariant::fromValue(toQt(cellAlignment(index.row(), index.column())));
-    case Qt::ToolTipRole: return QString();  // the sort hint belongs to the heading only
-    default: return {};
+        case Qt::DisplayRole:
+        case Qt::EditRole:
+            return text(index.row(), index.column());
+        case Qt::TextAlignmentRole:
+            return QVariant::fromValue(toQt(cellAlignment(index.row(), index.column())));
+        case Qt::ToolTipRole:
+            return QString();  // the sort hint belongs to the heading only
+        default:
+            return {};
     }
 }
 
@@ -49,11 +56,14 @@ QVariant GridModel::headerData(int section, Qt::Orientation orientation, int rol
     }
     const GridColumn& c = column(section);
     switch (role) {
-    case Qt::DisplayRole: return c.heading;
-    case Qt::TextAlignmentRole:
-        return QVariant::fromValue(toQt(c.headingAlignment.value_or(c.alignment)));
-    case Qt::ToolTipRole: return headerToolTip_;
-    default: return {};
+        case Qt::DisplayRole:
+            return c.heading;
+        case Qt::TextAlignmentRole:
+            return QVariant::fromValue(toQt(c.headingAlignment.value_or(c.alignment)));
+        case Qt::ToolTipRole:
+            return headerToolTip_;
+        default:
+            return {};
     }
 }
 
@@ -103,7 +113,8 @@ void GridModel::setCols(int count)
         beginRemoveColumns({}, count, cols() - 1);
         columns_.resize(static_cast<size_t>(count));
         for (GridRow& r : rows_) {
-            if (r.cells.size() > static_cast<size_t>(count)) r.cells.resize(static_cast<size_t>(count));
+            if (r.cells.size() > static_cast<size_t>(count))
+                r.cells.resize(static_cast<size_t>(count));
             if (r.alignments.size() > static_cast<size_t>(count))
                 r.alignments.resize(static_cast<size_t>(count));
         }
@@ -119,7 +130,8 @@ QString GridModel::text(int dataRow, int col) const
 {
     if (dataRow < 0 || dataRow >= dataRows() || !validCol(col)) return {};
     const GridRow& r = rows_[static_cast<size_t>(dataRow)];
-    return static_cast<size_t>(col) < r.cells.size() ? r.cells[static_cast<size_t>(col)] : QString();
+    return static_cast<size_t>(col) < r.cells.size() ? r.cells[static_cast<size_t>(col)]
+                                                     : QString();
 }
 
 void GridModel::setText(int dataRow, int col, const QString& text)
@@ -175,7 +187,7 @@ std::vector<int> GridModel::sortByColumns(int first, int last)
             const GridRow& r = rows_[static_cast<size_t>(row)];
             static const QString empty;
             return static_cast<size_t>(col) < r.cells.size() ? &r.cells[static_cast<size_t>(col)]
-                                                              : &empty;
+                                                             : &empty;
         };
         std::stable_sort(order.begin(), order.end(), [&](int a, int b) {
             for (int c = first; c <= last; ++c) {
@@ -199,8 +211,7 @@ std::vector<int> GridModel::sortByColumns(int first, int last)
     const QModelIndexList from = persistentIndexList();
     QModelIndexList to;
     to.reserve(from.size());
-    for (const QModelIndex& i : from)
-        to << index(newPos[static_cast<size_t>(i.row())], i.column());
+    for (const QModelIndex& i : from) to << index(newPos[static_cast<size_t>(i.row())], i.column());
     changePersistentIndexList(from, to);
     emit layoutChanged({}, QAbstractItemModel::VerticalSortHint);
     return newPos;
@@ -211,7 +222,8 @@ CellAlignment GridModel::cellAlignment(int dataRow, int col) const
     if (!validCol(col)) return CellAlignment::LeftCenter;
     if (dataRow >= 0 && dataRow < dataRows()) {
         const GridRow& r = rows_[static_cast<size_t>(dataRow)];
-        if (static_cast<size_t>(col) < r.alignments.size() && r.alignments[static_cast<size_t>(col)] >= 0)
+        if (static_cast<size_t>(col) < r.alignments.size() &&
+            r.alignments[static_cast<size_t>(col)] >= 0)
             return static_cast<CellAlignment>(r.alignments[static_cast<size_t>(col)]);
     }
     return column(col).alignment;
@@ -221,7 +233,8 @@ void GridModel::setCellAlignment(int dataRow, int col, CellAlignment a)
 {
     if (dataRow < 0 || dataRow >= dataRows() || !validCol(col)) return;
     GridRow& r = rows_[static_cast<size_t>(dataRow)];
-    if (r.alignments.size() <= static_cast<size_t>(col)) r.alignments.resize(static_cast<size_t>(cols()), -1);
+    if (r.alignments.size() <= static_cast<size_t>(col))
+        r.alignments.resize(static_cast<size_t>(cols()), -1);
     r.alignments[static_cast<size_t>(col)] = static_cast<signed char>(a);
     if (dataRow < announced_) {
         const QModelIndex i = index(dataRow, col);
@@ -233,7 +246,8 @@ void GridModel::setColumnAlignment(int col, CellAlignment a)
 {
     if (!validCol(col)) return;
     column(col).alignment = a;
-    if (announced_ > 0) emit dataChanged(index(0, col), index(announced_ - 1, col), {Qt::TextAlignmentRole});
+    if (announced_ > 0)
+        emit dataChanged(index(0, col), index(announced_ - 1, col), {Qt::TextAlignmentRole});
     emit headerDataChanged(Qt::Horizontal, col, col);
 }
 

@@ -15,15 +15,17 @@ namespace {
 bool isNavigationKey(int key)
 {
     switch (key) {
-    case Qt::Key_Up:
-    case Qt::Key_Down:
-    case Qt::Key_Left:
-    case Qt::Key_Right:
-    case Qt::Key_PageUp:
-    case Qt::Key_PageDown:
-    case Qt::Key_Home:
-    case Qt::Key_End: return true;
-    default: return false;
+        case Qt::Key_Up:
+        case Qt::Key_Down:
+        case Qt::Key_Left:
+        case Qt::Key_Right:
+        case Qt::Key_PageUp:
+        case Qt::Key_PageDown:
+        case Qt::Key_Home:
+        case Qt::Key_End:
+            return true;
+        default:
+            return false;
     }
 }
 
@@ -31,19 +33,21 @@ bool isNavigationKey(int key)
 bool isEditingShortcut(int key)
 {
     switch (key) {
-    case Qt::Key_A:
-    case Qt::Key_C:
-    case Qt::Key_V:
-    case Qt::Key_X:
-    case Qt::Key_Z:
-    case Qt::Key_Y:
-    case Qt::Key_Left:
-    case Qt::Key_Right:
-    case Qt::Key_Home:
-    case Qt::Key_End:
-    case Qt::Key_Backspace:
-    case Qt::Key_Delete: return true;
-    default: return false;
+        case Qt::Key_A:
+        case Qt::Key_C:
+        case Qt::Key_V:
+        case Qt::Key_X:
+        case Qt::Key_Z:
+        case Qt::Key_Y:
+        case Qt::Key_Left:
+        case Qt::Key_Right:
+        case Qt::Key_Home:
+        case Qt::Key_End:
+        case Qt::Key_Backspace:
+        case Qt::Key_Delete:
+            return true;
+        default:
+            return false;
     }
 }
 
@@ -96,7 +100,8 @@ QWidget* GridDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem&
 
 void GridDelegate::setEditorData(QWidget* editor, const QModelIndex& index) const
 {
-    if (auto* le = qobject_cast<QLineEdit*>(editor)) le->setText(index.data(Qt::EditRole).toString());
+    if (auto* le = qobject_cast<QLineEdit*>(editor))
+        le->setText(index.data(Qt::EditRole).toString());
 }
 
 void GridDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
@@ -260,7 +265,8 @@ bool GridView::mayMoveTo(const QModelIndex& target)
     if (!target.isValid()) return true;
     if (editing() && target != QModelIndex(editIndex_) && !commitEditor()) return false;
     const QModelIndex cur = currentIndex();
-    if (handler_ && cur.isValid() && target.row() != cur.row() && !handler_->rowLeaving(cur.row() + 1))
+    if (handler_ && cur.isValid() && target.row() != cur.row() &&
+        !handler_->rowLeaving(cur.row() + 1))
         return false;
     return true;
 }
@@ -306,44 +312,48 @@ bool GridView::editorKey(QKeyEvent* e)
 {
     if (isWindowKey(e, true)) {
         // Forwarded to the view, whose key handling passes it on to the window.
-        QKeyEvent copy(e->type(), e->key(), e->modifiers(), e->text(), e->isAutoRepeat(), e->count());
+        QKeyEvent copy(e->type(), e->key(), e->modifiers(), e->text(), e->isAutoRepeat(),
+                       e->count());
         QCoreApplication::sendEvent(this, &copy);
         return true;
     }
     switch (e->key()) {
-    case Qt::Key_Return:
-    case Qt::Key_Enter:
-    case Qt::Key_Tab:
-        if (commitEditor()) moveAcross(1);
-        return true;
-    case Qt::Key_Backtab:
-        if (commitEditor()) moveAcross(-1);
-        return true;
-    case Qt::Key_Escape: cancelEditor(); return true;
-    case Qt::Key_Up:
-    case Qt::Key_Down: {
-        const QModelIndex cur = currentIndex();
-        const int row = cur.row() + (e->key() == Qt::Key_Up ? -1 : 1);
-        if (commitEditor() && row >= 0 && row < model_->rowCount())
-            moveTo(model_->index(row, cur.column()));
-        return true;
-    }
-    case Qt::Key_F2: {
-        if (!handler_) return true;
-        // The lookup starts from what was typed; when nothing is picked, the typing goes on.
-        const QModelIndex idx = editIndex_;
-        const QString typed = editor_->text();
-        const QString old = model_->text(idx.row(), idx.column());
-        model_->setText(idx.row(), idx.column(), typed);
-        closeOpenEditor();
-        requestReference(idx);
-        if (idx.isValid() && typed != old && model_->text(idx.row(), idx.column()) == typed) {
-            model_->setText(idx.row(), idx.column(), old);
-            openEditor(idx, &typed);
+        case Qt::Key_Return:
+        case Qt::Key_Enter:
+        case Qt::Key_Tab:
+            if (commitEditor()) moveAcross(1);
+            return true;
+        case Qt::Key_Backtab:
+            if (commitEditor()) moveAcross(-1);
+            return true;
+        case Qt::Key_Escape:
+            cancelEditor();
+            return true;
+        case Qt::Key_Up:
+        case Qt::Key_Down: {
+            const QModelIndex cur = currentIndex();
+            const int row = cur.row() + (e->key() == Qt::Key_Up ? -1 : 1);
+            if (commitEditor() && row >= 0 && row < model_->rowCount())
+                moveTo(model_->index(row, cur.column()));
+            return true;
         }
-        return true;
-    }
-    default: return false;
+        case Qt::Key_F2: {
+            if (!handler_) return true;
+            // The lookup starts from what was typed; when nothing is picked, the typing goes on.
+            const QModelIndex idx = editIndex_;
+            const QString typed = editor_->text();
+            const QString old = model_->text(idx.row(), idx.column());
+            model_->setText(idx.row(), idx.column(), typed);
+            closeOpenEditor();
+            requestReference(idx);
+            if (idx.isValid() && typed != old && model_->text(idx.row(), idx.column()) == typed) {
+                model_->setText(idx.row(), idx.column(), old);
+                openEditor(idx, &typed);
+            }
+            return true;
+        }
+        default:
+            return false;
     }
 }
 
@@ -351,24 +361,26 @@ bool GridView::eventFilter(QObject* watched, QEvent* event)
 {
     if (!editor_ || watched != editor_) return QTableView::eventFilter(watched, event);
     switch (event->type()) {
-    case QEvent::ShortcutOverride:
-        // Left unaccepted, so that a window shortcut on the key still fires.
-        if (isWindowKey(static_cast<QKeyEvent*>(event), true)) return true;
-        break;
-    case QEvent::KeyPress: return editorKey(static_cast<QKeyEvent*>(event));
-    case QEvent::FocusOut: {
-        if (validating_ || closing_) break;
-        // Focus gone to another window (a message box, a lookup) keeps the editor as it is.
-        QWidget* to = QApplication::focusWidget();
-        if (!to || to->window() != window()) break;
-        // A click into the grid itself is judged by the press, once.
-        if (to == this || to == viewport()) break;
-        for (QWidget* w = to; w; w = w->parentWidget())
-            if (w == editor_) return false;
-        commitEditor();
-        break;
-    }
-    default: break;
+        case QEvent::ShortcutOverride:
+            // Left unaccepted, so that a window shortcut on the key still fires.
+            if (isWindowKey(static_cast<QKeyEvent*>(event), true)) return true;
+            break;
+        case QEvent::KeyPress:
+            return editorKey(static_cast<QKeyEvent*>(event));
+        case QEvent::FocusOut: {
+            if (validating_ || closing_) break;
+            // Focus gone to another window (a message box, a lookup) keeps the editor as it is.
+            QWidget* to = QApplication::focusWidget();
+            if (!to || to->window() != window()) break;
+            // A click into the grid itself is judged by the press, once.
+            if (to == this || to == viewport()) break;
+            for (QWidget* w = to; w; w = w->parentWidget())
+                if (w == editor_) return false;
+            commitEditor();
+            break;
+        }
+        default:
+            break;
     }
     return QTableView::eventFilter(watched, event);
 }
@@ -387,12 +399,19 @@ void GridView::keyPressEvent(QKeyEvent* e)
     }
     if (editable) {
         switch (key) {
-        case Qt::Key_F2: requestReference(currentIndex()); return;
-        case Qt::Key_Return:
-        case Qt::Key_Enter:
-        case Qt::Key_Tab: moveAcross(1); return;
-        case Qt::Key_Backtab: moveAcross(-1); return;
-        default: break;
+            case Qt::Key_F2:
+                requestReference(currentIndex());
+                return;
+            case Qt::Key_Return:
+            case Qt::Key_Enter:
+            case Qt::Key_Tab:
+                moveAcross(1);
+                return;
+            case Qt::Key_Backtab:
+                moveAcross(-1);
+                return;
+            default:
+                break;
         }
         const QString t = e->text();
         if (!t.isEmpty() && t.at(0).isPrint() && currentIndex().isValid()) {
@@ -404,14 +423,22 @@ void GridView::keyPressEvent(QKeyEvent* e)
         const QModelIndex target = moveCursor(
             [key]() {
                 switch (key) {
-                case Qt::Key_Up: return MoveUp;
-                case Qt::Key_Down: return MoveDown;
-                case Qt::Key_Left: return MoveLeft;
-                case Qt::Key_Right: return MoveRight;
-                case Qt::Key_PageUp: return MovePageUp;
-                case Qt::Key_PageDown: return MovePageDown;
-                case Qt::Key_Home: return MoveHome;
-                default: return MoveEnd;
+                    case Qt::Key_Up:
+                        return MoveUp;
+                    case Qt::Key_Down:
+                        return MoveDown;
+                    case Qt::Key_Left:
+                        return MoveLeft;
+                    case Qt::Key_Right:
+                        return MoveRight;
+                    case Qt::Key_PageUp:
+                        return MovePageUp;
+                    case Qt::Key_PageDown:
+                        return MovePageDown;
+                    case Qt::Key_Home:
+                        return MoveHome;
+                    default:
+                        return MoveEnd;
                 }
             }(),
             e->modifiers());

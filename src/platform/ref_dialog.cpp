@@ -121,19 +121,22 @@ bool RefDialog::eventFilter(QObject* watched, QEvent* event)
     if (event->type() == QEvent::KeyPress) {
         auto* ke = static_cast<QKeyEvent*>(event);
         switch (ke->key()) {
-        case Qt::Key_Return:
-        case Qt::Key_Enter: pick(); return true;
-        case Qt::Key_Up:
-        case Qt::Key_Down:
-        case Qt::Key_PageUp:
-        case Qt::Key_PageDown:
-            // Typing stays in the filter while the arrows walk the list.
-            if (watched == filter_) {
-                QCoreApplication::sendEvent(table_, event);
+            case Qt::Key_Return:
+            case Qt::Key_Enter:
+                pick();
                 return true;
-            }
-            break;
-        default: break;
+            case Qt::Key_Up:
+            case Qt::Key_Down:
+            case Qt::Key_PageUp:
+            case Qt::Key_PageDown:
+                // Typing stays in the filter while the arrows walk the list.
+                if (watched == filter_) {
+                    QCoreApplication::sendEvent(table_, event);
+                    return true;
+                }
+                break;
+            default:
+                break;
         }
     }
     return QDialog::eventFilter(watched, event);
