@@ -7,6 +7,7 @@
 #include "data/verify.h"
 #include "host/command_line.h"
 #include "host/list_window.h"
+#include "host/card_shot.h"
 #include "host/pdf_job.h"
 #include "host/qxprostru.h"
 #include "platform/database.h"
@@ -121,8 +122,10 @@ int runMain(const CommandLine& cmd)
         return rc == 0 ? kOk : kFailed;
     }
     if (!cmd.screenshot.isEmpty() && (cmd.newCard || !cmd.card.isEmpty())) {
-        complain(qx::text::notYetAvailable(QStringLiteral("--screenshot")));
-        return kFailed;
+        QString error;
+        const int rc = qx::screenshotCard(host, cmd.card, cmd.newCard, cmd.screenshot, &error);
+        if (rc != 0) complain(error);
+        return rc == 0 ? kOk : kFailed;
     }
     if (!cmd.screenshot.isEmpty()) {
         QString error;
