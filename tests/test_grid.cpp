@@ -330,6 +330,13 @@ TEST_F(GridTest, MousePressesOnHeadingAndCellsCarryRowColumnAndButton)
     EXPECT_EQ(pressed.at(0).at(1).toInt(), 1);
     EXPECT_EQ(pressed.at(0).at(2).value<Qt::MouseButton>(), Qt::LeftButton);
 
+    // Grabbing a column's edge to widen it is not a press on the heading (it would sort).
+    const QPoint edge(header->sectionViewportPosition(1) + header->sectionSize(1) - 1,
+                      header->height() / 2);
+    QTest::mousePress(header->viewport(), Qt::LeftButton, {}, edge);
+    QTest::mouseRelease(header->viewport(), Qt::LeftButton, {}, edge);
+    EXPECT_EQ(pressed.count(), 1);
+
     const QPoint cell = g.view()->visualRect(g.view()->model()->index(1, 2)).center();
     QTest::mouseClick(g.view()->viewport(), Qt::RightButton, {}, cell);
     ASSERT_GE(pressed.count(), 2);
@@ -582,6 +589,15 @@ TEST_F(GridEditTest, RemovingTheEditedRowEndsTheEditAndTheGridStillEdits)
     grid->setCol(2);
     grid->startEdit();
     EXPECT_TRUE(grid->isEditing());
+    type(QStringLiteral("typed"));
+    grid->setRow(2);  // the window's own move: no question, the typing is dropped
+    EXPECT_FALSE(grid->isEditing());
+    EXPECT_EQ(grid->textMatrix(1, 2), QString());
+    EXPECT_TRUE(handler.left.empty());
+    EXPECT_TRUE(handler.validated.empty());
+
+    grid->startEdit();
+    ASSERT_TRUE(grid->isEditing());
     grid->setRows(1);
     EXPECT_FALSE(grid->isEditing());
     grid->addRow();

@@ -68,7 +68,9 @@ public:
     void setCellAlignment(int row, int col, CellAlignment a);  // row 0: heading cells
     CellAlignment cellAlignment(int row, int col) const;
 
-    // Current cell. row() is 0 when the grid has no data row.
+    // Current cell. row() is 0 when the grid has no data row. Moves made here are the window's
+    // own: they do not ask the edit handler (the user's moves by key and mouse do), and they
+    // close an open editor without storing its text.
     int row() const;
     void setRow(int row);
     int col() const;
