@@ -4,6 +4,7 @@
 #include "card/frm_pro_stru.h"
 #include "platform/database.h"
 #include "platform/lock_service.h"
+#include "platform/sql_dialect.h"
 #include "platform/prompter.h"
 #include "support/card_fixture.h"
 
@@ -15,6 +16,10 @@
 #include <QToolButton>
 
 #include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
 
 using namespace qx;
 using namespace qx::test;
@@ -315,6 +320,39 @@ TEST_P(CardSave, ViewingOnlyRefusesEveryChange)
     EXPECT_EQ(card->SupPS()->rows(), 2);
     EXPECT_TRUE(prompter.shown.empty());
     EXPECT_EQ(lineCount(QStringLiteral("P2")), 1);
+}
+
+TEST_P(CardSave, TwoWorkstationsCannotTogetherCloseALoop)
+{
+    if (IsSkipped()) return;
+    open();
+    card->setHeader(QStringLiteral("P1"), QString(), QString(), QString());
+    line(QStringLiteral("X1"), QStringLiteral("1"), QStringLiteral("成品库"));
+    // Another workstation is saving X3 with P1 under it (X1 -> X2 -> X3 is stored): each save is
+    // right against what is stored, the two together would close X1 -> X2 -> X3 -> P1 -> X1.
+    std::atomic<bool> holding{false};
+    std::thread other([&] {
+        auto b = Database::open(connection);
+        Transaction tx(*b);
+        const QString serialize = b->dialect().structureWriteLockStatement();
+        if (!serialize.isEmpty()) b->execute(serialize);
+        b->execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"),
+                   {QStringLiteral("X3"), QStringLiteral("D1")});
+        b->execute(QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,cWhCode) values(?,?,?,?)"),
+                   {QStringLiteral("X3"), QStringLiteral("P1"), 1.0, QStringLiteral("W2")});
+        holding = true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(600));
+        tx.commit();
+    });
+    while (!holding) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    // This save waits for the other one and then sees its lines.
+    prompter.clear();
+    save();
+    other.join();
+    EXPECT_EQ(prompter.texts(), QStringList{QStringLiteral("第1个子产品与父产品发生循环调用！")});
+    EXPECT_EQ(headerCount(QStringLiteral("P1")), 0);
+    EXPECT_EQ(lineCount(QStringLiteral("P1")), 0);
+    EXPECT_EQ(lineCount(QStringLiteral("X3")), 1);
 }
 
 QX_INSTANTIATE_BACKENDS(CardSave);
