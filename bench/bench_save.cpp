@@ -44,7 +44,8 @@ double median(std::vector<double> v)
 }
 
 // The same rows through the C API, in one transaction, then removed again.
-double insertThroughCApi(const QString& path, const std::string& parent, const std::vector<std::string>& children)
+double insertThroughCApi(const QString& path, const std::string& parent,
+                         const std::vector<std::string>& children)
 {
     sqlite3* db = nullptr;
     cardbench::check(sqlite3_open(path.toUtf8().constData(), &db), db, "open");
@@ -53,12 +54,18 @@ double insertThroughCApi(const QString& path, const std::string& parent, const s
     cardbench::check(sqlite3_exec(db, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), db, "begin");
     sqlite3_stmt* head = nullptr;
     sqlite3_stmt* line = nullptr;
-    cardbench::check(sqlite3_prepare_v2(db, "insert into ProductStructure(cPSPCode,cDepCode) values(?,'D1')", -1, &head, nullptr), db, "head");
-    cardbench::check(sqlite3_prepare_v2(db,
-                                        "insert into ProductStructures(cPSPCode,cPSCode,cWhCode,iPSQuantity,iWasteRate,"
-                                        "cProcedureName,cDepCode,cPersonName,cFree1,cFree2) values(?,?,'W1',1,NULL,'','','','','')",
-                                        -1, &line, nullptr),
-                     db, "line");
+    cardbench::check(
+        sqlite3_prepare_v2(db, "insert into ProductStructure(cPSPCode,cDepCode) values(?,'D1')", -1,
+                           &head, nullptr),
+        db, "head");
+    cardbench::check(
+        sqlite3_prepare_v2(
+            db,
+            "insert into ProductStructures(cPSPCode,cPSCode,cWhCode,iPSQuantity,iWasteRate,"
+            "cProcedureName,cDepCode,cPersonName,cFree1,cFree2) "
+            "values(?,?,'W1',1,NULL,'','','','','')",
+            -1, &line, nullptr),
+        db, "line");
     sqlite3_bind_text(head, 1, parent.c_str(), -1, SQLITE_TRANSIENT);
     cardbench::check(sqlite3_step(head), db, "insert head");
     for (const std::string& c : children) {
@@ -91,7 +98,8 @@ int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
     QTemporaryDir dir;
-    const QString path = argc > 1 ? QString::fromLocal8Bit(argv[1]) : dir.filePath(QStringLiteral("large.db"));
+    const QString path =
+        argc > 1 ? QString::fromLocal8Bit(argv[1]) : dir.filePath(QStringLiteral("large.db"));
     if (!QFile::exists(path)) cardbench::generate(path);
     auto db = Database::open(QStringLiteral("sqlite:") + path);
     Silent silent;
@@ -99,8 +107,10 @@ int main(int argc, char** argv)
 
     ListContext ctx;
     ctx.dbase = db.get();
-    ctx.inventory = db->openRecordset(QStringLiteral("inventory"), RecordsetType::Dynaset, kReadOnly);
-    ctx.RecDep = db->openRecordset(QStringLiteral("select cDepCode,cDepName from department where bDepEnd=1 "));
+    ctx.inventory =
+        db->openRecordset(QStringLiteral("inventory"), RecordsetType::Dynaset, kReadOnly);
+    ctx.RecDep = db->openRecordset(
+        QStringLiteral("select cDepCode,cDepName from department where bDepEnd=1 "));
     auto inventory = db->openRecordset(kCardInventorySql);
     auto department = db->openRecordset(kDepartmentListSql);
     auto warehouse = db->openRecordset(kWarehouseListSql);
@@ -125,21 +135,23 @@ int main(int argc, char** argv)
 
     {
         // Where a save's time goes: its checks alone, and the free-item check alone.
-        SaveRequest req{qparent, QStringLiteral("一车间"), true, headers.get(), lines.get(), QString()};
+        SaveRequest req{qparent,  QStringLiteral("一车间"), true, headers.get(), lines.get(),
+                        QString()};
         auto t0 = Clock::now();
         const Verdict v = checkStructure(lk, grid, req);
         const double all = msSince(t0);
         t0 = Clock::now();
         freeItemRefusal(grid, ctx);
-        std::printf("checks of a 500-line save: %.2f ms (free items alone %.2f ms)%s\n", all, msSince(t0),
-                    v ? "" : " refused");
+        std::printf("checks of a 500-line save: %.2f ms (free items alone %.2f ms)%s\n", all,
+                    msSince(t0), v ? "" : " refused");
     }
     std::vector<double> api, saveNew, saveEdit;
     for (int round = 0; round < kRounds; ++round) {
         api.push_back(insertThroughCApi(path, parent, children));
         headers->requery();
 
-        SaveRequest req{qparent, QStringLiteral("一车间"), true, headers.get(), lines.get(), QString()};
+        SaveRequest req{qparent,  QStringLiteral("一车间"), true, headers.get(), lines.get(),
+                        QString()};
         auto t0 = Clock::now();
         if (!saveStructure(lk, grid, req)) {
             std::fprintf(stderr, "new save refused: %s\n", qPrintable(silent.last));
@@ -160,8 +172,10 @@ int main(int argc, char** argv)
     }
     const double a = median(api);
     std::printf("500 lines through the C API in one transaction: %.2f ms\n", a);
-    std::printf("save, new structure:   %.2f ms  ratio %.2fx\n", median(saveNew), median(saveNew) / a);
-    std::printf("save, edit mode:       %.2f ms  ratio %.2fx\n", median(saveEdit), median(saveEdit) / a);
+    std::printf("save, new structure:   %.2f ms  ratio %.2fx\n", median(saveNew),
+                median(saveNew) / a);
+    std::printf("save, edit mode:       %.2f ms  ratio %.2fx\n", median(saveEdit),
+                median(saveEdit) / a);
 
     // The cycle checks of one save against one walk of the parent's ancestry.
     std::vector<double> walk, checks;
@@ -173,13 +187,16 @@ int main(int argc, char** argv)
         t0 = Clock::now();
         const Ancestors anc = CollectAncestors(qparent, *db);
         int allowed = 0;
-        for (int i = 1; i < grid.rows(); ++i) allowed += anc.allows(grid.cell(i, ColChildCode)) ? 1 : 0;
+        for (int i = 1; i < grid.rows(); ++i)
+            allowed += anc.allows(grid.cell(i, ColChildCode)) ? 1 : 0;
         checks.push_back(msSince(t0));
         ancestors = anc.codes.size();
         if (allowed != kLines) return 2;
     }
-    std::printf("cycle checks of 500 lines: %.2f ms, one walk: %.2f ms, ratio %.2fx (%lld stored ancestors)\n",
-                median(checks), median(walk), median(checks) / median(walk), ancestors);
+    std::printf(
+        "cycle checks of 500 lines: %.2f ms, one walk: %.2f ms, ratio %.2fx (%lld stored "
+        "ancestors)\n",
+        median(checks), median(walk), median(checks) / median(walk), ancestors);
     Prompter::install(nullptr);
     return 0;
 }

@@ -41,7 +41,8 @@ int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
     QTemporaryDir dir;
-    QString path = argc > 1 ? QString::fromLocal8Bit(argv[1]) : dir.filePath(QStringLiteral("large.db"));
+    QString path =
+        argc > 1 ? QString::fromLocal8Bit(argv[1]) : dir.filePath(QStringLiteral("large.db"));
     if (!QFile::exists(path)) {
         const auto t0 = Clock::now();
         cardbench::generate(path);
@@ -56,17 +57,20 @@ int main(int argc, char** argv)
     auto warehouse = db->openRecordset(kWarehouseListSql);
     const auto ti = Clock::now();
     const QHash<QString, int> rows = indexItemRows(*inventory);
-    std::printf("item index of %lld codes built once at loading in %.1f ms\n", static_cast<long long>(rows.size()), msSince(ti));
+    std::printf("item index of %lld codes built once at loading in %.1f ms\n",
+                static_cast<long long>(rows.size()), msSince(ti));
     CardLookups lk{db.get(), &ctx, inventory.get(), department.get(), warehouse.get(), &rows};
 
     // A parent deep in the graph (thousands of ancestors) and children that are never parents,
     // so that every check walks the whole ancestry and is accepted.
     const QString parent = QString::fromStdString(cardbench::itemCode(cardbench::kParents - 1));
     const Ancestors anc = CollectAncestors(parent, *db);
-    std::printf("parent %s has %lld stored ancestors\n", qPrintable(parent), static_cast<long long>(anc.codes.size()));
+    std::printf("parent %s has %lld stored ancestors\n", qPrintable(parent),
+                static_cast<long long>(anc.codes.size()));
     std::vector<QString> children;
     for (int i = 0; i < 40; ++i)
-        children.push_back(QString::fromStdString(cardbench::itemCode(cardbench::kItems - 1 - i * 211)));
+        children.push_back(
+            QString::fromStdString(cardbench::itemCode(cardbench::kItems - 1 - i * 211)));
 
     MemoryLineGrid grid;
     grid.addLine();
@@ -76,8 +80,9 @@ int main(int argc, char** argv)
             auto t0 = Clock::now();
             bool ok = CheckCycle(parent, child, *db);
             ok = findItem(lk, child) && ok;
-            auto item = db->openRecordset(QStringLiteral("select * from inventory where cInvcode=?"),
-                                          RecordsetType::Snapshot, 0, {child});
+            auto item =
+                db->openRecordset(QStringLiteral("select * from inventory where cInvcode=?"),
+                                  RecordsetType::Snapshot, 0, {child});
             ok = item->recordCount() == 1 && ok;
             raw.push_back(msSince(t0));
             if (!ok) {
@@ -90,7 +95,8 @@ int main(int argc, char** argv)
             const Verdict v = validateCell(lk, grid, parent, 1, ColChildCode, text);
             cell.push_back(msSince(t0));
             if (!v) {
-                std::fprintf(stderr, "validation refused %s: %s\n", qPrintable(child), qPrintable(v.message));
+                std::fprintf(stderr, "validation refused %s: %s\n", qPrintable(child),
+                             qPrintable(v.message));
                 return 2;
             }
         }
@@ -108,14 +114,18 @@ int main(int argc, char** argv)
         FindRecord(child, *inventory, QStringLiteral("cInvcode"));
         scan.push_back(msSince(t0));
         t0 = Clock::now();
-        db->openRecordset(QStringLiteral("select * from inventory where cInvcode=?"), RecordsetType::Snapshot, 0, {child});
+        db->openRecordset(QStringLiteral("select * from inventory where cInvcode=?"),
+                          RecordsetType::Snapshot, 0, {child});
         fresh.push_back(msSince(t0));
     }
-    std::printf("  cycle walk %.3f ms, item found by index %.4f ms (by a search of the list: %.3f ms), fresh item row %.3f ms\n",
-                median(walk), median(find), median(scan), median(fresh));
+    std::printf(
+        "  cycle walk %.3f ms, item found by index %.4f ms (by a search of the list: %.3f ms), "
+        "fresh item row %.3f ms\n",
+        median(walk), median(find), median(scan), median(fresh));
     const double r = median(raw);
     const double c = median(cell);
-    std::printf("child-code cell: %.3f ms per cell, raw lookups %.3f ms: ratio %.2fx (median of %zu)\n", c, r,
-                c / r, cell.size());
+    std::printf(
+        "child-code cell: %.3f ms per cell, raw lookups %.3f ms: ratio %.2fx (median of %zu)\n", c,
+        r, c / r, cell.size());
     return 0;
 }

@@ -43,20 +43,27 @@ inline void generate(const QString& path)
     {
         auto db = qx::Database::open(QStringLiteral("sqlite:") + path);
         qx::schema::createCompany(*db);
-        db->execute(QStringLiteral("insert into warehouse(cWhCode,cWhName,cWhValueStyle,cDepCode) values(?,?,?,?)"),
-                    {QStringLiteral("W1"), QStringLiteral("原料库"), QStringLiteral("全月平均法"), QStringLiteral("D1")});
-        db->execute(QStringLiteral("insert into department(cDepCode,cDepName,cDepPerson,bDepEnd) values(?,?,?,?)"),
-                    {QStringLiteral("D1"), QStringLiteral("一车间"), QString(), 1});
+        db->execute(
+            QStringLiteral(
+                "insert into warehouse(cWhCode,cWhName,cWhValueStyle,cDepCode) values(?,?,?,?)"),
+            {QStringLiteral("W1"), QStringLiteral("原料库"), QStringLiteral("全月平均法"),
+             QStringLiteral("D1")});
+        db->execute(
+            QStringLiteral(
+                "insert into department(cDepCode,cDepName,cDepPerson,bDepEnd) values(?,?,?,?)"),
+            {QStringLiteral("D1"), QStringLiteral("一车间"), QString(), 1});
     }
     sqlite3* db = nullptr;
     check(sqlite3_open(path.toUtf8().constData(), &db), db, "open");
     check(sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr), db, "begin");
     sqlite3_stmt* inv = nullptr;
-    check(sqlite3_prepare_v2(db,
-                             "insert into Inventory(cInvCode,cInvName,cInvStd,cInvM_Unit,cInvA_Unit,"
-                             "iInvExchRate,iInvRCost,bFree1,bFree2,bService) values(?,?,?,'个','箱',2.5,1.5,0,0,0)",
-                             -1, &inv, nullptr),
-          db, "prepare inventory");
+    check(
+        sqlite3_prepare_v2(
+            db,
+            "insert into Inventory(cInvCode,cInvName,cInvStd,cInvM_Unit,cInvA_Unit,"
+            "iInvExchRate,iInvRCost,bFree1,bFree2,bService) values(?,?,?,'个','箱',2.5,1.5,0,0,0)",
+            -1, &inv, nullptr),
+        db, "prepare inventory");
     for (int i = 0; i < kItems; ++i) {
         const std::string code = itemCode(i);
         const std::string name = "物料" + std::to_string(i);
@@ -70,10 +77,12 @@ inline void generate(const QString& path)
     sqlite3_finalize(inv);
     sqlite3_stmt* head = nullptr;
     sqlite3_stmt* line = nullptr;
-    check(sqlite3_prepare_v2(db, "insert into ProductStructure(cPSPCode,cDepCode) values(?,'D1')", -1, &head, nullptr),
+    check(sqlite3_prepare_v2(db, "insert into ProductStructure(cPSPCode,cDepCode) values(?,'D1')",
+                             -1, &head, nullptr),
           db, "prepare header");
     check(sqlite3_prepare_v2(db,
-                             "insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,cWhCode) values(?,?,1,'W1')",
+                             "insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,cWhCode) "
+                             "values(?,?,1,'W1')",
                              -1, &line, nullptr),
           db, "prepare line");
     std::mt19937 rng(7);

@@ -33,18 +33,22 @@ TEST(CardHost, RendersTheCardOfAStructureAndANewCard)
     ASSERT_EQ(run(exe, {QStringLiteral("demo"), db}).exitCode, 0);
 
     const QString card = dir.filePath(QStringLiteral("card.png"));
-    const HostRun shown = run(exe, {db, QStringLiteral("--screenshot"), card, QStringLiteral("--card"), QStringLiteral("0101")});
+    const HostRun shown = run(exe, {db, QStringLiteral("--screenshot"), card,
+                                    QStringLiteral("--card"), QStringLiteral("0101")});
     EXPECT_EQ(shown.exitCode, 0) << shown.err.toStdString();
     const QImage picture(card);
     EXPECT_FALSE(picture.isNull());
     EXPECT_GT(picture.width(), 300);
 
     const QString fresh = dir.filePath(QStringLiteral("new.png"));
-    EXPECT_EQ(run(exe, {db, QStringLiteral("--screenshot"), fresh, QStringLiteral("--new-card")}).exitCode, 0);
+    EXPECT_EQ(run(exe, {db, QStringLiteral("--screenshot"), fresh, QStringLiteral("--new-card")})
+                  .exitCode,
+              0);
     EXPECT_FALSE(QImage(fresh).isNull());
 
     const QString none = dir.filePath(QStringLiteral("none.png"));
-    const HostRun unknown = run(exe, {db, QStringLiteral("--screenshot"), none, QStringLiteral("--card"), QStringLiteral("NOPE")});
+    const HostRun unknown = run(exe, {db, QStringLiteral("--screenshot"), none,
+                                      QStringLiteral("--card"), QStringLiteral("NOPE")});
     EXPECT_NE(unknown.exitCode, 0);
     EXPECT_TRUE(unknown.err.contains(QStringLiteral("NOPE"))) << unknown.err.toStdString();
     EXPECT_FALSE(QFileInfo::exists(none));

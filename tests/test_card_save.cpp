@@ -4,8 +4,8 @@
 #include "card/frm_pro_stru.h"
 #include "platform/database.h"
 #include "platform/lock_service.h"
-#include "platform/sql_dialect.h"
 #include "platform/prompter.h"
+#include "platform/sql_dialect.h"
 #include "support/card_fixture.h"
 
 #include <QAction>
@@ -46,9 +46,9 @@ protected:
         ASSERT_TRUE(QTest::qWaitForWindowActive(card.get()));
     }
     // A line as the card-filling routine brings it: cells as text, never typed.
-    void line(const QString& child, const QString& qty, const QString& wh, const QString& person = {},
-              const QString& dept = {}, const QString& free1 = {}, const QString& op = {},
-              const QString& waste = {})
+    void line(const QString& child, const QString& qty, const QString& wh,
+              const QString& person = {}, const QString& dept = {}, const QString& free1 = {},
+              const QString& op = {}, const QString& waste = {})
     {
         QStringList cells(16);
         cells[ColChildCode] = child;
@@ -69,11 +69,13 @@ protected:
     }
     int lineCount(const QString& parent)
     {
-        return count(QStringLiteral("select cPSCode from ProductStructures where cPSPCode=?"), {parent});
+        return count(QStringLiteral("select cPSCode from ProductStructures where cPSPCode=?"),
+                     {parent});
     }
     int headerCount(const QString& parent)
     {
-        return count(QStringLiteral("select cPSPCode from ProductStructure where cPSPCode=?"), {parent});
+        return count(QStringLiteral("select cPSPCode from ProductStructure where cPSPCode=?"),
+                     {parent});
     }
     // Saving is refused with `message` and nothing of the structure is in the database.
     void expectRefused(const QString& message, const QString& parent = QStringLiteral("P1"))
@@ -100,22 +102,26 @@ TEST_P(CardSave, NewStructureIsWrittenAsTheCardShowsIt)
     if (IsSkipped()) return;
     open();
     QSignalSpy saved(card.get(), &FrmProStru::structureSaved);
-    card->setHeader(QStringLiteral("P1"), QStringLiteral("成品一"), QStringLiteral("二车间"), QString());
-    line(QStringLiteral("A3"), QStringLiteral("2"), QStringLiteral("成品库"), QStringLiteral("欧阳明华东方"),
-         QStringLiteral("一车间"), QStringLiteral("红色"), QStringLiteral("装配"), QStringLiteral("0.05"));
+    card->setHeader(QStringLiteral("P1"), QStringLiteral("成品一"), QStringLiteral("二车间"),
+                    QString());
+    line(QStringLiteral("A3"), QStringLiteral("2"), QStringLiteral("成品库"),
+         QStringLiteral("欧阳明华东方"), QStringLiteral("一车间"), QStringLiteral("红色"),
+         QStringLiteral("装配"), QStringLiteral("0.05"));
     line(QStringLiteral("A1"), QStringLiteral("7.5"), QStringLiteral("原料库"));
     save();
     ASSERT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
     ASSERT_EQ(saved.count(), 1);
     EXPECT_EQ(saved.at(0).at(0).toString(), QStringLiteral("P1"));
 
-    auto head = db->openRecordset(QStringLiteral("select cDepCode from ProductStructure where cPSPCode=?"),
-                                  RecordsetType::Snapshot, 0, {QStringLiteral("P1")});
+    auto head =
+        db->openRecordset(QStringLiteral("select cDepCode from ProductStructure where cPSPCode=?"),
+                          RecordsetType::Snapshot, 0, {QStringLiteral("P1")});
     ASSERT_EQ(head->recordCount(), 1);
     EXPECT_EQ(head->field(0).toString(), QStringLiteral("D2"));
     auto rows = db->openRecordset(
-        QStringLiteral("select cPSCode,cWhCode,iPSQuantity,iWasteRate,cProcedureName,cDepCode,cPersonName,"
-                       "cFree1,cFree2 from ProductStructures where cPSPCode=? order by cPSCode"),
+        QStringLiteral(
+            "select cPSCode,cWhCode,iPSQuantity,iWasteRate,cProcedureName,cDepCode,cPersonName,"
+            "cFree1,cFree2 from ProductStructures where cPSPCode=? order by cPSCode"),
         RecordsetType::Snapshot, 0, {QStringLiteral("P1")});
     ASSERT_EQ(rows->recordCount(), 2);
     rows->moveFirst();
@@ -128,7 +134,8 @@ TEST_P(CardSave, NewStructureIsWrittenAsTheCardShowsIt)
     EXPECT_DOUBLE_EQ(rows->field(QStringLiteral("iWasteRate")).toDouble(), 0.05);
     EXPECT_EQ(rows->field(QStringLiteral("cProcedureName")).toString(), QStringLiteral("装配"));
     EXPECT_EQ(rows->field(QStringLiteral("cDepCode")).toString(), QStringLiteral("D1"));
-    EXPECT_EQ(rows->field(QStringLiteral("cPersonName")).toString(), QStringLiteral("欧阳明华东"));  // 10 bytes
+    EXPECT_EQ(rows->field(QStringLiteral("cPersonName")).toString(),
+              QStringLiteral("欧阳明华东"));  // 10 bytes
     EXPECT_EQ(rows->field(QStringLiteral("cFree1")).toString(), QStringLiteral("红色"));
 
     // Saved: the code is fixed and the save waits for the next "continue adding".
@@ -154,10 +161,13 @@ TEST_P(CardSave, ChecksRunInTheirOrderAndWriteNothing)
     line(QStringLiteral("X1"), QString(), QStringLiteral("成品库"));
     // Another operator makes P1 a descendant of X1 after the lines were typed: the cycle is
     // named by its row, before the empty quantity of that same row.
-    db->execute(QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,cWhCode) values(?,?,?,?)"),
-                {QStringLiteral("X2"), QStringLiteral("P1"), 1.0, QStringLiteral("W2")});
+    db->execute(
+        QStringLiteral(
+            "insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,cWhCode) values(?,?,?,?)"),
+        {QStringLiteral("X2"), QStringLiteral("P1"), 1.0, QStringLiteral("W2")});
     expectRefused(QStringLiteral("第2个子产品与父产品发生循环调用！"));
-    db->execute(QStringLiteral("delete from ProductStructures where cPSCode=?"), {QStringLiteral("P1")});
+    db->execute(QStringLiteral("delete from ProductStructures where cPSCode=?"),
+                {QStringLiteral("P1")});
     expectRefused(QStringLiteral("数据未添加完整，不能存盘！"));
     card->SupPS()->setTextMatrix(2, ColQuantity, QStringLiteral("1"));
 
@@ -178,7 +188,8 @@ TEST_P(CardSave, ChecksRunInTheirOrderAndWriteNothing)
     card->SupPS()->setTextMatrix(2, ColPerson, QStringLiteral("张'三"));
     expectRefused(QStringLiteral("请去掉非法字符 |,' "));
     card->SupPS()->setTextMatrix(2, ColPerson, QString());
-    card->SupPS()->setTextMatrix(1, ColWarehouse, QStringLiteral("W2"));  // a code where a name belongs
+    card->SupPS()->setTextMatrix(1, ColWarehouse,
+                                 QStringLiteral("W2"));  // a code where a name belongs
     expectRefused(QStringLiteral("所填仓库不存在，请重新填写！"));
     card->SupPS()->setTextMatrix(1, ColWarehouse, QStringLiteral("成品库"));
     card->SupPS()->setTextMatrix(2, ColQuantity, QStringLiteral("-3"));
@@ -208,7 +219,8 @@ TEST_P(CardSave, FailureHalfwayLeavesNothingWritten)
     line(QStringLiteral("A1"), QStringLiteral("1"), QStringLiteral("成品库"));
     // The operation is not looked up again at save; 70 characters do not fit its column, so the
     // second line fails after the header and the first line were written.
-    line(QStringLiteral("A3"), QStringLiteral("1"), QStringLiteral("成品库"), {}, {}, {}, QString(70, QLatin1Char('o')));
+    line(QStringLiteral("A3"), QStringLiteral("1"), QStringLiteral("成品库"), {}, {}, {},
+         QString(70, QLatin1Char('o')));
     expectRefused(QStringLiteral("有字段内容过长，不能存盘！"));
     EXPECT_TRUE(card->adding);
     EXPECT_EQ(card->SupPS()->rows(), 3);  // the card stays as typed
@@ -230,22 +242,26 @@ TEST_P(CardSave, EditModeRewritesAllLines)
     if (IsSkipped()) return;
     open(false);
     card->setParentCodeAvailable(false);
-    card->setHeader(QStringLiteral("P2"), QStringLiteral("成品二"), QStringLiteral("一车间"), QString());
+    card->setHeader(QStringLiteral("P2"), QStringLiteral("成品二"), QStringLiteral("一车间"),
+                    QString());
     // The lock the list takes before it opens the card to edit.
     LockService locks(*db);
     ASSERT_TRUE(locks.lockRecord(QStringLiteral("AE"), QStringLiteral("AA"), QStringLiteral("a"),
                                  ctx->ComputerName, {QStringLiteral("P2")}));
-    line(QStringLiteral("A3"), QStringLiteral("4"), QStringLiteral("成品库"));  // A1 removed, A3 added
+    line(QStringLiteral("A3"), QStringLiteral("4"),
+         QStringLiteral("成品库"));  // A1 removed, A3 added
     card->EdtcDepCode()->setText(QStringLiteral("二车间"));
     save();
     ASSERT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
-    auto rows = db->openRecordset(QStringLiteral("select cPSCode,iPSQuantity from ProductStructures where cPSPCode=?"),
-                                  RecordsetType::Snapshot, 0, {QStringLiteral("P2")});
+    auto rows = db->openRecordset(
+        QStringLiteral("select cPSCode,iPSQuantity from ProductStructures where cPSPCode=?"),
+        RecordsetType::Snapshot, 0, {QStringLiteral("P2")});
     ASSERT_EQ(rows->recordCount(), 1);
     EXPECT_EQ(rows->field(0).toString(), QStringLiteral("A3"));
     EXPECT_DOUBLE_EQ(rows->field(1).toDouble(), 4.0);
-    auto head = db->openRecordset(QStringLiteral("select cDepCode from ProductStructure where cPSPCode=?"),
-                                  RecordsetType::Snapshot, 0, {QStringLiteral("P2")});
+    auto head =
+        db->openRecordset(QStringLiteral("select cDepCode from ProductStructure where cPSPCode=?"),
+                          RecordsetType::Snapshot, 0, {QStringLiteral("P2")});
     EXPECT_EQ(head->field(0).toString(), QStringLiteral("D2"));
 
     // The header gone meanwhile: refused, and the lines of nobody are written.
@@ -254,8 +270,10 @@ TEST_P(CardSave, EditModeRewritesAllLines)
     card->setHeader(QStringLiteral("X2"), QString(), QString(), QString());
     line(QStringLiteral("X3"), QStringLiteral("1"), QStringLiteral("成品库"));
     auto other = Database::open(connection);
-    other->execute(QStringLiteral("delete from ProductStructures where cPSPCode=?"), {QStringLiteral("X2")});
-    other->execute(QStringLiteral("delete from ProductStructure where cPSPCode=?"), {QStringLiteral("X2")});
+    other->execute(QStringLiteral("delete from ProductStructures where cPSPCode=?"),
+                   {QStringLiteral("X2")});
+    other->execute(QStringLiteral("delete from ProductStructure where cPSPCode=?"),
+                   {QStringLiteral("X2")});
     prompter.clear();
     save();
     EXPECT_EQ(prompter.texts(), QStringList{QStringLiteral("该产品刚被他人删除，不能保存！")});
@@ -264,8 +282,9 @@ TEST_P(CardSave, EditModeRewritesAllLines)
     // Another workstation holds the structure's lock.
     LockService theirs(*other, 999999);
     qputenv("QX_COMPUTER_NAME", "other-computer");
-    const bool taken = theirs.lockRecord(QStringLiteral("AE"), QStringLiteral("AA"), QStringLiteral("a"),
-                                         QStringLiteral("other-computer"), {QStringLiteral("X1")});
+    const bool taken =
+        theirs.lockRecord(QStringLiteral("AE"), QStringLiteral("AA"), QStringLiteral("a"),
+                          QStringLiteral("other-computer"), {QStringLiteral("X1")});
     qunsetenv("QX_COMPUTER_NAME");
     ASSERT_TRUE(taken);
     card->setHeader(QStringLiteral("X1"), QString(), QString(), QString());
@@ -289,7 +308,9 @@ TEST_P(CardSave, LineDeletionRespectsAStructureInUse)
     card->SupPS()->setRow(1);
     prompter.answers = {true};
     card->dispatch(QStringLiteral("butdeleteline"));
-    EXPECT_EQ(prompter.texts(), QStringList{QStringLiteral("该产品结构已经使用且该子产品仍有下级产品，所以不能删除！")});
+    EXPECT_EQ(
+        prompter.texts(),
+        QStringList{QStringLiteral("该产品结构已经使用且该子产品仍有下级产品，所以不能删除！")});
     EXPECT_EQ(card->SupPS()->rows(), 3);
     EXPECT_EQ(headerCount(QStringLiteral("X1")), 1);  // the trial deletion was undone
     EXPECT_EQ(lineCount(QStringLiteral("X1")), 1);
@@ -338,8 +359,10 @@ TEST_P(CardSave, TwoWorkstationsCannotTogetherCloseALoop)
         if (!serialize.isEmpty()) b->execute(serialize);
         b->execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"),
                    {QStringLiteral("X3"), QStringLiteral("D1")});
-        b->execute(QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,cWhCode) values(?,?,?,?)"),
-                   {QStringLiteral("X3"), QStringLiteral("P1"), 1.0, QStringLiteral("W2")});
+        b->execute(
+            QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,cWhCode) "
+                           "values(?,?,?,?)"),
+            {QStringLiteral("X3"), QStringLiteral("P1"), 1.0, QStringLiteral("W2")});
         holding = true;
         std::this_thread::sleep_for(std::chrono::milliseconds(600));
         tx.commit();

@@ -57,7 +57,10 @@ protected:
             QApplication::sendEvent(focus(), &release);
         }
     }
-    void key(Qt::Key k, Qt::KeyboardModifiers mods = Qt::NoModifier) { QTest::keyClick(focus(), k, mods); }
+    void key(Qt::Key k, Qt::KeyboardModifiers mods = Qt::NoModifier)
+    {
+        QTest::keyClick(focus(), k, mods);
+    }
     // Types into the header field and ends with Tab or Enter.
     void typeField(QLineEdit* field, const QString& text, Qt::Key end = Qt::Key_Return)
     {
@@ -102,9 +105,10 @@ TEST_P(CardWindow, LoadsItsLayoutFromTheCompany)
     EXPECT_EQ(card->LblcDepCode()->text(), QStringLiteral("加工部门"));
     Grid* g = card->SupPS();
     ASSERT_EQ(g->cols(), 17);
-    const QStringList captions{"子项编码", "子项名称", "规格型号", "颜色", "等级", "辅计量单位", "件数",
-                               "换算率", "主计量单位", "定额数量", "损耗率", "存放仓库", "库管员",
-                               "用料车间", "用料工序", "计划价", ""};
+    const QStringList captions{"子项编码",   "子项名称", "规格型号", "颜色",       "等级",
+                               "辅计量单位", "件数",     "换算率",   "主计量单位", "定额数量",
+                               "损耗率",     "存放仓库", "库管员",   "用料车间",   "用料工序",
+                               "计划价",     ""};
     for (int c = 0; c < 17; ++c) EXPECT_EQ(g->textMatrix(0, c), captions[c]) << c;
     EXPECT_EQ(g->colWidth(ColChildCode), 1000);
     EXPECT_EQ(g->colWidth(ColFree1), 800);
@@ -120,7 +124,8 @@ TEST_P(CardWindow, LoadsItsLayoutFromTheCompany)
     EXPECT_EQ(card->action(QStringLiteral("ButExit"))->toolTip(), QStringLiteral("返回"));
 
     // Free items not in use and the switch set to anything but "TRUE": zero-wide, still there.
-    db->execute(QStringLiteral("update accinformation set cValue=? where cID=?"), {QStringLiteral("true"), QStringLiteral("22")});
+    db->execute(QStringLiteral("update accinformation set cValue=? where cID=?"),
+                {QStringLiteral("true"), QStringLiteral("22")});
     auto unnamed = makeListContext(*db, true);
     FrmProStru plain(*unnamed);
     EXPECT_EQ(plain.windowTitle(), QStringLiteral("产品结构定义"));
@@ -192,7 +197,8 @@ TEST_P(CardWindow, Com1PrefixNarrowsLaterChecks)
     chooser.pickCode.clear();
     QTest::mouseClick(card->Com1(), Qt::LeftButton);
     EXPECT_EQ(chooser.lastTitle, QStringLiteral("主产品"));
-    EXPECT_EQ(chooser.lastCaptions, (QStringList{"产品编码", "产品名称", "规格型号", "计量单位", "计划价/售价"}));
+    EXPECT_EQ(chooser.lastCaptions,
+              (QStringList{"产品编码", "产品名称", "规格型号", "计量单位", "计划价/售价"}));
     EXPECT_EQ(chooser.lastRowCount, 2);  // 0101 and 0102
     typeField(card->EdtcPSPCode(), QStringLiteral("0201"));
     EXPECT_EQ(prompter.last(), QStringLiteral("所填存货编码不存在，请修改！"));
@@ -338,7 +344,8 @@ TEST_P(CardWindow, PlannedPriceRuleHoldsTheLine)
     typeCell(1, ColWarehouse, QStringLiteral("W1"));  // 原料库, valued at planned price
     EXPECT_TRUE(prompter.shown.empty());
     addLine();
-    EXPECT_EQ(prompter.texts(), QStringList{QStringLiteral("计划价法核算的仓库不能存放无计划价的存货！")});
+    EXPECT_EQ(prompter.texts(),
+              QStringList{QStringLiteral("计划价法核算的仓库不能存放无计划价的存货！")});
     EXPECT_EQ(card->SupPS()->rows(), 2);
     typeCell(1, ColWarehouse, QStringLiteral("W2"));
     addLine();
@@ -450,11 +457,13 @@ TEST_P(CardWindow, RendersToAPicture)
     if (IsSkipped()) return;
     open(false);
     card->setParentCodeAvailable(false);
-    card->setHeader(QStringLiteral("P2"), QStringLiteral("成品二"), QStringLiteral("一车间"), QStringLiteral("规格P2"));
-    card->appendLine({"A1", "零件一", "S-A1", "红色", "一等", "箱", "0.80", "2.5", "个", "2.00", "", "成品库",
-                      "张三", "一车间", "装配", "5"});
+    card->setHeader(QStringLiteral("P2"), QStringLiteral("成品二"), QStringLiteral("一车间"),
+                    QStringLiteral("规格P2"));
+    card->appendLine({"A1", "零件一", "S-A1", "红色", "一等", "箱", "0.80", "2.5", "个", "2.00", "",
+                      "成品库", "张三", "一车间", "装配", "5"});
     QTemporaryDir dir;
-    const QString png = qEnvironmentVariable("QX_CARD_PNG", dir.filePath(QStringLiteral("card.png")));
+    const QString png =
+        qEnvironmentVariable("QX_CARD_PNG", dir.filePath(QStringLiteral("card.png")));
     QString error;
     ASSERT_TRUE(saveCardPng(*card, png, &error)) << error.toStdString();
     const QImage image(png);

@@ -32,7 +32,10 @@ protected:
     }
 
     // Types `text` into (row, col) as the first pass sees it; returns the verdict and the text.
-    Verdict type(int row, int col, QString& text) { return validateCell(lk, grid, parent, row, col, text); }
+    Verdict type(int row, int col, QString& text)
+    {
+        return validateCell(lk, grid, parent, row, col, text);
+    }
     QString accepted(int row, int col, const QString& typed)
     {
         QString text = typed;
@@ -71,12 +74,15 @@ TEST_P(LineRules, IllegalCharactersAreRefusedFirstInEveryColumn)
     grid.setCell(1, ColExchRate, QStringLiteral("2.5"));
     const auto before = rowCells(1);
     // Each text would otherwise get another message (unknown item, cycle, not a number...).
-    EXPECT_EQ(refusal(1, ColChildCode, QStringLiteral("ZZ'")), QStringLiteral("请去掉非法字符 |,' "));
+    EXPECT_EQ(refusal(1, ColChildCode, QStringLiteral("ZZ'")),
+              QStringLiteral("请去掉非法字符 |,' "));
     EXPECT_EQ(refusal(1, ColChildCode, QStringLiteral("'")), QStringLiteral("请去掉非法字符 |,' "));
     EXPECT_EQ(refusal(1, ColPieces, QStringLiteral("-1|")), QStringLiteral("请去掉非法字符 |,' "));
-    EXPECT_EQ(refusal(1, ColWarehouse, QStringLiteral("W2'")), QStringLiteral("请去掉非法字符 |,' "));
+    EXPECT_EQ(refusal(1, ColWarehouse, QStringLiteral("W2'")),
+              QStringLiteral("请去掉非法字符 |,' "));
     // Columns that are otherwise accepted as typed are held to it too.
-    EXPECT_EQ(refusal(1, ColWasteRate, QStringLiteral("0.1|")), QStringLiteral("请去掉非法字符 |,' "));
+    EXPECT_EQ(refusal(1, ColWasteRate, QStringLiteral("0.1|")),
+              QStringLiteral("请去掉非法字符 |,' "));
     EXPECT_EQ(refusal(1, ColHidden, QStringLiteral("a'b")), QStringLiteral("请去掉非法字符 |,' "));
     EXPECT_EQ(rowCells(1), before);
 }
@@ -90,15 +96,21 @@ TEST_P(LineRules, ChildCodeChecksRunInTheirOrder)
     EXPECT_EQ(refusal(2, ColChildCode, QString()), QStringLiteral("子产品编号不能为空！"));
     // Equal to the parent in other letter case: a repeat, before any cycle test.
     parent = QStringLiteral("X3");
-    EXPECT_EQ(refusal(2, ColChildCode, QStringLiteral("x3")), QStringLiteral("产品重复出现，请修改！"));
+    EXPECT_EQ(refusal(2, ColChildCode, QStringLiteral("x3")),
+              QStringLiteral("产品重复出现，请修改！"));
     // The same child on another row, in other case.
-    EXPECT_EQ(refusal(2, ColChildCode, QStringLiteral("a1")), QStringLiteral("产品重复出现，请修改！"));
+    EXPECT_EQ(refusal(2, ColChildCode, QStringLiteral("a1")),
+              QStringLiteral("产品重复出现，请修改！"));
     // X1 -> X2 -> X3 is stored: X1 under X3 closes a loop.
-    EXPECT_EQ(refusal(2, ColChildCode, QStringLiteral("X1")), QStringLiteral("所填的产品结构出现循环调用，请修改！"));
-    EXPECT_EQ(refusal(2, ColChildCode, QStringLiteral("ZZ")), QStringLiteral("所填存货编码不存在，请修改！"));
+    EXPECT_EQ(refusal(2, ColChildCode, QStringLiteral("X1")),
+              QStringLiteral("所填的产品结构出现循环调用，请修改！"));
+    EXPECT_EQ(refusal(2, ColChildCode, QStringLiteral("ZZ")),
+              QStringLiteral("所填存货编码不存在，请修改！"));
     // A service item is no child; a 30-character code is simply unknown.
-    EXPECT_EQ(refusal(2, ColChildCode, QStringLiteral("S1")), QStringLiteral("所填存货编码不存在，请修改！"));
-    EXPECT_EQ(refusal(2, ColChildCode, QString(30, QLatin1Char('Q'))), QStringLiteral("所填存货编码不存在，请修改！"));
+    EXPECT_EQ(refusal(2, ColChildCode, QStringLiteral("S1")),
+              QStringLiteral("所填存货编码不存在，请修改！"));
+    EXPECT_EQ(refusal(2, ColChildCode, QString(30, QLatin1Char('Q'))),
+              QStringLiteral("所填存货编码不存在，请修改！"));
     // The row being edited is not compared with itself.
     EXPECT_EQ(accepted(1, ColChildCode, QStringLiteral("A1")), QStringLiteral("A1"));
 }
@@ -148,10 +160,13 @@ TEST_P(LineRules, PiecesAndQuantityFollowEachOtherThroughTheRate)
     const auto before = rowCells(1);
     EXPECT_EQ(refusal(1, ColPieces, QString()), QStringLiteral("件数不能为空！"));
     EXPECT_EQ(refusal(1, ColPieces, QStringLiteral("0")), QStringLiteral("件数不能小于或等于零！"));
-    EXPECT_EQ(refusal(1, ColPieces, QStringLiteral("abc")), QStringLiteral("件数不能小于或等于零！"));
+    EXPECT_EQ(refusal(1, ColPieces, QStringLiteral("abc")),
+              QStringLiteral("件数不能小于或等于零！"));
     EXPECT_EQ(refusal(1, ColQuantity, QString()), QStringLiteral("定额数量不能为空！"));
-    EXPECT_EQ(refusal(1, ColQuantity, QStringLiteral("0")), QStringLiteral("定额数量不能小于等于零！"));
-    EXPECT_EQ(refusal(1, ColQuantity, QStringLiteral("-2")), QStringLiteral("定额数量不能小于等于零！"));
+    EXPECT_EQ(refusal(1, ColQuantity, QStringLiteral("0")),
+              QStringLiteral("定额数量不能小于等于零！"));
+    EXPECT_EQ(refusal(1, ColQuantity, QStringLiteral("-2")),
+              QStringLiteral("定额数量不能小于等于零！"));
     EXPECT_EQ(rowCells(1), before);
 
     // Without a rate the quantity is left as it was.
@@ -167,28 +182,34 @@ TEST_P(LineRules, ReferenceColumnsTakeNameOrCodeAndShowTheName)
     EXPECT_EQ(refusal(1, ColWarehouse, QString()), QStringLiteral("仓库编码不能为空！"));
     EXPECT_EQ(accepted(1, ColWarehouse, QStringLiteral("W1")), QStringLiteral("原料库"));
     EXPECT_EQ(accepted(1, ColWarehouse, QStringLiteral("成品库")), QStringLiteral("成品库"));
-    EXPECT_EQ(refusal(1, ColWarehouse, QStringLiteral("W9")), QStringLiteral("所填仓库不存在，请重新填写！"));
+    EXPECT_EQ(refusal(1, ColWarehouse, QStringLiteral("W9")),
+              QStringLiteral("所填仓库不存在，请重新填写！"));
 
     EXPECT_EQ(accepted(1, ColPerson, QStringLiteral("E1")), QStringLiteral("张三"));
     EXPECT_EQ(accepted(1, ColPerson, QStringLiteral("张三")), QStringLiteral("张三"));
     EXPECT_EQ(accepted(1, ColPerson, QString()), QString());
-    EXPECT_EQ(refusal(1, ColPerson, QStringLiteral("E9")), QStringLiteral("所填职员不存在，请修改！"));
+    EXPECT_EQ(refusal(1, ColPerson, QStringLiteral("E9")),
+              QStringLiteral("所填职员不存在，请修改！"));
 
     EXPECT_EQ(accepted(1, ColDept, QStringLiteral("D2")), QStringLiteral("二车间"));
     // "D1" is also the name of D3: the name is tried first and stays.
     EXPECT_EQ(accepted(1, ColDept, QStringLiteral("D1")), QStringLiteral("D1"));
-    EXPECT_EQ(refusal(1, ColDept, QStringLiteral("D9")), QStringLiteral("所填部门不存在，请修改！"));
+    EXPECT_EQ(refusal(1, ColDept, QStringLiteral("D9")),
+              QStringLiteral("所填部门不存在，请修改！"));
     EXPECT_EQ(accepted(1, ColDept, QString()), QString());
 
     EXPECT_EQ(accepted(1, ColOperation, QStringLiteral("OP1")), QStringLiteral("装配"));
-    EXPECT_EQ(refusal(1, ColOperation, QStringLiteral("OP9")), QStringLiteral("所填工序不存在，请修改！"));
+    EXPECT_EQ(refusal(1, ColOperation, QStringLiteral("OP9")),
+              QStringLiteral("所填工序不存在，请修改！"));
 
     EXPECT_EQ(accepted(1, ColFree1, QStringLiteral("R")), QStringLiteral("红色"));
     EXPECT_EQ(accepted(1, ColFree1, QStringLiteral("蓝色")), QStringLiteral("蓝色"));
     EXPECT_EQ(accepted(1, ColFree2, QString()), QString());
-    EXPECT_EQ(refusal(1, ColFree2, QStringLiteral("R")), QStringLiteral("所填内容不存在，请修改！"));
+    EXPECT_EQ(refusal(1, ColFree2, QStringLiteral("R")),
+              QStringLiteral("所填内容不存在，请修改！"));
     // A Chinese name longer than any column is just unknown.
-    EXPECT_EQ(refusal(1, ColPerson, QString(40, QChar(0x4E2D))), QStringLiteral("所填职员不存在，请修改！"));
+    EXPECT_EQ(refusal(1, ColPerson, QString(40, QChar(0x4E2D))),
+              QStringLiteral("所填职员不存在，请修改！"));
 }
 
 TEST_P(LineRules, SecondPassHoldsThePlannedPriceRuleAndOnlyNames)
@@ -216,14 +237,17 @@ TEST_P(LineRules, SecondPassHoldsThePlannedPriceRuleAndOnlyNames)
 
     // A code where the name belongs is not turned into a name here: refused, the cell emptied.
     grid.setCell(a1, ColWarehouse, QStringLiteral("W1"));
-    EXPECT_EQ(validateLine(lk, grid, parent, a1).message, QStringLiteral("所填仓库不存在，请重新填写！"));
+    EXPECT_EQ(validateLine(lk, grid, parent, a1).message,
+              QStringLiteral("所填仓库不存在，请重新填写！"));
     EXPECT_EQ(grid.cell(a1, ColWarehouse), QString());
     grid.setCell(a1, ColWarehouse, QStringLiteral("成品库"));
     grid.setCell(a1, ColFree1, QStringLiteral("R"));
-    EXPECT_EQ(validateLine(lk, grid, parent, a1).message, QStringLiteral("所填内容不存在，请修改！"));
+    EXPECT_EQ(validateLine(lk, grid, parent, a1).message,
+              QStringLiteral("所填内容不存在，请修改！"));
     grid.setCell(a1, ColFree1, QStringLiteral("红色"));
     grid.setCell(a1, ColDept, QStringLiteral("D2"));
-    EXPECT_EQ(validateLine(lk, grid, parent, a1).message, QStringLiteral("所填部门不存在，请修改！"));
+    EXPECT_EQ(validateLine(lk, grid, parent, a1).message,
+              QStringLiteral("所填部门不存在，请修改！"));
     grid.setCell(a1, ColDept, QStringLiteral("二车间"));
     grid.setCell(a1, ColQuantity, QString());
     EXPECT_EQ(validateLine(lk, grid, parent, a1).message, QStringLiteral("定额数量不能为空！"));
@@ -232,15 +256,18 @@ TEST_P(LineRules, SecondPassHoldsThePlannedPriceRuleAndOnlyNames)
 
     // The child-code rules come first: the duplicate of row 1 is refused before anything else.
     const int dup = line(QStringLiteral("a2"), QString(), QString());
-    EXPECT_EQ(validateLine(lk, grid, parent, dup).message, QStringLiteral("产品重复出现，请修改！"));
+    EXPECT_EQ(validateLine(lk, grid, parent, dup).message,
+              QStringLiteral("产品重复出现，请修改！"));
 }
 
 TEST_P(LineRules, HeaderChecksOfParentAndDepartment)
 {
     if (IsSkipped()) return;
     Recordset* heads = ctx->mrecPro.get();
-    EXPECT_EQ(checkParentCode(QString(), true, heads, lk.inventory).verdict.message, QStringLiteral("主产品编码不能为空！"));
-    EXPECT_EQ(checkParentCode(QString(), false, heads, lk.inventory).verdict.message, QStringLiteral("主产品编码不能为空！"));
+    EXPECT_EQ(checkParentCode(QString(), true, heads, lk.inventory).verdict.message,
+              QStringLiteral("主产品编码不能为空！"));
+    EXPECT_EQ(checkParentCode(QString(), false, heads, lk.inventory).verdict.message,
+              QStringLiteral("主产品编码不能为空！"));
     // P2 is a valid item, but already has a structure.
     EXPECT_EQ(checkParentCode(QStringLiteral("P2"), true, heads, lk.inventory).verdict.message,
               QStringLiteral("所填父项编码已定义过，请修改！"));
@@ -263,9 +290,11 @@ TEST_P(LineRules, HeaderChecksOfParentAndDepartment)
     EXPECT_EQ(dep, QStringLiteral("D1"));
     dep = QString();
     EXPECT_TRUE(checkDepartment(dep, lk.department).accepted);
-    for (const QString& bad : {QStringLiteral("D9"), QStringLiteral("总厂"), QStringLiteral("D'1")}) {
+    for (const QString& bad :
+         {QStringLiteral("D9"), QStringLiteral("总厂"), QStringLiteral("D'1")}) {
         dep = bad;
-        EXPECT_EQ(checkDepartment(dep, lk.department).message, QStringLiteral("所填生产部门不存在，请修改！"));
+        EXPECT_EQ(checkDepartment(dep, lk.department).message,
+                  QStringLiteral("所填生产部门不存在，请修改！"));
         EXPECT_EQ(dep, bad);
     }
 }
@@ -297,7 +326,8 @@ TEST_P(LineRules, FreeItemsAndNameConversions)
 
     auto unnamed = makeListContext(*db, true);
     grid.setCell(2, ColChildCode, QStringLiteral("A2"));
-    EXPECT_EQ(freeItemRefusal(grid, *unnamed), QStringLiteral("第2条子存货没有定义自由项1,请清空！"));
+    EXPECT_EQ(freeItemRefusal(grid, *unnamed),
+              QStringLiteral("第2条子存货没有定义自由项1,请清空！"));
 
     EXPECT_EQ(NameToCode_WareHouse(QStringLiteral("成品库"), lk.warehouse), QStringLiteral("W2"));
     EXPECT_EQ(NameToCode_WareHouse(QStringLiteral("原料库"), lk.warehouse), QStringLiteral("W1"));
@@ -313,9 +343,11 @@ TEST_P(LineRules, FreeItemsAndNameConversions)
 TEST_P(LineRules, PickedRecordsWriteTheirSecondFieldNullAsEmpty)
 {
     if (IsSkipped()) return;
-    db->execute(QStringLiteral("insert into CA_PreDf(cProcedureID,cProcedureName,cDeptId) values(?,?,?)"),
-                {QStringLiteral("OP2"), QVariant(QMetaType::fromType<QString>()), QStringLiteral("D1")});
-    auto ops = db->openRecordset(QStringLiteral("select cProcedureID,cProcedureName,cDeptId from CA_PreDf "));
+    db->execute(
+        QStringLiteral("insert into CA_PreDf(cProcedureID,cProcedureName,cDeptId) values(?,?,?)"),
+        {QStringLiteral("OP2"), QVariant(QMetaType::fromType<QString>()), QStringLiteral("D1")});
+    auto ops = db->openRecordset(
+        QStringLiteral("select cProcedureID,cProcedureName,cDeptId from CA_PreDf "));
     grid.addLine();
     grid.addLine();
     grid.setCurrentRow(2);
@@ -323,7 +355,9 @@ TEST_P(LineRules, PickedRecordsWriteTheirSecondFieldNullAsEmpty)
     QString parentPicked;
     ClsRef::Targets t;
     t.lines = &grid;
-    t.parentPicked = [&](const QString& c, const QString& n, const QString& s) { parentPicked = c + n + s; };
+    t.parentPicked = [&](const QString& c, const QString& n, const QString& s) {
+        parentPicked = c + n + s;
+    };
     ClsRef ref(t);
     ops->findFirst(Criteria::eq(QStringLiteral("cProcedureID"), QStringLiteral("OP2")));
     ref.Refnew5_Selected(*ops);
@@ -348,8 +382,10 @@ TEST_P(LineRules, ColumnTableFollowsTheCompany)
     if (IsSkipped()) return;
     auto unnamed = makeListContext(*db, true);
     unnamed->childTerm = QStringLiteral("材料");
-    EXPECT_EQ(lineColumnSpec(ColChildCode, *unnamed, AuxUnitSwitch::Absent).caption, QStringLiteral("材料编码"));
-    EXPECT_EQ(lineColumnSpec(ColChildName, *unnamed, AuxUnitSwitch::Absent).caption, QStringLiteral("材料名称"));
+    EXPECT_EQ(lineColumnSpec(ColChildCode, *unnamed, AuxUnitSwitch::Absent).caption,
+              QStringLiteral("材料编码"));
+    EXPECT_EQ(lineColumnSpec(ColChildName, *unnamed, AuxUnitSwitch::Absent).caption,
+              QStringLiteral("材料名称"));
     const LineColumnSpec f1 = lineColumnSpec(ColFree1, *unnamed, AuxUnitSwitch::Absent);
     EXPECT_EQ(f1.caption, QStringLiteral("自由项一"));
     EXPECT_EQ(f1.width, 0);
@@ -363,7 +399,8 @@ TEST_P(LineRules, ColumnTableFollowsTheCompany)
     EXPECT_EQ(lineColumnSpec(ColExchRate, *ctx, AuxUnitSwitch::Shown).width, 800);
     EXPECT_EQ(lineColumnSpec(ColWasteRate, *ctx, AuxUnitSwitch::Shown).decimals, 8);
     EXPECT_EQ(readAuxUnitSwitch(*ctx), AuxUnitSwitch::Shown);
-    db->execute(QStringLiteral("update accinformation set cValue=? where cID=?"), {QStringLiteral("True"), QStringLiteral("22")});
+    db->execute(QStringLiteral("update accinformation set cValue=? where cID=?"),
+                {QStringLiteral("True"), QStringLiteral("22")});
     EXPECT_EQ(readAuxUnitSwitch(*ctx), AuxUnitSwitch::Hidden);
     db->execute(QStringLiteral("delete from accinformation where cID=?"), {QStringLiteral("22")});
     EXPECT_EQ(readAuxUnitSwitch(*ctx), AuxUnitSwitch::Absent);

@@ -91,8 +91,10 @@ void FrmProStru::save()
     if (!parentRows_ || !childRows_) {
         // Opened without the list's table recordsets: the card opens its own.
         if (!ctx_.dbase) return;
-        if (!ownParentRows_) ownParentRows_ = ctx_.dbase->openRecordset(QStringLiteral("ProductStructure"));
-        if (!ownChildRows_) ownChildRows_ = ctx_.dbase->openRecordset(QStringLiteral("productstructures"));
+        if (!ownParentRows_)
+            ownParentRows_ = ctx_.dbase->openRecordset(QStringLiteral("ProductStructure"));
+        if (!ownChildRows_)
+            ownChildRows_ = ctx_.dbase->openRecordset(QStringLiteral("productstructures"));
     }
     req.headerRows = parentRows_ ? parentRows_ : ownParentRows_.get();
     req.lineRows = childRows_ ? childRows_ : ownChildRows_.get();
@@ -161,7 +163,8 @@ void FrmProStru::deleteLine()
             return;
         }
     }
-    if (!Prompter::current().ask(text::kAskDeleteChild, text::kTitle, Prompter::Icon::Question)) return;
+    if (!Prompter::current().ask(text::kAskDeleteChild, text::kTitle, Prompter::Icon::Question))
+        return;
     grid_->cancelEdit();
     grid_->removeRow(row);
 }

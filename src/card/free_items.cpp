@@ -75,12 +75,15 @@ QHash<QString, ItemFlags> readItemFlags(const LineGrid& lines, Database& db)
             params << c;
             marks << QStringLiteral("?");
         }
-        auto rs = db.openRecordset(QStringLiteral("select cInvCode,bFree1,bFree2,bService from inventory where cInvCode in (") +
-                                       marks.join(QLatin1Char(',')) + QLatin1Char(')'),
-                                   RecordsetType::Snapshot, 0, params);
+        auto rs = db.openRecordset(
+            QStringLiteral(
+                "select cInvCode,bFree1,bFree2,bService from inventory where cInvCode in (") +
+                marks.join(QLatin1Char(',')) + QLatin1Char(')'),
+            RecordsetType::Snapshot, 0, params);
         for (int r = 0; r < rs->recordCount(); ++r)
-            flags.insert(rs->value(r, 0).toString(),
-                         {truthy(rs->value(r, 1)), truthy(rs->value(r, 2)), truthy(rs->value(r, 3))});
+            flags.insert(
+                rs->value(r, 0).toString(),
+                {truthy(rs->value(r, 1)), truthy(rs->value(r, 2)), truthy(rs->value(r, 3))});
     }
     return flags;
 }
@@ -91,12 +94,15 @@ QString freeItemRefusal(const LineGrid& lines, const ListContext& ctx)
     return freeItemRefusal(lines, ctx, readItemFlags(lines, *ctx.dbase));
 }
 
-QString freeItemRefusal(const LineGrid& lines, const ListContext& ctx, const QHash<QString, ItemFlags>& flags)
+QString freeItemRefusal(const LineGrid& lines, const ListContext& ctx,
+                        const QHash<QString, ItemFlags>& flags)
 {
     for (int i = 1; i < lines.rows(); ++i) {
         const ItemFlags f = flags.value(lines.cell(i, ColChildCode));
-        if (!f.free1 && !lines.cell(i, ColFree1).isEmpty()) return text::freeItemNotDefined(i, ctx.FreeName1);
-        if (!f.free2 && !lines.cell(i, ColFree2).isEmpty()) return text::freeItemNotDefined(i, ctx.FreeName2);
+        if (!f.free1 && !lines.cell(i, ColFree1).isEmpty())
+            return text::freeItemNotDefined(i, ctx.FreeName1);
+        if (!f.free2 && !lines.cell(i, ColFree2).isEmpty())
+            return text::freeItemNotDefined(i, ctx.FreeName2);
     }
     return {};
 }

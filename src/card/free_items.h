@@ -29,7 +29,8 @@ struct ItemFlags {
     bool service = false;
 };
 QHash<QString, ItemFlags> readItemFlags(const LineGrid& lines, Database& db);
-QString freeItemRefusal(const LineGrid& lines, const ListContext& ctx, const QHash<QString, ItemFlags>& flags);
+QString freeItemRefusal(const LineGrid& lines, const ListContext& ctx,
+                        const QHash<QString, ItemFlags>& flags);
 
 // A warehouse or department name back to its code (the first match in the recordset's order);
 // an empty text when no row has that name.

@@ -33,7 +33,8 @@ constexpr int kHelpContext = 31100033;
 
 QStringList productCaptions()
 {
-    return {text::kRefProductCode, text::kRefProductName, text::kSpec, text::kRefUnit, text::kRefPrice};
+    return {text::kRefProductCode, text::kRefProductName, text::kSpec, text::kRefUnit,
+            text::kRefPrice};
 }
 QStringList warehouseCaptions()
 {
@@ -247,7 +248,10 @@ void FrmProStru::setParentCodeAvailable(bool on)
     com1_->setEnabled(on);
 }
 
-void FrmProStru::clearLines() { grid_->setRows(1); }
+void FrmProStru::clearLines()
+{
+    grid_->setRows(1);
+}
 
 void FrmProStru::appendLine(const QStringList& cells)
 {
@@ -274,8 +278,9 @@ void FrmProStru::setEditable(bool on)
 
 bool FrmProStru::checkParent()
 {
-    const ParentCheck r = checkParentCode(edtParent_->text(), adding, parentRows_ ? parentRows_ : ctx_.mrecPro.get(),
-                                          inventory_.get());
+    const ParentCheck r =
+        checkParentCode(edtParent_->text(), adding, parentRows_ ? parentRows_ : ctx_.mrecPro.get(),
+                        inventory_.get());
     if (!r.verdict) {
         inform(r.verdict.message);
         return false;
@@ -308,8 +313,9 @@ void FrmProStru::lookUpParent()
     if (prefix.isEmpty())
         inventory_ = ctx_.dbase->openRecordset(kCardInventorySql);
     else
-        inventory_ = ctx_.dbase->openRecordset(kCardInventorySql + kInventoryPrefixFilter,
-                                               RecordsetType::Dynaset, 0, {prefix + QLatin1Char('%')});
+        inventory_ =
+            ctx_.dbase->openRecordset(kCardInventorySql + kInventoryPrefixFilter,
+                                      RecordsetType::Dynaset, 0, {prefix + QLatin1Char('%')});
     inventoryRows_ = indexItemRows(*inventory_);
     if (RefChooser::current().choose(*inventory_, text::kRefParent, productCaptions(), this))
         ref_->Ref1_Selected(*inventory_);
@@ -318,10 +324,9 @@ void FrmProStru::lookUpParent()
 void FrmProStru::lookUpDepartment()
 {
     if (!department_) return;
-    if (RefChooser::current().choose(*department_, text::kRefDept,
-                                     {text::kRefDeptCode, text::kRefDeptName, text::kRefDeptHead,
-                                      text::kRefDeptEnd},
-                                     this))
+    if (RefChooser::current().choose(
+            *department_, text::kRefDept,
+            {text::kRefDeptCode, text::kRefDeptName, text::kRefDeptHead, text::kRefDeptEnd}, this))
         ref_->Ref2_Selected(*department_);
 }
 
@@ -331,7 +336,8 @@ bool FrmProStru::eventFilter(QObject* watched, QEvent* event)
 {
     if (event->type() == QEvent::KeyPress) {
         auto* w = qobject_cast<QWidget*>(watched);
-        if (w && w->window() == this && handleKey(watched, static_cast<QKeyEvent*>(event))) return true;
+        if (w && w->window() == this && handleKey(watched, static_cast<QKeyEvent*>(event)))
+            return true;
         return QDialog::eventFilter(watched, event);
     }
     if (event->type() == QEvent::FocusIn && (watched == edtParent_ || watched == edtDep_)) {
@@ -343,8 +349,8 @@ bool FrmProStru::eventFilter(QObject* watched, QEvent* event)
             // Entering the department runs the parent check (its result not kept); not when the
             // parent field's own Tab/Enter moved here (it checks itself), nor when the window
             // merely gets its focus back from a message box, nor when the code cannot be changed.
-            if (!movingToDepartment_ && editable_ && edtParent_->isEnabled() && reason != Qt::ActiveWindowFocusReason &&
-                reason != Qt::PopupFocusReason)
+            if (!movingToDepartment_ && editable_ && edtParent_->isEnabled() &&
+                reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason)
                 checkParent();
         }
     }
@@ -355,43 +361,44 @@ bool FrmProStru::handleKey(QObject* watched, QKeyEvent* key)
 {
     const auto mods = key->modifiers();
     const int k = key->key();
-    const bool inGrid = qobject_cast<QWidget*>(watched) && grid_->isAncestorOf(qobject_cast<QWidget*>(watched));
+    const bool inGrid =
+        qobject_cast<QWidget*>(watched) && grid_->isAncestorOf(qobject_cast<QWidget*>(watched));
     switch (k) {
-    case Qt::Key_F2:
-        if (watched == edtParent_) {
-            if (com1_->isEnabled()) lookUpParent();
-        } else if (watched == edtDep_) {
-            if (com2_->isEnabled()) lookUpDepartment();
-        } else if (inGrid) {
-            return false;  // the grid asks for its cell's reference itself, typed text included
-        }
-        return true;
-    case Qt::Key_F5:
-        dispatch(QStringLiteral("ButAdd"));
-        return true;
-    case Qt::Key_F6:
-        dispatch(QStringLiteral("ButSave"));
-        return true;
-    case Qt::Key_I:
-        if (mods & Qt::ControlModifier) {
-            dispatch(QStringLiteral("butaddline"));
-            return true;  // never typed into a cell
-        }
-        break;
-    case Qt::Key_D:
-        if (mods & Qt::ControlModifier) {
-            dispatch(QStringLiteral("butdeleteline"));
+        case Qt::Key_F2:
+            if (watched == edtParent_) {
+                if (com1_->isEnabled()) lookUpParent();
+            } else if (watched == edtDep_) {
+                if (com2_->isEnabled()) lookUpDepartment();
+            } else if (inGrid) {
+                return false;  // the grid asks for its cell's reference itself, typed text included
+            }
             return true;
-        }
-        break;
-    case Qt::Key_F4:
-        if (mods & Qt::AltModifier) {
-            dispatch(QStringLiteral("ButExit"));
+        case Qt::Key_F5:
+            dispatch(QStringLiteral("ButAdd"));
             return true;
-        }
-        break;
-    default:
-        break;
+        case Qt::Key_F6:
+            dispatch(QStringLiteral("ButSave"));
+            return true;
+        case Qt::Key_I:
+            if (mods & Qt::ControlModifier) {
+                dispatch(QStringLiteral("butaddline"));
+                return true;  // never typed into a cell
+            }
+            break;
+        case Qt::Key_D:
+            if (mods & Qt::ControlModifier) {
+                dispatch(QStringLiteral("butdeleteline"));
+                return true;
+            }
+            break;
+        case Qt::Key_F4:
+            if (mods & Qt::AltModifier) {
+                dispatch(QStringLiteral("ButExit"));
+                return true;
+            }
+            break;
+        default:
+            break;
     }
 
     const bool tabOrEnter = k == Qt::Key_Tab || k == Qt::Key_Return || k == Qt::Key_Enter;
@@ -418,20 +425,20 @@ bool FrmProStru::cellLocked(int row, int col)
 {
     if (!editable_) return true;
     switch (col) {
-    case ColChildName:
-    case ColSpec:
-    case ColAuxUnit:
-    case ColExchRate:
-    case ColMainUnit:
-    case ColPlannedPrice:
-        return true;  // filled from the inventory, never typed
-    case ColFree1:
-    case ColFree2:
-        return !ctx_.dbase || !HasFree(grid_->textMatrix(row, ColChildCode), col, *ctx_.dbase);
-    case ColPieces:
-        return grid_->textMatrix(row, ColExchRate).trimmed().isEmpty();
-    default:
-        return false;
+        case ColChildName:
+        case ColSpec:
+        case ColAuxUnit:
+        case ColExchRate:
+        case ColMainUnit:
+        case ColPlannedPrice:
+            return true;  // filled from the inventory, never typed
+        case ColFree1:
+        case ColFree2:
+            return !ctx_.dbase || !HasFree(grid_->textMatrix(row, ColChildCode), col, *ctx_.dbase);
+        case ColPieces:
+            return grid_->textMatrix(row, ColExchRate).trimmed().isEmpty();
+        default:
+            return false;
     }
 }
 
@@ -474,52 +481,56 @@ void FrmProStru::referenceRequested(int row, int col)
     RefChooser& chooser = RefChooser::current();
     Database* db = ctx_.dbase;
     switch (col) {
-    case ColChildCode: {
-        if (!db) return;
-        const QString typed = grid_->textMatrix(row, ColChildCode);
-        auto rs = typed.isEmpty() ? db->openRecordset(kCardInventorySql, RecordsetType::Snapshot)
-                                  : db->openRecordset(kCardInventorySql + kInventoryPrefixFilter,
-                                                      RecordsetType::Snapshot, 0,
-                                                      {typed + QLatin1Char('%')});
-        if (chooser.choose(*rs, text::kRefChild, productCaptions(), this)) ref_->Ref3_Selected(*rs);
-        break;
-    }
-    case ColFree1:
-    case ColFree2: {
-        Recordset* rs = col == ColFree1 ? ctx_.RecFree1.get() : ctx_.RecFree2.get();
-        if (rs && chooser.choose(*rs, text::kRefFree, {text::kRefFreeCode, text::kRefFreeValue}, this)) {
-            if (col == ColFree1)
-                ref_->Refnew1_Selected(*rs);
-            else
-                ref_->Refnew2_Selected(*rs);
+        case ColChildCode: {
+            if (!db) return;
+            const QString typed = grid_->textMatrix(row, ColChildCode);
+            auto rs =
+                typed.isEmpty()
+                    ? db->openRecordset(kCardInventorySql, RecordsetType::Snapshot)
+                    : db->openRecordset(kCardInventorySql + kInventoryPrefixFilter,
+                                        RecordsetType::Snapshot, 0, {typed + QLatin1Char('%')});
+            if (chooser.choose(*rs, text::kRefChild, productCaptions(), this))
+                ref_->Ref3_Selected(*rs);
+            break;
         }
-        break;
-    }
-    case ColWarehouse:
-        if (warehouse_ && chooser.choose(*warehouse_, text::kRefWarehouse, warehouseCaptions(), this))
-            ref_->Ref4_Selected(*warehouse_);
-        break;
-    case ColPerson:
-        if (ctx_.RecPer && chooser.choose(*ctx_.RecPer, text::kRefPerson,
-                                          {text::kRefPersonCode, text::kRefPersonName,
-                                           text::kRefPersonDeptCode, text::kRefPersonDeptName},
-                                          this))
-            ref_->Refnew4_Selected(*ctx_.RecPer);
-        break;
-    case ColDept:
-        if (ctx_.RecDep &&
-            chooser.choose(*ctx_.RecDep, text::kRefUseDept, {text::kRefDeptCode, text::kRefDeptName}, this))
-            ref_->Refnew3_Selected(*ctx_.RecDep);
-        break;
-    case ColOperation:
-        if (ctx_.RecCa && chooser.choose(*ctx_.RecCa, text::kRefOperation,
-                                         {text::kRefOperationCode, text::kRefOperationName,
-                                          text::kRefPersonDeptCode},
-                                         this))
-            ref_->Refnew5_Selected(*ctx_.RecCa);
-        break;
-    default:
-        break;
+        case ColFree1:
+        case ColFree2: {
+            Recordset* rs = col == ColFree1 ? ctx_.RecFree1.get() : ctx_.RecFree2.get();
+            if (rs && chooser.choose(*rs, text::kRefFree, {text::kRefFreeCode, text::kRefFreeValue},
+                                     this)) {
+                if (col == ColFree1)
+                    ref_->Refnew1_Selected(*rs);
+                else
+                    ref_->Refnew2_Selected(*rs);
+            }
+            break;
+        }
+        case ColWarehouse:
+            if (warehouse_ &&
+                chooser.choose(*warehouse_, text::kRefWarehouse, warehouseCaptions(), this))
+                ref_->Ref4_Selected(*warehouse_);
+            break;
+        case ColPerson:
+            if (ctx_.RecPer && chooser.choose(*ctx_.RecPer, text::kRefPerson,
+                                              {text::kRefPersonCode, text::kRefPersonName,
+                                               text::kRefPersonDeptCode, text::kRefPersonDeptName},
+                                              this))
+                ref_->Refnew4_Selected(*ctx_.RecPer);
+            break;
+        case ColDept:
+            if (ctx_.RecDep && chooser.choose(*ctx_.RecDep, text::kRefUseDept,
+                                              {text::kRefDeptCode, text::kRefDeptName}, this))
+                ref_->Refnew3_Selected(*ctx_.RecDep);
+            break;
+        case ColOperation:
+            if (ctx_.RecCa && chooser.choose(*ctx_.RecCa, text::kRefOperation,
+                                             {text::kRefOperationCode, text::kRefOperationName,
+                                              text::kRefPersonDeptCode},
+                                             this))
+                ref_->Refnew5_Selected(*ctx_.RecCa);
+            break;
+        default:
+            break;
     }
 }
 

@@ -32,7 +32,10 @@ public:
     explicit GridLines(Grid& grid) : grid_(grid) {}
     int rows() const override { return grid_.rows(); }
     QString cell(int row, int col) const override { return grid_.textMatrix(row, col); }
-    void setCell(int row, int col, const QString& text) override { grid_.setTextMatrix(row, col, text); }
+    void setCell(int row, int col, const QString& text) override
+    {
+        grid_.setTextMatrix(row, col, text);
+    }
     int currentRow() const override { return grid_.row(); }
 
 private:

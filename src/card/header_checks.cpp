@@ -45,7 +45,8 @@ Verdict checkDepartment(QString& text, Recordset* departments)
     if (found(text, departments, QStringLiteral("cdepName"))) return Verdict::ok();
     if (found(text, departments, QStringLiteral("cdepcode"))) {
         departments->findFirst(Criteria::eq(QStringLiteral("cdepcode"), text));
-        if (!departments->noMatch()) text = NullToText(departments->field(QStringLiteral("cdepName")));
+        if (!departments->noMatch())
+            text = NullToText(departments->field(QStringLiteral("cdepName")));
         return Verdict::ok();
     }
     return Verdict::refuse(text::kProduceDeptNotExist);

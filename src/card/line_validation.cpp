@@ -18,7 +18,10 @@ bool found(const QString& value, Recordset* rs, const QString& field)
     return rs && FindRecord(value, *rs, field);
 }
 
-int decimals(const CardLookups& lk) { return lk.list ? lk.list->quantityDecimals : 2; }
+int decimals(const CardLookups& lk)
+{
+    return lk.list ? lk.list->quantityDecimals : 2;
+}
 
 Recordset* freeList(const CardLookups& lk, int col)
 {
@@ -178,7 +181,8 @@ Verdict checkChildCode(const CardLookups& lk, const LineGrid& lines, const QStri
     }
     const Ancestors* ancestors = whole.ancestors;
     if (repeated) return Verdict::refuse(text::kProductRepeated);
-    const bool cycle = ancestors ? !ancestors->allows(code) : (lk.db && !CheckCycle(parentCode, code, *lk.db));
+    const bool cycle =
+        ancestors ? !ancestors->allows(code) : (lk.db && !CheckCycle(parentCode, code, *lk.db));
     if (cycle) return Verdict::refuse(text::kCycle);
     if (!findItem(lk, code)) return Verdict::refuse(text::kInvNotExist);
     return Verdict::ok();
@@ -191,46 +195,49 @@ Verdict validateCell(const CardLookups& lk, LineGrid& lines, const QString& pare
     if (hasIllegalChars(text)) return Verdict::refuse(text::kIllegalChars);
 
     switch (col) {
-    case ColChildCode: {
-        const Verdict v = checkChildCode(lk, lines, parentCode, row, text);
-        if (!v) return v;
-        return fillFromItem(lk, lines, row, text);
-    }
-    case ColFree1:
-    case ColFree2:
-        return freeItemCell(lk, col, text);
-    case ColPieces: {
-        if (text.isEmpty()) return Verdict::refuse(text::kPiecesEmpty);
-        const double pieces = LeadingNumber(text);
-        if (pieces <= 0) return Verdict::refuse(text::kPiecesNotPositive);
-        text = FormatNum(pieces, decimals(lk));
-        recomputeQuantity(lk, lines, row, pieces);
-        return Verdict::ok();
-    }
-    case ColQuantity:
-        return quantityCell(lk, lines, row, text);
-    case ColWarehouse:
-        if (text.isEmpty()) return Verdict::refuse(text::kWarehouseEmpty);
-        return nameOrCode({lk.warehouse, QStringLiteral("cwhname"), QStringLiteral("cwhcode"),
-                           text::kWarehouseNotExist},
-                          text);
-    case ColPerson:
-        if (text.isEmpty()) return Verdict::ok();
-        return nameOrCode({lk.list ? lk.list->RecPer.get() : nullptr, QStringLiteral("cPersonname"),
-                           QStringLiteral("cPersonCode"), text::kPersonNotExist},
-                          text);
-    case ColDept:
-        if (text.isEmpty()) return Verdict::ok();
-        return nameOrCode({lk.list ? lk.list->RecDep.get() : nullptr, QStringLiteral("cDepName"),
-                           QStringLiteral("cDepCode"), text::kDeptNotExist},
-                          text);
-    case ColOperation:
-        if (text.isEmpty()) return Verdict::ok();
-        return nameOrCode({lk.list ? lk.list->RecCa.get() : nullptr, QStringLiteral("cProcedureName"),
-                           QStringLiteral("cProcedureID"), text::kOperationNotExist},
-                          text);
-    default:
-        return Verdict::ok();
+        case ColChildCode: {
+            const Verdict v = checkChildCode(lk, lines, parentCode, row, text);
+            if (!v) return v;
+            return fillFromItem(lk, lines, row, text);
+        }
+        case ColFree1:
+        case ColFree2:
+            return freeItemCell(lk, col, text);
+        case ColPieces: {
+            if (text.isEmpty()) return Verdict::refuse(text::kPiecesEmpty);
+            const double pieces = LeadingNumber(text);
+            if (pieces <= 0) return Verdict::refuse(text::kPiecesNotPositive);
+            text = FormatNum(pieces, decimals(lk));
+            recomputeQuantity(lk, lines, row, pieces);
+            return Verdict::ok();
+        }
+        case ColQuantity:
+            return quantityCell(lk, lines, row, text);
+        case ColWarehouse:
+            if (text.isEmpty()) return Verdict::refuse(text::kWarehouseEmpty);
+            return nameOrCode({lk.warehouse, QStringLiteral("cwhname"), QStringLiteral("cwhcode"),
+                               text::kWarehouseNotExist},
+                              text);
+        case ColPerson:
+            if (text.isEmpty()) return Verdict::ok();
+            return nameOrCode(
+                {lk.list ? lk.list->RecPer.get() : nullptr, QStringLiteral("cPersonname"),
+                 QStringLiteral("cPersonCode"), text::kPersonNotExist},
+                text);
+        case ColDept:
+            if (text.isEmpty()) return Verdict::ok();
+            return nameOrCode(
+                {lk.list ? lk.list->RecDep.get() : nullptr, QStringLiteral("cDepName"),
+                 QStringLiteral("cDepCode"), text::kDeptNotExist},
+                text);
+        case ColOperation:
+            if (text.isEmpty()) return Verdict::ok();
+            return nameOrCode(
+                {lk.list ? lk.list->RecCa.get() : nullptr, QStringLiteral("cProcedureName"),
+                 QStringLiteral("cProcedureID"), text::kOperationNotExist},
+                text);
+        default:
+            return Verdict::ok();
     }
 }
 
@@ -257,7 +264,8 @@ Verdict validateLine(const CardLookups& lk, LineGrid& lines, const QString& pare
         return Verdict::refuse(text::kWarehouseNotExist);
     }
     // A warehouse valued at planned price never holds an item without one.
-    if (NullToText(lk.warehouse->field(QStringLiteral("cWhValueStyle"))) == text::kPlannedPriceMethod &&
+    if (NullToText(lk.warehouse->field(QStringLiteral("cWhValueStyle"))) ==
+            text::kPlannedPriceMethod &&
         NullToText(inv.field(QStringLiteral("iInvRCost"))).trimmed().isEmpty())
         return Verdict::refuse(text::kPlannedPriceRule);
 
@@ -272,7 +280,8 @@ Verdict validateLine(const CardLookups& lk, LineGrid& lines, const QString& pare
             return Verdict::refuse(text::kContentNotExist);
     }
     const QString dept = lines.cell(row, ColDept);
-    if (!dept.isEmpty() && !found(dept, lk.list ? lk.list->RecDep.get() : nullptr, QStringLiteral("cDepName")))
+    if (!dept.isEmpty() &&
+        !found(dept, lk.list ? lk.list->RecDep.get() : nullptr, QStringLiteral("cDepName")))
         return Verdict::refuse(text::kDeptNotExist);
     return Verdict::ok();
 }

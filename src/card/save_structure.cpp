@@ -98,26 +98,27 @@ void editModeWrite(const CardLookups& lk, const LineGrid& lines, const SaveReque
     head.update();
 
     // All lines of the parent go and the grid's lines are written again.
-    lk.db->execute(QStringLiteral("delete from ProductStructures where cPSPCode=?"), {req.parentCode});
+    lk.db->execute(QStringLiteral("delete from ProductStructures where cPSPCode=?"),
+                   {req.parentCode});
     writeLines(lk, lines, req.parentCode);
 }
 
 QString failureMessage(const DbError& e, bool editWriting)
 {
     switch (e.kind()) {
-    case DbErrorKind::Duplicate:
-        return text::kStructureExists;
-    case DbErrorKind::RecordDeleted:
-        return text::kDeletedCannotSave;
-    case DbErrorKind::TooLong:
-        return text::kTooLong;
-    case DbErrorKind::InUse:
-        return editWriting ? text::kUsedCannotModifyEdit : text::kUsedCannotModifySave;
-    case DbErrorKind::ConcurrentChange:
-        return text::kConcurrentChange;
-    case DbErrorKind::Other:
-    default:
-        return e.description();
+        case DbErrorKind::Duplicate:
+            return text::kStructureExists;
+        case DbErrorKind::RecordDeleted:
+            return text::kDeletedCannotSave;
+        case DbErrorKind::TooLong:
+            return text::kTooLong;
+        case DbErrorKind::InUse:
+            return editWriting ? text::kUsedCannotModifyEdit : text::kUsedCannotModifySave;
+        case DbErrorKind::ConcurrentChange:
+            return text::kConcurrentChange;
+        case DbErrorKind::Other:
+        default:
+            return e.description();
     }
 }
 
@@ -144,7 +145,8 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
     // judged against them, with the answers one walk per line would give.
     const Ancestors ancestors = CollectAncestors(req.parentCode, *lk.db);
     for (int i = 1; i < lines.rows(); ++i)
-        if (!ancestors.allows(lines.cell(i, ColChildCode))) return Verdict::refuse(text::cycleAtLine(i));
+        if (!ancestors.allows(lines.cell(i, ColChildCode)))
+            return Verdict::refuse(text::cycleAtLine(i));
 
     for (int i = 1; i < lines.rows(); ++i)
         if (lineUnfinished(lines, i)) return Verdict::refuse(text::kIncomplete);
@@ -152,7 +154,8 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
     // The header checks again: the parent (not yet a structure when adding, an item in any case)
     // and the department.
     if (req.parentCode.isEmpty()) return Verdict::refuse(text::kParentEmpty);
-    if (req.adding && req.headerRows && FindRecord(req.parentCode, *req.headerRows, QStringLiteral("cpspcode")))
+    if (req.adding && req.headerRows &&
+        FindRecord(req.parentCode, *req.headerRows, QStringLiteral("cpspcode")))
         return Verdict::refuse(text::kParentDefined);
     if (!findItem(lk, req.parentCode)) return Verdict::refuse(text::kInvNotExist);
     QString department = req.department;
@@ -196,7 +199,8 @@ bool saveStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& re
     try {
         if (!req.adding && !req.lockComputer.isEmpty()) {
             LockService locks(db);
-            if (!locks.lockRecord(kLockCategory, kLockSystem, kLockMode, req.lockComputer, {req.parentCode})) {
+            if (!locks.lockRecord(kLockCategory, kLockSystem, kLockMode, req.lockComputer,
+                                  {req.parentCode})) {
                 Prompter::current().inform(text::kLockedCannotModify, text::kTitle);
                 return false;
             }

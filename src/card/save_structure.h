@@ -13,8 +13,8 @@ class LineGrid;
 class Recordset;
 
 struct SaveRequest {
-    QString parentCode;     // EdtcPSPCode
-    QString department;     // EdtcDepCode (a name once accepted)
+    QString parentCode;  // EdtcPSPCode
+    QString department;  // EdtcDepCode (a name once accepted)
     bool adding = true;
     Recordset* headerRows = nullptr;  // ProductStructure
     Recordset* lineRows = nullptr;    // ProductStructures

@@ -29,7 +29,8 @@ public:
 };
 }  // namespace
 
-int screenshotCard(QXProStru& host, const QString& code, bool newCard, const QString& png, QString* error)
+int screenshotCard(QXProStru& host, const QString& code, bool newCard, const QString& png,
+                   QString* error)
 {
     auto fail = [&](const QString& line, int status) {
         if (error) *error = line;
@@ -65,7 +66,9 @@ int screenshotCard(QXProStru& host, const QString& code, bool newCard, const QSt
     }
     if (status == 5) return fail(text::outputUnwritable(png), 5);
     // The edit command refused (another workstation holds the structure) and no card opened.
-    if (status != 0) return fail(prompter.first.isEmpty() ? text::structureNotFound(code.trimmed()) : prompter.first, 4);
+    if (status != 0)
+        return fail(
+            prompter.first.isEmpty() ? text::structureNotFound(code.trimmed()) : prompter.first, 4);
     return 0;
 }
 

@@ -52,11 +52,29 @@ void ClsRef::Ref3_Selected(Recordset& rs)
     }
 }
 
-void ClsRef::Ref4_Selected(Recordset& rs) { writeSecondField(rs, kColWarehouse); }
-void ClsRef::Refnew1_Selected(Recordset& rs) { writeSecondField(rs, kColFree1); }
-void ClsRef::Refnew2_Selected(Recordset& rs) { writeSecondField(rs, kColFree2); }
-void ClsRef::Refnew3_Selected(Recordset& rs) { writeSecondField(rs, kColDept); }
-void ClsRef::Refnew4_Selected(Recordset& rs) { writeSecondField(rs, kColPerson); }
-void ClsRef::Refnew5_Selected(Recordset& rs) { writeSecondField(rs, kColOperation); }
+void ClsRef::Ref4_Selected(Recordset& rs)
+{
+    writeSecondField(rs, kColWarehouse);
+}
+void ClsRef::Refnew1_Selected(Recordset& rs)
+{
+    writeSecondField(rs, kColFree1);
+}
+void ClsRef::Refnew2_Selected(Recordset& rs)
+{
+    writeSecondField(rs, kColFree2);
+}
+void ClsRef::Refnew3_Selected(Recordset& rs)
+{
+    writeSecondField(rs, kColDept);
+}
+void ClsRef::Refnew4_Selected(Recordset& rs)
+{
+    writeSecondField(rs, kColPerson);
+}
+void ClsRef::Refnew5_Selected(Recordset& rs)
+{
+    writeSecondField(rs, kColOperation);
+}
 
 }  // namespace qx

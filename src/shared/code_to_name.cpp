@@ -19,12 +19,14 @@ QString lookUp(Database& db, const QString& sql, const QString& codeField, const
 
 QString CodeToName_WareHouse(const QString& code, Database& db)
 {
-    return lookUp(db, kWarehouseListSql, QStringLiteral("cWhcode"), code, QStringLiteral("cWhName"));
+    return lookUp(db, kWarehouseListSql, QStringLiteral("cWhcode"), code,
+                  QStringLiteral("cWhName"));
 }
 
 QString CodeToName_Dep(const QString& code, Database& db)
 {
-    return lookUp(db, kDepartmentListSql, QStringLiteral("cDepCode"), code, QStringLiteral("cDepName"));
+    return lookUp(db, kDepartmentListSql, QStringLiteral("cDepCode"), code,
+                  QStringLiteral("cDepName"));
 }
 
 }  // namespace qx

@@ -13,7 +13,8 @@ QString CodeToName_Dep(const QString& code, Database& db);
 
 // The statements of the card's warehouse and department lookups (the doubled blanks are theirs).
 inline const QString kWarehouseListSql =
-    QStringLiteral("select warehouse.cwhcode,warehouse.cwhname,warehouse.cWhValueStyle,warehouse.cdepcode ") +
+    QStringLiteral(
+        "select warehouse.cwhcode,warehouse.cwhname,warehouse.cWhValueStyle,warehouse.cdepcode ") +
     QStringLiteral(" from warehouse");
 inline const QString kDepartmentListSql =
     QStringLiteral("select department.cDepCode,department.cDepName,department.cdepperson") +

@@ -45,7 +45,8 @@ public:
     }
     void removeLine(int row)
     {
-        if (row >= 1 && row <= static_cast<int>(lines_.size())) lines_.erase(lines_.begin() + row - 1);
+        if (row >= 1 && row <= static_cast<int>(lines_.size()))
+            lines_.erase(lines_.begin() + row - 1);
     }
 
 private:

@@ -5,7 +5,10 @@
 namespace qx::test {
 
 namespace {
-QVariant nullDouble() { return QVariant(QMetaType::fromType<double>()); }
+QVariant nullDouble()
+{
+    return QVariant(QMetaType::fromType<double>());
+}
 }  // namespace
 
 void fillCardMasterData(Database& db)
@@ -34,8 +37,8 @@ void fillCardMasterData(Database& db)
         {"X3", "链三", "", "件", "", nullDouble(), 1.0, 0, 0, 0},
     };
     for (const Item& i : items)
-        db.execute(inv, {QString::fromLatin1(i.code), i.name, i.spec, i.unit, i.aux, i.rate, i.price,
-                         i.free1, i.free2, i.service});
+        db.execute(inv, {QString::fromLatin1(i.code), i.name, i.spec, i.unit, i.aux, i.rate,
+                         i.price, i.free1, i.free2, i.service});
 
     const QString dep = QStringLiteral(
         "insert into department(cDepCode,cDepName,cDepPerson,bDepEnd) values(?,?,?,?)");
@@ -51,12 +54,16 @@ void fillCardMasterData(Database& db)
 
     const QString wh = QStringLiteral(
         "insert into warehouse(cWhCode,cWhName,cWhValueStyle,cDepCode) values(?,?,?,?)");
-    db.execute(wh, {QStringLiteral("W1"), QStringLiteral("原料库"), QStringLiteral("计划价法"), QStringLiteral("D1")});
-    db.execute(wh, {QStringLiteral("W2"), QStringLiteral("成品库"), QStringLiteral("全月平均法"), QStringLiteral("D2")});
-    db.execute(wh, {QStringLiteral("W3"), QStringLiteral("成品库"), QStringLiteral("全月平均法"), QStringLiteral("D2")});
+    db.execute(wh, {QStringLiteral("W1"), QStringLiteral("原料库"), QStringLiteral("计划价法"),
+                    QStringLiteral("D1")});
+    db.execute(wh, {QStringLiteral("W2"), QStringLiteral("成品库"), QStringLiteral("全月平均法"),
+                    QStringLiteral("D2")});
+    db.execute(wh, {QStringLiteral("W3"), QStringLiteral("成品库"), QStringLiteral("全月平均法"),
+                    QStringLiteral("D2")});
 
-    db.execute(QStringLiteral("insert into CA_PreDf(cProcedureID,cProcedureName,cDeptId) values(?,?,?)"),
-               {QStringLiteral("OP1"), QStringLiteral("装配"), QStringLiteral("D1")});
+    db.execute(
+        QStringLiteral("insert into CA_PreDf(cProcedureID,cProcedureName,cDeptId) values(?,?,?)"),
+        {QStringLiteral("OP1"), QStringLiteral("装配"), QStringLiteral("D1")});
 
     const QString ud = QStringLiteral("insert into userdefine(cid,cAlias,cValue) values(?,?,?)");
     db.execute(ud, {QStringLiteral("20"), QStringLiteral("R"), QStringLiteral("红色")});
@@ -65,13 +72,17 @@ void fillCardMasterData(Database& db)
 
     const QString acc =
         QStringLiteral("insert into accinformation(cSysID,cID,cName,cValue) values(?,?,?,?)");
-    db.execute(acc, {QStringLiteral("AA"), QStringLiteral("19"), QStringLiteral("iStrsQuanDecDgt"), QStringLiteral("2")});
-    db.execute(acc, {QStringLiteral("aa"), QStringLiteral("22"), QStringLiteral("cInvA_Unit"), QStringLiteral("TRUE")});
+    db.execute(acc, {QStringLiteral("AA"), QStringLiteral("19"), QStringLiteral("iStrsQuanDecDgt"),
+                     QStringLiteral("2")});
+    db.execute(acc, {QStringLiteral("aa"), QStringLiteral("22"), QStringLiteral("cInvA_Unit"),
+                     QStringLiteral("TRUE")});
 
-    const QString head = QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)");
+    const QString head =
+        QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)");
     const QString line = QStringLiteral(
         "insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,cWhCode) values(?,?,?,?)");
-    for (const char* p : {"X1", "X2", "P2"}) db.execute(head, {QString::fromLatin1(p), QStringLiteral("D1")});
+    for (const char* p : {"X1", "X2", "P2"})
+        db.execute(head, {QString::fromLatin1(p), QStringLiteral("D1")});
     db.execute(line, {QStringLiteral("X1"), QStringLiteral("X2"), 1.0, QStringLiteral("W2")});
     db.execute(line, {QStringLiteral("X2"), QStringLiteral("X3"), 1.0, QStringLiteral("W2")});
     db.execute(line, {QStringLiteral("P2"), QStringLiteral("A1"), 2.0, QStringLiteral("W2")});
