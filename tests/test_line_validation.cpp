@@ -406,6 +406,34 @@ TEST_P(LineRules, ColumnTableFollowsTheCompany)
     EXPECT_EQ(readAuxUnitSwitch(*ctx), AuxUnitSwitch::Absent);
 }
 
+TEST_P(LineRules, ItemGoneSinceLoadingIsRefusedAndTheIndexAnswersAsTheSearch)
+{
+    if (IsSkipped()) return;
+    const QHash<QString, int> rows = indexItemRows(*lists.inventory);
+    CardLookups indexed = lk;
+    indexed.inventoryRows = &rows;
+    for (const QString& code : {QStringLiteral("A1"), QStringLiteral("0102"), QStringLiteral("S1"),
+                                QStringLiteral("a1"), QStringLiteral("ZZ"), QString()}) {
+        const bool byIndex = findItem(indexed, code);
+        const QString atIndex =
+            byIndex ? lists.inventory->field(QStringLiteral("cInvName")).toString() : QString();
+        const bool bySearch = findItem(lk, code);
+        const QString atSearch =
+            bySearch ? lists.inventory->field(QStringLiteral("cInvName")).toString() : QString();
+        EXPECT_EQ(byIndex, bySearch) << code.toStdString();
+        EXPECT_EQ(atIndex, atSearch) << code.toStdString();
+    }
+
+    // The card's list still holds A3, the master data no longer do: refused, nothing filled.
+    db->execute(QStringLiteral("delete from Inventory where cInvCode=?"), {QStringLiteral("A3")});
+    grid.addLine();
+    const auto before = rowCells(1);
+    QString text = QStringLiteral("A3");
+    EXPECT_EQ(validateCell(indexed, grid, parent, 1, ColChildCode, text).message,
+              QStringLiteral("所填存货编码不存在，请修改！"));
+    EXPECT_EQ(rowCells(1), before);
+}
+
 QX_INSTANTIATE_BACKENDS(LineRules);
 
 }  // namespace
