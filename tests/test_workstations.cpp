@@ -1,0 +1,850 @@
+// Several workstations on one company database: real processes (this test binary started again
+// as a workstation) saving, copying and deleting structures on one SQLite file and on one
+// PostgreSQL database at the same time, and the stored structures checked afterwards.
+
+#include "card/card_columns.h"
+#include "card/save_structure.h"
+#include "data/texts.h"
+#include "data/verify.h"
+#include "list/list_delete.h"
+#include "platform/database.h"
+#include "platform/host_facts.h"
+#include "platform/lock_service.h"
+#include "platform/prompter.h"
+#include "shared/line_grid.h"
+#include "shared/record_lock.h"
+#include "support/card_fixture.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QHash>
+#include <QMap>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QSet>
+#include <QTemporaryDir>
+#include <QTextStream>
+#include <QThread>
+
+#include <gtest/gtest.h>
+
+#include <time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <functional>
+#include <iostream>
+#include <limits>
+#include <memory>
+#include <string>
+
+using namespace qx;
+using namespace qx::test;
+
+namespace {
+
+const QString kWarehouseName = QStringLiteral("成品库");  // W2 (W3 has the same name)
+const QString kTerm = QStringLiteral("产品结构");
+// The codes the workstations fight over: items without free items, so that every refusal comes
+// from the collisions and not from the master data.
+const QStringList kCodes = {QStringLiteral("P1"),   QStringLiteral("P2"),   QStringLiteral("A2"),
+                            QStringLiteral("X1"),   QStringLiteral("X2"),   QStringLiteral("X3"),
+                            QStringLiteral("0101"), QStringLiteral("0102"), QStringLiteral("0201")};
+const QString kAbsent = QStringLiteral("<none>");
+
+long long nowNs()
+{
+    // CLOCK_MONOTONIC is one clock for every process of this computer.
+    timespec ts{};
+    clock_gettime(CLOCK_MONOTONIC, &ts);
+    return (long long)ts.tv_sec * 1000000000LL + ts.tv_nsec;
+}
+
+struct Line {
+    QString child;
+    int quantity = 1;
+};
+
+// "child:qty;child:qty" sorted by child: the form every structure is compared in.
+QString linesKey(QList<Line> lines)
+{
+    std::sort(lines.begin(), lines.end(),
+              [](const Line& a, const Line& b) { return a.child < b.child; });
+    QStringList parts;
+    for (const Line& l : lines) parts << l.child + QLatin1Char(':') + QString::number(l.quantity);
+    return parts.join(QLatin1Char(';'));
+}
+
+std::vector<QStringList> rows(Database& db, const QString& sql, const QVariantList& params = {})
+{
+    auto rs = db.openRecordset(sql, RecordsetType::Snapshot, 0, params);
+    std::vector<QStringList> out;
+    for (int r = 0; r < rs->recordCount(); ++r) {
+        QStringList row;
+        for (int c = 0; c < rs->fieldCount(); ++c) row << rs->value(r, c).toString();
+        out.push_back(row);
+    }
+    return out;
+}
+
+bool hasHeader(Database& db, const QString& parent)
+{
+    return !rows(db, QStringLiteral("select cPSPCode from ProductStructure where cPSPCode=?"),
+                 {parent})
+                .empty();
+}
+
+QList<Line> storedLines(Database& db, const QString& parent)
+{
+    QList<Line> out;
+    for (const QStringList& r :
+         rows(db,
+              QStringLiteral("select cPSCode, iPSQuantity from ProductStructures "
+                             "where cPSPCode=?"),
+              {parent}))
+        out.push_back({r[0], int(r[1].toDouble())});
+    return out;
+}
+
+// What a structure is now: its sorted lines, or kAbsent when it has no header.
+QString storedState(Database& db, const QString& parent)
+{
+    if (!hasHeader(db, parent))
+        return storedLines(db, parent).isEmpty() ? kAbsent : QStringLiteral("<orphans>");
+    return linesKey(storedLines(db, parent));
+}
+
+// ---------------------------------------------------------------------------------------------
+// The workstation process.
+
+class Workstation {
+public:
+    explicit Workstation(const QString& connection)
+        : db_(Database::open(connection)), computer_(computerName())
+    {
+        ctx_ = makeListContext(*db_);
+        ctx_->ComputerName = computer_;
+        lists_ = openCardLists(*db_);
+        lk_ = lookupsOf(*db_, *ctx_, lists_);
+        locks_ = std::make_unique<RecordLocks>(db_.get(), computer_);
+    }
+
+    Database& db() { return *db_; }
+
+    // Saves as the card saves; empty on success, else the message the operator was shown.
+    QString save(const QString& parent, const QList<Line>& lines, bool adding)
+    {
+        prompter_.clear();
+        MemoryLineGrid grid;
+        for (const Line& l : lines) {
+            const int r = grid.addLine();
+            grid.setCell(r, ColChildCode, l.child);
+            grid.setCell(r, ColQuantity, QString::number(l.quantity));
+            grid.setCell(r, ColWarehouse, kWarehouseName);
+        }
+        try {
+            // The list reads its tables again before it opens the card.
+            ctx_->mrecPro->requery();
+            ctx_->mrecPros->requery();
+        } catch (const DbError& e) {
+            return QStringLiteral("requery: ") + e.description();
+        }
+        SaveRequest req;
+        req.parentCode = parent;
+        req.adding = adding;
+        req.headerRows = ctx_->mrecPro.get();
+        req.lineRows = ctx_->mrecPros.get();
+        req.lockComputer = adding ? QString() : computer_;
+        if (saveStructure(lk_, grid, req)) return {};
+        return prompter_.shown.empty() ? QStringLiteral("(refused without a message)")
+                                       : prompter_.last();
+    }
+
+    // An edit as the list runs it: the structure's lock, the card filled from the stored lines,
+    // changed, saved, the lock given back.
+    QString edit(const QString& parent, const std::function<QList<Line>(QList<Line>)>& change,
+                 QList<Line>* saved)
+    {
+        prompter_.clear();
+        if (!locks_->lockOrRefuse(parent, KeyTrim::Both, LockPurpose::Edit, kTerm))
+            return prompter_.last();
+        QString result;
+        try {
+            if (!hasHeader(*db_, parent)) {
+                result = QStringLiteral("(gone before the card opened)");
+            } else {
+                *saved = change(storedLines(*db_, parent));
+                result = save(parent, *saved, false);
+            }
+        } catch (const DbError& e) {
+            result = e.description();
+        }
+        locks_->unlockRecord();
+        return result;
+    }
+
+    // The deletion of a whole structure as the list's parent grid runs it.
+    QString remove(const QString& parent)
+    {
+        prompter_.clear();
+        if (!locks_->lockOrRefuse(parent, KeyTrim::Leading, LockPurpose::DeleteStructure, kTerm))
+            return prompter_.last();
+        QString result;
+        try {
+            Recordset& mrecPro = *ctx_->mrecPro;
+            mrecPro.requery();
+            mrecPro.findFirst(Criteria::eq(QStringLiteral("cPSPCode"), parent));
+            if (mrecPro.noMatch()) {
+                result = QStringLiteral("(gone before the deletion)");
+            } else if (BeUsed(parent, mrecPro, *db_)) {
+                result = text::usedCannotDelete(kTerm);
+            } else {
+                Transaction t(*db_);
+                db_->execute(QStringLiteral("delete from ProductStructures where cPSPCode=?"),
+                             {parent});
+                if (db_->execute(QStringLiteral("delete from ProductStructure where cPSPCode=?"),
+                                 {parent}) == 0)
+                    throw DbError(DbErrorKind::RecordDeleted, parent);
+                t.commit();
+            }
+        } catch (const DbError& e) {
+            result = QStringLiteral("(deletion failed) ") + e.description();
+        }
+        locks_->unlockRecord();
+        return result;
+    }
+
+private:
+    std::unique_ptr<Database> db_;
+    QString computer_;
+    std::unique_ptr<ListContext> ctx_;
+    CardLists lists_;
+    CardLookups lk_;
+    std::unique_ptr<RecordLocks> locks_;
+    ScriptedPrompter prompter_;
+};
+
+void say(const QString& line)
+{
+    std::cout << "QXWS " << line.toStdString() << std::endl;
+}
+
+// Reads the next command from the test process ("" at the end of input).
+QString command()
+{
+    std::string s;
+    if (!std::getline(std::cin, s)) return {};
+    return QString::fromStdString(s).trimmed();
+}
+
+class WorkLog {
+public:
+    explicit WorkLog(const QString& path) : file_(path)
+    {
+        file_.open(QIODevice::WriteOnly | QIODevice::Append);
+    }
+    // Each line reaches the system at once, so that a killed workstation's log stays readable.
+    void write(const QStringList& fields)
+    {
+        file_.write((fields.join(QLatin1Char('\t')) + QLatin1Char('\n')).toUtf8());
+        file_.flush();
+    }
+
+private:
+    QFile file_;
+};
+
+// Cycle rounds: on "round N" this workstation adds its partner as a child of its own parent.
+void runCycleWorker(Workstation& ws, const QString& parent, const QString& partner)
+{
+    say(QStringLiteral("ready"));
+    for (QString c = command(); c.startsWith(QLatin1String("round")); c = command()) {
+        QList<Line> saved;
+        const QString r = ws.edit(
+            parent,
+            [&](QList<Line>) {
+                return QList<Line>{{partner, 1}, {QStringLiteral("A2"), 1}};
+            },
+            &saved);
+        say(QStringLiteral("result %1 %2").arg(c.mid(6), r.isEmpty() ? QStringLiteral("ok") : r));
+    }
+}
+
+// The soak: a random mix of add, edit, copy and delete on the shared codes until the time is up.
+void runSoakWorker(Workstation& ws, WorkLog& log, quint32 seed, int milliseconds)
+{
+    QRandomGenerator rnd(seed);
+    const auto pick = [&] { return kCodes[int(rnd.bounded(quint32(kCodes.size())))]; };
+    const auto someLines = [&](const QString& parent) {
+        QList<Line> lines;
+        const int n = 1 + int(rnd.bounded(3u));
+        QSet<QString> used;
+        while (lines.size() < n) {
+            const QString c = pick();
+            if (c == parent || used.contains(c)) continue;
+            used.insert(c);
+            lines.push_back({c, 1 + int(rnd.bounded(9u))});
+        }
+        return lines;
+    };
+    say(QStringLiteral("ready"));
+    if (command() != QLatin1String("go")) return;
+    QElapsedTimer timer;
+    timer.start();
+    int ops = 0;
+    const QString stop = qEnvironmentVariable("QX_WS_STOP");
+    while (timer.elapsed() < milliseconds && !(!stop.isEmpty() && QFile::exists(stop))) {
+        ++ops;
+        const quint32 dice = rnd.bounded(100u);
+        const QString parent = pick();
+        QString op;
+        QList<Line> lines;
+        QString result;
+        const long long t0 = nowNs();
+        try {
+            if (dice < 35) {
+                op = QStringLiteral("add");
+                lines = someLines(parent);
+                // Now and then what an operator should not type: a child twice, a child equal to
+                // its parent, a quote.
+                const quint32 odd = rnd.bounded(20u);
+                if (odd == 0) lines.push_back(lines.first());
+                if (odd == 1) lines.push_back({parent, 1});
+                if (odd == 2) lines.first().child += QLatin1Char('\'');
+                log.write(
+                    {QStringLiteral("begin"), QString::number(t0), op, parent, linesKey(lines)});
+                result = ws.save(parent, lines, true);
+            } else if (dice < 60) {
+                op = QStringLiteral("edit");
+                result = ws.edit(
+                    parent,
+                    [&](QList<Line> now) {
+                        // Remove a line and add one or two.
+                        if (!now.isEmpty()) now.removeAt(int(rnd.bounded(quint32(now.size()))));
+                        QList<Line> more = someLines(parent);
+                        for (const Line& m : more) {
+                            bool there = false;
+                            for (const Line& l : now) there = there || l.child == m.child;
+                            if (!there) now.push_back(m);
+                        }
+                        log.write({QStringLiteral("begin"), QString::number(t0), op, parent,
+                                   linesKey(now)});
+                        return now;
+                    },
+                    &lines);
+            } else if (dice < 80) {
+                op = QStringLiteral("copy");
+                const QString source = pick();
+                lines = storedLines(ws.db(), source);
+                if (lines.isEmpty()) lines = someLines(parent);
+                log.write(
+                    {QStringLiteral("begin"), QString::number(t0), op, parent, linesKey(lines)});
+                result = ws.save(parent, lines, true);
+            } else {
+                op = QStringLiteral("delete");
+                log.write({QStringLiteral("begin"), QString::number(t0), op, parent, kAbsent});
+                result = ws.remove(parent);
+            }
+        } catch (const DbError& e) {
+            result = QStringLiteral("(failed) ") + e.description();
+        }
+        const long long t1 = nowNs();
+        if (result.isEmpty())
+            log.write({QStringLiteral("ok"), QString::number(t0), QString::number(t1), op, parent,
+                       op == QLatin1String("delete") ? kAbsent : linesKey(lines)});
+        else
+            log.write({QStringLiteral("refused"), QString::number(t0), QString::number(t1), op,
+                       parent, result});
+    }
+    log.write({QStringLiteral("end"), QString::number(ops)});
+    say(QStringLiteral("done %1").arg(ops));
+}
+
+// ---------------------------------------------------------------------------------------------
+// The test process.
+
+struct Worker {
+    std::unique_ptr<QProcess> process;
+    QString pending;
+
+    // The next "QXWS ..." line of the workstation (without the prefix), or "" on timeout/exit.
+    QString next(int timeoutMs = 60000)
+    {
+        QElapsedTimer t;
+        t.start();
+        for (;;) {
+            pending += QString::fromUtf8(process->readAllStandardOutput());
+            int nl;
+            while ((nl = pending.indexOf(QLatin1Char('\n'))) >= 0) {
+                const QString line = pending.left(nl).trimmed();
+                pending.remove(0, nl + 1);
+                if (line.startsWith(QLatin1String("QXWS "))) return line.mid(5);
+            }
+            if (t.elapsed() > timeoutMs || process->state() == QProcess::NotRunning) return {};
+            process->waitForReadyRead(100);
+        }
+    }
+    void send(const QString& line)
+    {
+        process->write((line + QLatin1Char('\n')).toUtf8());
+        process->waitForBytesWritten(1000);
+    }
+};
+
+Worker startWorker(const QStringList& settings)
+{
+    Worker w;
+    w.process = std::make_unique<QProcess>();
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    for (const QString& s : settings) {
+        const int eq = s.indexOf(QLatin1Char('='));
+        env.insert(s.left(eq), s.mid(eq + 1));
+    }
+    w.process->setProcessEnvironment(env);
+    w.process->setProcessChannelMode(QProcess::SeparateChannels);
+    w.process->setStandardErrorFile(QProcess::nullDevice());
+    w.process->start(QCoreApplication::applicationFilePath(),
+                     {QStringLiteral("--gtest_also_run_disabled_tests"),
+                      QStringLiteral("--gtest_filter=WorkstationWorker.DISABLED_Run")});
+    return w;
+}
+
+void resetStructures(Database& db)
+{
+    db.execute(QStringLiteral("delete from ProductStructures"));
+    db.execute(QStringLiteral("delete from ProductStructure"));
+}
+
+void store(Database& db, const QString& parent, const QList<Line>& lines)
+{
+    db.execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"),
+               {parent, QStringLiteral("D1")});
+    for (const Line& l : lines)
+        db.execute(
+            QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,cWhCode) "
+                           "values(?,?,?,?)"),
+            {parent, l.child, double(l.quantity), QStringLiteral("W2")});
+}
+
+// Every way the stored structures can be wrong, one text per finding.
+QStringList invariantViolations(Database& db)
+{
+    QStringList out;
+    const VerifyReport report = verifyStructures(db);
+    if (!report.clean)
+        for (const QString& l : report.lines) out << QStringLiteral("verify: ") + l;
+    for (const QStringList& r :
+         rows(db,
+              QStringLiteral("select h.cPSPCode from ProductStructure h where not exists "
+                             "(select 1 from ProductStructures l where l.cPSPCode = h.cPSPCode)")))
+        out << QStringLiteral("structure without lines: ") + r[0];
+    for (const QStringList& r :
+         rows(db, QStringLiteral(
+                      "select l.cPSPCode, l.cPSCode from ProductStructures l where not exists "
+                      "(select 1 from ProductStructure h where h.cPSPCode = l.cPSPCode)")))
+        out << QStringLiteral("line without header: ") + r.join(QLatin1String(" -> "));
+    for (const QStringList& r :
+         rows(db, QStringLiteral("select cPSPCode, cPSCode, count(*) from ProductStructures group "
+                                 "by cPSPCode, cPSCode "
+                                 "having count(*) > 1")))
+        out << QStringLiteral("child twice under one parent: ") + r.join(QLatin1Char(' '));
+    if (db.tableExists(LockService::tableName()))
+        for (const QStringList& r : rows(db, QStringLiteral("select cKey, cComputer, iPid from ") +
+                                                 LockService::tableName()))
+            out << QStringLiteral("lock left behind: ") + r.join(QLatin1Char(' '));
+
+    // The loops once more without the report: a walk over every stored edge.
+    QHash<QString, QStringList> children;
+    for (const QStringList& r :
+         rows(db, QStringLiteral("select cPSPCode, cPSCode from ProductStructures")))
+        children[r[0].trimmed().toUpper()] << r[1].trimmed().toUpper();
+    QHash<QString, int> mark;  // 1 on the path, 2 done
+    std::function<bool(const QString&)> loops = [&](const QString& c) {
+        mark[c] = 1;
+        for (const QString& k : children.value(c)) {
+            if (mark.value(k) == 1) return true;
+            if (mark.value(k) == 0 && loops(k)) return true;
+        }
+        mark[c] = 2;
+        return false;
+    };
+    for (auto it = children.constBegin(); it != children.constEnd(); ++it)
+        if (mark.value(it.key()) == 0 && loops(it.key()))
+            out << QStringLiteral("stored loop through ") + it.key();
+    return out;
+}
+
+class Workstations : public BackendTest {
+protected:
+    void SetUp() override
+    {
+        BackendTest::SetUp();
+        if (IsSkipped()) return;
+        db = openFreshCompany(backend(), &connection);
+        fillCardMasterData(*db);
+        resetStructures(*db);
+        LockService::ensureTable(*db);
+        ASSERT_TRUE(dir.isValid());
+    }
+    void TearDown() override
+    {
+        for (Worker& w : workers) {
+            if (!w.process) continue;
+            w.process->closeWriteChannel();
+            if (!w.process->waitForFinished(30000)) {
+                w.process->kill();
+                w.process->waitForFinished(5000);
+            }
+        }
+        workers.clear();
+    }
+    QStringList common(int id) const
+    {
+        return {QStringLiteral("QX_WS_CONNECTION=") + connection,
+                QStringLiteral("QX_WS_STOP=") + dir.filePath(QStringLiteral("stop")),
+                QStringLiteral("QX_WS_ID=%1").arg(id),
+                QStringLiteral("QX_WS_LOG=") + dir.filePath(QStringLiteral("ws%1.log").arg(id))};
+    }
+
+    QString connection;
+    std::unique_ptr<Database> db;
+    QTemporaryDir dir;
+    std::vector<Worker> workers;
+};
+
+// Two workstations each add a line that alone is fine but together would close a loop, at the
+// same moment: at most one save goes through, the other is told of the loop.
+TEST_P(Workstations, TwoSavesThatTogetherCloseALoopLetOneThrough)
+{
+    if (IsSkipped()) return;
+    const QString a = QStringLiteral("0101"), b = QStringLiteral("0102");
+    QStringList w1 = common(1), w2 = common(2);
+    w1 << QStringLiteral("QX_WS_MODE=cycle") << QStringLiteral("QX_WS_PARENT=") + a
+       << QStringLiteral("QX_WS_PARTNER=") + b;
+    w2 << QStringLiteral("QX_WS_MODE=cycle") << QStringLiteral("QX_WS_PARENT=") + b
+       << QStringLiteral("QX_WS_PARTNER=") + a;
+    workers.push_back(startWorker(w1));
+    workers.push_back(startWorker(w2));
+    for (Worker& w : workers) ASSERT_EQ(w.next(), QStringLiteral("ready"));
+
+    const int kRounds = 20;
+    int oneThrough = 0, noneThrough = 0;
+    QMap<QString, int> refusals;
+    for (int round = 1; round <= kRounds; ++round) {
+        resetStructures(*db);
+        store(*db, a, {{QStringLiteral("A2"), 1}});
+        store(*db, b, {{QStringLiteral("A2"), 1}});
+        for (Worker& w : workers) w.send(QStringLiteral("round %1").arg(round));
+        int ok = 0;
+        for (Worker& w : workers) {
+            const QString r = w.next();
+            const QString prefix = QStringLiteral("result %1 ").arg(round);
+            ASSERT_TRUE(r.startsWith(prefix)) << r.toStdString();
+            const QString outcome = r.mid(prefix.size());
+            if (outcome == QLatin1String("ok")) {
+                ++ok;
+            } else {
+                ++refusals[outcome];
+                EXPECT_EQ(outcome, QStringLiteral("第1个子产品与父产品发生循环调用！"))
+                    << "round " << round;
+            }
+        }
+        ASSERT_LE(ok, 1) << "both saves went through in round " << round;
+        (ok == 1 ? oneThrough : noneThrough)++;
+        const QStringList found = invariantViolations(*db);
+        EXPECT_TRUE(found.isEmpty())
+            << "round " << round << ": " << found.join(QLatin1String("; ")).toStdString();
+    }
+    printf("[%s] cycle across workstations: 2 processes, %d rounds, one save through %d, none %d\n",
+           qPrintable(backendName(backend())), kRounds, oneThrough, noneThrough);
+    for (auto it = refusals.constBegin(); it != refusals.constEnd(); ++it)
+        printf("    refused %d x %s\n", it.value(), qPrintable(it.key()));
+    RecordProperty("rounds", kRounds);
+    RecordProperty("one_through", oneThrough);
+    EXPECT_EQ(oneThrough, kRounds) << "a loop refused on both sides means a save lost for nothing";
+}
+
+struct Event {
+    long long t0 = 0, t1 = 0;  // t1 = max when the workstation died in it
+    QString state;             // the structure's lines after it, or kAbsent
+    bool finished = true;
+};
+
+struct SoakFigures {
+    int processes = 0, operations = 0, saved = 0, unambiguous = 0, ambiguous = 0, killed = 0;
+    int killedInOperation = 0, locksTakenOver = 0;
+    QMap<QString, int> refusals;
+    QStringList violations;
+};
+
+// Reads the workstations' logs and compares every structure with the last saves logged for it.
+// An operation a killed workstation was in may or may not have been written: it counts as a
+// possible last save, up to the moment of the kill.
+SoakFigures judgeSoak(Database& db, const QString& dir, int processes,
+                      const QHash<QString, QString>& initial)
+{
+    SoakFigures f;
+    f.processes = processes;
+    QHash<QString, std::vector<Event>> events;
+    for (auto it = initial.constBegin(); it != initial.constEnd(); ++it)
+        events[it.key()].push_back({0, 0, it.value(), true});
+    for (int id = 1; id <= processes; ++id) {
+        QFile file(QDir(dir).filePath(QStringLiteral("ws%1.log").arg(id)));
+        if (!file.open(QIODevice::ReadOnly)) {
+            f.violations << QStringLiteral("no log of workstation %1").arg(id);
+            continue;
+        }
+        bool ended = false;
+        QStringList open;  // the last "begin" not yet answered
+        for (const QString& raw :
+             QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+            const QStringList p = raw.split(QLatin1Char('\t'));
+            if (p[0] == QLatin1String("begin")) {
+                open = p;
+            } else if (p[0] == QLatin1String("ok")) {
+                open.clear();
+                ++f.operations;
+                ++f.saved;
+                events[p[4]].push_back({p[1].toLongLong(), p[2].toLongLong(), p.value(5), true});
+            } else if (p[0] == QLatin1String("refused")) {
+                open.clear();
+                ++f.operations;
+                ++f.refusals[p[3] + QLatin1String(": ") + p.value(5)];
+            } else if (p[0] == QLatin1String("killed")) {
+                ended = true;
+                ++f.killed;
+                if (!open.isEmpty()) {
+                    ++f.killedInOperation;
+                    events[open[3]].push_back(
+                        {open[1].toLongLong(), p[1].toLongLong(), open.value(4), false});
+                }
+            } else if (p[0] == QLatin1String("end")) {
+                ended = true;
+            }
+        }
+        if (!ended) f.violations << QStringLiteral("workstation %1 did not finish its log").arg(id);
+    }
+    for (const QString& code : kCodes) {
+        const std::vector<Event>& ev = events[code];
+        const QString now = storedState(db, code);
+        // The last write is one of those that no finished save certainly followed.
+        QSet<QString> candidates;
+        int count = 0;
+        for (const Event& e : ev) {
+            bool followed = false;
+            for (const Event& g : ev) followed = followed || (g.finished && g.t0 > e.t1);
+            if (!followed) {
+                candidates.insert(e.state);
+                ++count;
+            }
+        }
+        (count == 1 ? f.unambiguous : f.ambiguous)++;
+        if (!candidates.contains(now))
+            f.violations << code + QStringLiteral(" is ") + now +
+                                QStringLiteral(", last saves wrote ") +
+                                QStringList(candidates.values()).join(QLatin1String(" | "));
+    }
+    return f;
+}
+
+// The structures the soak starts from; returns each code's state.
+QHash<QString, QString> storeSoakStart(Database& db)
+{
+    store(db, QStringLiteral("X1"), {{QStringLiteral("X2"), 1}});
+    store(db, QStringLiteral("X2"), {{QStringLiteral("X3"), 1}});
+    store(db, QStringLiteral("P2"), {{QStringLiteral("A2"), 2}, {QStringLiteral("0101"), 1}});
+    QHash<QString, QString> initial;
+    for (const QString& c : kCodes) initial[c] = storedState(db, c);
+    return initial;
+}
+
+quint32 soakSeed(const QString& backend)
+{
+    const quint32 seed = qEnvironmentVariableIsSet("QX_SOAK_SEED")
+                             ? quint32(qEnvironmentVariableIntValue("QX_SOAK_SEED"))
+                             : QRandomGenerator::global()->generate();
+    printf("[%s] seed %u (QX_SOAK_SEED repeats it)\n", qPrintable(backend), seed);
+    return seed;
+}
+
+void printSoak(const QString& backend, const SoakFigures& f, double seconds)
+{
+    printf("[%s] soak: %d processes, %.1f s, %d operations, %d saved, %d refused, %d violations\n",
+           qPrintable(backend), f.processes, seconds, f.operations, f.saved, f.operations - f.saved,
+           int(f.violations.size()));
+    if (f.killed)
+        printf(
+            "    %d workstations killed (%d inside an operation), %d of their locks taken over at "
+            "the end\n",
+            f.killed, f.killedInOperation, f.locksTakenOver);
+    printf(
+        "    final structures against the logs: %d with one last save, %d with overlapping last "
+        "saves\n",
+        f.unambiguous, f.ambiguous);
+    for (auto it = f.refusals.constBegin(); it != f.refusals.constEnd(); ++it)
+        printf("    refused %5d x %s\n", it.value(), qPrintable(it.key()));
+    for (const QString& v : f.violations) printf("    VIOLATION %s\n", qPrintable(v));
+    fflush(stdout);
+}
+
+// Six workstations add, edit, copy and delete on a handful of shared codes at once.
+TEST_P(Workstations, SoakLeavesEveryStructureAsItsLastSaveWroteIt)
+{
+    if (IsSkipped()) return;
+    const int kProcesses = 6;
+    const int kMilliseconds = qEnvironmentVariableIntValue("QX_SOAK_SECONDS") > 0
+                                  ? qEnvironmentVariableIntValue("QX_SOAK_SECONDS") * 1000
+                                  : 12000;
+    const QHash<QString, QString> initial = storeSoakStart(*db);
+
+    const quint32 seed = soakSeed(backendName(backend()));
+    for (int id = 1; id <= kProcesses; ++id) {
+        QStringList s = common(id);
+        s << QStringLiteral("QX_WS_MODE=soak")
+          << QStringLiteral("QX_WS_SEED=%1").arg(seed + quint32(id))
+          << QStringLiteral("QX_WS_MS=%1").arg(kMilliseconds);
+        workers.push_back(startWorker(s));
+    }
+    for (Worker& w : workers) ASSERT_EQ(w.next(), QStringLiteral("ready"));
+    QElapsedTimer timer;
+    timer.start();
+    for (Worker& w : workers) w.send(QStringLiteral("go"));
+    for (Worker& w : workers)
+        EXPECT_TRUE(w.next(kMilliseconds + 120000).startsWith(QLatin1String("done")));
+    const double seconds = timer.elapsed() / 1000.0;
+    TearDown();
+
+    SoakFigures f = judgeSoak(*db, dir.path(), kProcesses, initial);
+    f.violations << invariantViolations(*db);
+    printSoak(backendName(backend()), f, seconds);
+    RecordProperty("processes", kProcesses);
+    RecordProperty("operations", f.operations);
+    RecordProperty("saved", f.saved);
+    RecordProperty("violations", int(f.violations.size()));
+    EXPECT_GT(f.saved, 0);
+    EXPECT_GT(f.operations, f.saved) << "the workstations never collided";
+    EXPECT_TRUE(f.violations.isEmpty()) << f.violations.join(QLatin1Char('\n')).toStdString();
+}
+
+// Workstations killed at random moments while they save and delete: nothing half-written stays,
+// and the locks of a killed workstation go to the next process of this computer that asks.
+TEST_P(Workstations, KilledWorkstationsLeaveNoHalfStructureAndTheirLocksAreTakenOver)
+{
+    if (IsSkipped()) return;
+    const int kProcesses = 6;
+    const int kKills = qEnvironmentVariableIntValue("QX_SOAK_KILLS") > 0
+                           ? qEnvironmentVariableIntValue("QX_SOAK_KILLS")
+                           : 10;
+    // The workstations run until told to stop, after the last kill.
+    const long long kMilliseconds = 3600LL * 1000;
+    const QHash<QString, QString> initial = storeSoakStart(*db);
+    const quint32 seed = soakSeed(backendName(backend()));
+    QRandomGenerator rnd(seed);
+
+    QElapsedTimer timer;
+    timer.start();
+    std::vector<int> ids;
+    int lastId = 0;
+    const auto launch = [&](long long ms) {
+        QStringList s = common(++lastId);
+        s << QStringLiteral("QX_WS_MODE=soak")
+          << QStringLiteral("QX_WS_SEED=%1").arg(seed + quint32(lastId))
+          << QStringLiteral("QX_WS_MS=%1").arg(ms);
+        workers.push_back(startWorker(s));
+        ids.push_back(lastId);
+        return workers.back().next() == QLatin1String("ready");
+    };
+    for (int i = 0; i < kProcesses; ++i) ASSERT_TRUE(launch(kMilliseconds));
+    for (Worker& w : workers) w.send(QStringLiteral("go"));
+    timer.restart();
+
+    QSet<long long> killedPids;
+    int kills = 0;
+    while (kills < kKills) {
+        QThread::msleep(100 + rnd.bounded(500u));
+        const int i = int(rnd.bounded(quint32(kProcesses)));
+        if (workers[size_t(i)].process->state() != QProcess::Running) continue;
+        const long long pid = workers[size_t(i)].process->processId();
+        ::kill(pid_t(pid), SIGKILL);
+        workers[size_t(i)].process->waitForFinished(10000);
+        const long long at = nowNs();
+        QFile log(dir.filePath(QStringLiteral("ws%1.log").arg(ids[size_t(i)])));
+        ASSERT_TRUE(log.open(QIODevice::WriteOnly | QIODevice::Append));
+        log.write(QStringLiteral("killed\t%1\n").arg(at).toUtf8());
+        log.close();
+        killedPids.insert(pid);
+        ++kills;
+        // The next workstation of this computer takes the place of the killed one.
+        ASSERT_TRUE(launch(kMilliseconds));
+        workers.back().send(QStringLiteral("go"));
+        std::swap(workers[size_t(i)], workers.back());
+        std::swap(ids[size_t(i)], ids.back());
+        workers.pop_back();
+        ids.pop_back();
+    }
+    QThread::msleep(1000);  // the last replacement works a while too
+    {
+        QFile stop(dir.filePath(QStringLiteral("stop")));
+        ASSERT_TRUE(stop.open(QIODevice::WriteOnly));
+    }
+    for (Worker& w : workers) EXPECT_TRUE(w.next(120000).startsWith(QLatin1String("done")));
+    const double seconds = timer.elapsed() / 1000.0;
+    TearDown();
+
+    SoakFigures f = judgeSoak(*db, dir.path(), lastId, initial);
+    // Locks still in the table belong to killed workstations only, and this process, on the same
+    // computer, is granted them.
+    int takenOver = 0;
+    for (const QStringList& r :
+         rows(*db, QStringLiteral("select cKey, iPid from ") + LockService::tableName())) {
+        if (!killedPids.contains(r[1].toLongLong()))
+            f.violations << QStringLiteral("lock of a living or unknown process: ") +
+                                r.join(QLatin1Char(' '));
+        LockService locks(*db);
+        if (locks.lockRecord(kLockCategory, kLockSystem, kLockMode, computerName(), {r[0]})) {
+            ++takenOver;
+            locks.unlockRecord(kLockCategory, {r[0]});
+        } else {
+            f.violations << QStringLiteral("lock of a killed workstation not taken over: ") + r[0];
+        }
+    }
+    f.locksTakenOver = takenOver;
+    f.violations << invariantViolations(*db);
+    printSoak(backendName(backend()), f, seconds);
+    RecordProperty("kills", kills);
+    RecordProperty("operations", f.operations);
+    RecordProperty("violations", int(f.violations.size()));
+    EXPECT_EQ(kills, kKills);
+    EXPECT_GT(f.saved, 0);
+    EXPECT_TRUE(f.violations.isEmpty()) << f.violations.join(QLatin1Char('\n')).toStdString();
+}
+
+QX_INSTANTIATE_BACKENDS(Workstations);
+
+}  // namespace
+
+// The workstation itself: run only when the tests above start this binary again as one.
+TEST(WorkstationWorker, DISABLED_Run)
+{
+    const QString mode = qEnvironmentVariable("QX_WS_MODE");
+    if (mode.isEmpty()) GTEST_SKIP() << "only run as a workstation process started by the tests";
+    ensureApplication();
+    try {
+        Workstation ws(qEnvironmentVariable("QX_WS_CONNECTION"));
+        if (mode == QLatin1String("cycle")) {
+            runCycleWorker(ws, qEnvironmentVariable("QX_WS_PARENT"),
+                           qEnvironmentVariable("QX_WS_PARTNER"));
+        } else {
+            WorkLog log(qEnvironmentVariable("QX_WS_LOG"));
+            runSoakWorker(ws, log, quint32(qEnvironmentVariableIntValue("QX_WS_SEED")),
+                          qEnvironmentVariableIntValue("QX_WS_MS"));
+        }
+    } catch (const DbError& e) {
+        say(QStringLiteral("failed ") + e.description());
+        FAIL() << e.description().toStdString();
+    }
+}
