@@ -823,6 +823,61 @@ TEST_P(Workstations, KilledWorkstationsLeaveNoHalfStructureAndTheirLocksAreTaken
     EXPECT_TRUE(f.violations.isEmpty()) << f.violations.join(QLatin1Char('\n')).toStdString();
 }
 
+// The judge of the soak is itself able to fail: a structure unlike its last save, a header
+// without lines, a loop and a forgotten lock are each named; a save a killed workstation was in
+// may or may not have been written.
+TEST_P(Workstations, TheCheckNamesWhatTheWorkstationsLeftWrong)
+{
+    if (IsSkipped()) return;
+    const QHash<QString, QString> initial = storeSoakStart(*db);
+    const auto writeLog = [&](int id, const QStringList& lines) {
+        QFile f(dir.filePath(QStringLiteral("ws%1.log").arg(id)));
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write((lines.join(QLatin1Char('\n')) + QLatin1Char('\n')).toUtf8());
+    };
+    writeLog(
+        1, {QStringLiteral("begin\t10\tadd\tP1\tA2:1"), QStringLiteral("ok\t10\t20\tadd\tP1\tA2:1"),
+            QStringLiteral("refused\t21\t22\tdelete\tX1\t(gone before the deletion)"),
+            QStringLiteral("end\t2")});
+    store(*db, QStringLiteral("P1"), {{QStringLiteral("A2"), 2}});  // not what was saved
+    store(*db, QStringLiteral("0101"), {});                         // a header without lines
+    db->execute(
+        QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,cWhCode) "
+                       "values(?,?,?,?)"),
+        {QStringLiteral("X2"), QStringLiteral("X1"), 1.0, QStringLiteral("W2")});  // a loop
+    db->execute(QStringLiteral("insert into ") + LockService::tableName() +
+                    QStringLiteral(" (cCategory, cKey, cComputer, iPid, dTime) values (?,?,?,?,?)"),
+                {kLockCategory, QStringLiteral("P1"), computerName(), (long long)::getpid(),
+                 QStringLiteral("2026-01-01 00:00:00")});
+
+    SoakFigures f = judgeSoak(*db, dir.path(), 1, initial);
+    f.violations << invariantViolations(*db);
+    const QString all = f.violations.join(QLatin1Char('\n'));
+    EXPECT_EQ(f.operations, 2);
+    EXPECT_EQ(f.saved, 1);
+    EXPECT_TRUE(all.contains(QStringLiteral("P1 is A2:2, last saves wrote A2:1")))
+        << all.toStdString();
+    EXPECT_TRUE(all.contains(QStringLiteral("0101 is , last saves wrote <none>")))
+        << all.toStdString();
+    EXPECT_TRUE(all.contains(QStringLiteral("structure without lines: 0101"))) << all.toStdString();
+    EXPECT_TRUE(all.contains(QStringLiteral("stored loop through X"))) << all.toStdString();
+    EXPECT_TRUE(all.contains(QStringLiteral("lock left behind: P1"))) << all.toStdString();
+    EXPECT_TRUE(all.contains(QStringLiteral("X2 is X1:1;X3:1, last saves wrote X3:1")))
+        << all.toStdString();
+
+    // A second workstation was killed while it saved P1 as it now stands: that save may have
+    // been written, so P1 is no longer wrong; a workstation without an end is.
+    writeLog(2, {QStringLiteral("begin\t30\tedit\tP1\tA2:2"), QStringLiteral("killed\t40")});
+    writeLog(3, {QStringLiteral("begin\t50\tdelete\tX3\t<none>")});
+    f = judgeSoak(*db, dir.path(), 3, initial);
+    const QString after = f.violations.join(QLatin1Char('\n'));
+    EXPECT_FALSE(after.contains(QStringLiteral("P1 is"))) << after.toStdString();
+    EXPECT_TRUE(after.contains(QStringLiteral("workstation 3 did not finish its log")))
+        << after.toStdString();
+    EXPECT_EQ(f.killed, 1);
+    EXPECT_EQ(f.killedInOperation, 1);
+}
+
 QX_INSTANTIATE_BACKENDS(Workstations);
 
 }  // namespace
