@@ -109,15 +109,18 @@ int main(int argc, char** argv)
     QTemporaryDir dir;
     qputenv("QX_SYSTEM_DIR", dir.path().toUtf8());
 
-    QString path = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QString();
-    if (path.isEmpty()) {
-        path = dir.filePath(QStringLiteral("large.db"));
+    // Generating takes memory of its own: with a file name, an absent file is generated and the
+    // run ends, so that a second run measures the list alone.
+    const QString given = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QString();
+    const QString path = given.isEmpty() ? dir.filePath(QStringLiteral("large.db")) : given;
+    if (given.isEmpty() || !QFile::exists(path)) {
         const auto t0 = Clock::now();
         const qx::bench::LargeCompanySpec spec;
         const qx::bench::LargeCompany company =
             qx::bench::generateLargeCompany(QStringLiteral("sqlite:") + path, spec);
         std::printf("generated %d items, %d parents, %lld lines in %.0f ms\n", spec.items,
                     spec.parents, company.lines, msSince(t0));
+        if (!given.isEmpty()) return 0;
     }
     const long baseKiB = peakKiB();
 
@@ -126,7 +129,7 @@ int main(int argc, char** argv)
     readThroughCApi(path, &rows);
 
     constexpr int kRounds = 3;
-    double best = 1e300, bestC = 1e300;
+    double best = 1e300, bestC = 1e300, bestInit = 1e300;
     long long gridRows = 0;
     for (int round = 0; round < kRounds; ++round) {
         bestC = std::min(bestC, readThroughCApi(path, &rows));
@@ -138,6 +141,7 @@ int main(int argc, char** argv)
             std::fprintf(stderr, "Init failed\n");
             return 2;
         }
+        bestInit = std::min(bestInit, msSince(t0));
         qx::FrmPS w;
         w.setDatabase(db.get());
         w.setRecordsets(host.parentRecords(), host.childRecords(), host.joinedRecords());
@@ -146,9 +150,10 @@ int main(int argc, char** argv)
         best = std::min(best, ms);
         gridRows = w.SupPS1()->rows() - 1;
 
-        if (round == kRounds - 1) {
-            std::printf("peak memory after loading: %ld MiB (%ld MiB before the first load)\n",
+        if (round == 0)
+            std::printf("peak memory after the first loading: %ld MiB (%ld MiB before it)\n",
                         peakKiB() / 1024, baseKiB / 1024);
+        if (round == kRounds - 1) {
             // The child grid refilled on a selection change, over the 200,000 lines.
             std::mt19937 rng(11);
             constexpr int kSelections = 2000;
@@ -177,6 +182,7 @@ int main(int argc, char** argv)
                 kRounds, best);
     std::printf("same statements through sqlite3's C API:      best of %d %.1f ms\n", kRounds,
                 bestC);
+    std::printf("  of which Init (the three recordsets): best %.1f ms\n", bestInit);
     std::printf("ratio: %.2fx\n", best / bestC);
     return 0;
 }
