@@ -101,6 +101,20 @@ int main(int argc, char** argv)
     const QString path =
         argc > 1 ? QString::fromLocal8Bit(argv[1]) : dir.filePath(QStringLiteral("large.db"));
     if (!QFile::exists(path)) cardbench::generate(path);
+    {
+        // Thousands of stored ancestors for the saved parent: 3,000 structures hold it as a line
+        // (it is never a parent itself, so no loop arises).
+        sqlite3* raw = nullptr;
+        cardbench::check(sqlite3_open(path.toUtf8().constData(), &raw), raw, "open");
+        const std::string sql =
+            "insert or ignore into ProductStructures(cPSPCode,cPSCode,iPSQuantity,cWhCode) "
+            "select cPSPCode,'" +
+            cardbench::itemCode(cardbench::kItems - 1) +
+            "',1,'W1' from ProductStructure where cPSPCode < '" + cardbench::itemCode(3000) + "'";
+        cardbench::check(sqlite3_exec(raw, sql.c_str(), nullptr, nullptr, nullptr), raw,
+                         "ancestors");
+        sqlite3_close(raw);
+    }
     auto db = Database::open(QStringLiteral("sqlite:") + path);
     Silent silent;
     Prompter::install(&silent);
