@@ -41,4 +41,4 @@ if [ -n "$pgbin" ] && [ -x "$pgbin/initdb" ] && [ -z "${QX_TEST_PG:-}" ]; then
 fi
 
 # The workstations report through stdout; the figures are the lines in brackets.
-QT_QPA_PLATFORM=offscreen "$build/test_workstations" --gtest_filter='Backends/Workstations.*'
+QT_QPA_PLATFORM=offscreen "$build/tests/test_workstations" --gtest_filter='Backends/Workstations.*'

@@ -576,7 +576,7 @@ struct Event {
 
 struct SoakFigures {
     int processes = 0, operations = 0, saved = 0, unambiguous = 0, ambiguous = 0, killed = 0;
-    int killedInOperation = 0, locksTakenOver = 0;
+    int killedInOperation = 0, locksLeftByKilled = 0, locksTakenOver = 0;
     QMap<QString, int> refusals;
     QStringList violations;
 };
@@ -678,9 +678,10 @@ void printSoak(const QString& backend, const SoakFigures& f, double seconds)
            int(f.violations.size()));
     if (f.killed)
         printf(
-            "    %d workstations killed (%d inside an operation), %d of their locks taken over at "
-            "the end\n",
-            f.killed, f.killedInOperation, f.locksTakenOver);
+            "    %d workstations killed (%d inside an operation); they left %d locks, %d of them "
+            "still "
+            "there at the end and taken over by this process\n",
+            f.killed, f.killedInOperation, f.locksLeftByKilled, f.locksTakenOver);
     printf(
         "    final structures against the logs: %d with one last save, %d with overlapping last "
         "saves\n",
@@ -763,6 +764,7 @@ TEST_P(Workstations, KilledWorkstationsLeaveNoHalfStructureAndTheirLocksAreTaken
     timer.restart();
 
     QSet<long long> killedPids;
+    int locksLeft = 0;
     int kills = 0;
     while (kills < kKills) {
         QThread::msleep(100 + rnd.bounded(500u));
@@ -777,6 +779,11 @@ TEST_P(Workstations, KilledWorkstationsLeaveNoHalfStructureAndTheirLocksAreTaken
         log.write(QStringLiteral("killed\t%1\n").arg(at).toUtf8());
         log.close();
         killedPids.insert(pid);
+        locksLeft += int(rows(*db,
+                              QStringLiteral("select cKey from ") + LockService::tableName() +
+                                  QStringLiteral(" where iPid=?"),
+                              {pid})
+                             .size());
         ++kills;
         // The next workstation of this computer takes the place of the killed one.
         ASSERT_TRUE(launch(kMilliseconds));
@@ -813,6 +820,7 @@ TEST_P(Workstations, KilledWorkstationsLeaveNoHalfStructureAndTheirLocksAreTaken
         }
     }
     f.locksTakenOver = takenOver;
+    f.locksLeftByKilled = locksLeft;
     f.violations << invariantViolations(*db);
     printSoak(backendName(backend()), f, seconds);
     RecordProperty("kills", kills);
