@@ -19,6 +19,7 @@
 #include <QTableView>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 #include <QToolBar>
 
 #include <gtest/gtest.h>
@@ -623,6 +624,27 @@ TEST_P(ListWindowTest, CompanyMissingLookupTablesStillOpens)
     // Without the warehouse table the codes stand where the names would.
     EXPECT_EQ(column(*w->SupPS2(), 11), (QStringList{"", "W1", "W1"}));
     EXPECT_TRUE(prompter.shown.empty());
+}
+
+TEST_P(ListWindowTest, ModalShowReturnsWhenTheWindowCloses)
+{
+    fillCompany(*db);
+    parent = db->openRecordset(kParentSql);
+    child = db->openRecordset(kChildSql);
+    FrmPS w;
+    w.setDatabase(db.get());
+    w.setRecordsets(parent.get(), child.get(), nullptr);
+    int rowsSeen = 0;
+    QTimer::singleShot(50, &w, [&w, &rowsSeen] {
+        rowsSeen = w.SupPS1()->rows();
+        w.dispatch(QStringLiteral("ButExit"));
+    });
+    w.showModal();
+    EXPECT_EQ(rowsSeen, 4);
+    EXPECT_FALSE(w.isVisible());
+    // Unloading let go of the caches.
+    EXPECT_EQ(w.context().RecDep, nullptr);
+    EXPECT_EQ(w.context().inventory, nullptr);
 }
 
 // The host executable renders the list of the demo company to a PNG and exits.
