@@ -46,4 +46,15 @@ fi
 
 status=0
 (cd "$build" && ctest --output-on-failure -j2) || status=$?
+
+# The same suite built with AddressSanitizer and UndefinedBehaviorSanitizer (leak reports off:
+# the GUI libraries keep caches for the life of the process). QX_SANITIZE=0 skips this pass.
+if [ "${QX_SANITIZE:-1}" != 0 ]; then
+    asan=${QX_ASAN_BUILD_DIR:-$root/build-asan}
+    cmake -S "$root" -B "$asan" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DQX_SANITIZE=ON -DQX_BUILD_BENCH=OFF
+    ASAN_OPTIONS=detect_leaks=0 cmake --build "$asan" -j"${QX_JOBS:-2}"
+    echo "== The suite again, under AddressSanitizer and UndefinedBehaviorSanitizer =="
+    (cd "$asan" && ASAN_OPTIONS=detect_leaks=0:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 \
+        ctest --output-on-failure -j2) || status=$?
+fi
 exit $status
