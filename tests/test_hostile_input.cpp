@@ -14,6 +14,9 @@
 
 #include <gtest/gtest.h>
 
+#include <QProcess>
+#include <QRegularExpression>
+
 #include <random>
 
 using namespace qx;
@@ -200,6 +203,44 @@ TEST_P(HostileValues, EveryCheckedCellRefusesWithItsOwnMessage)
         }
     }
     EXPECT_EQ(count(QStringLiteral("ProductStructures")), lines);
+}
+
+// The host executable's arguments: hostile codes are codes, hostile connection strings fail with
+// one line naming what failed, never a crash.
+TEST_P(HostileValues, HostCommandLineTakesThemAsValues)
+{
+    const QString exe = qEnvironmentVariable("QXPROSTRU_EXE");
+    if (exe.isEmpty()) GTEST_SKIP() << "QXPROSTRU_EXE is not set (ctest sets it)";
+    QString cs;
+    db.reset();
+    auto fresh = openFreshCompany(backend(), &cs);
+    fresh.reset();
+    auto runHost = [&](const QStringList& args) {
+        QProcess p;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        p.setProcessEnvironment(env);
+        p.start(exe, args);
+        EXPECT_TRUE(p.waitForFinished(60000));
+        const QString err = QString::fromUtf8(p.readAllStandardError());
+        return std::make_pair(p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1, err);
+    };
+    for (const QString& v : hostileValues()) {
+        SCOPED_TRACE(v.left(40).toStdString());
+        if (v.contains(QLatin1Char('\n')) || v.contains(QChar(0xFFFD))) continue;  // not an argv
+        EXPECT_EQ(runHost({QStringLiteral("check-cycle"), cs, v, QStringLiteral("A1")}).first, 0);
+    }
+    EXPECT_EQ(runHost({QStringLiteral("verify"), cs}).first, 0);
+    for (const QString& bad : {QStringLiteral("sqlite:/nonexistent'dir/a|b.db"),
+                               QStringLiteral("postgresql://x'y@/db';drop?host=/nonexistent"),
+                               QStringLiteral("postgresql://"), QString(10000, QLatin1Char('Z'))}) {
+        const auto [code, err] = runHost({QStringLiteral("verify"), bad});
+        EXPECT_NE(code, 0) << bad.left(60).toStdString();
+        EXPECT_NE(code, -1) << "crashed on " << bad.left(60).toStdString();
+        const QStringList lines = err.split(QLatin1Char('\n'), Qt::SkipEmptyParts)
+                                      .filter(QRegularExpression(QStringLiteral("^(?!QStandardPaths)")));
+        EXPECT_EQ(lines.size(), 1) << err.toStdString();
+    }
 }
 
 QX_INSTANTIATE_BACKENDS(HostileValues);
