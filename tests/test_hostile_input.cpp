@@ -3,6 +3,7 @@
 // system's own message.
 
 #include "card/card_columns.h"
+#include "card/header_checks.h"
 #include "card/line_validation.h"
 #include "data/common.h"
 #include "data/texts.h"
@@ -203,6 +204,24 @@ TEST_P(HostileValues, EveryCheckedCellRefusesWithItsOwnMessage)
         }
     }
     EXPECT_EQ(count(QStringLiteral("ProductStructures")), lines);
+}
+
+// The header fields: a hostile parent code is an unknown item, a hostile department an unknown
+// department; the texts stay as typed.
+TEST_P(HostileValues, HeaderFieldsRefuseWithTheirMessages)
+{
+    auto parents = db->openRecordset(QStringLiteral("ProductStructure"));
+    for (const QString& v : hostileValues()) {
+        SCOPED_TRACE(v.left(40).toStdString());
+        const ParentCheck p = checkParentCode(v, true, parents.get(), lists.inventory.get());
+        EXPECT_FALSE(p.verdict.accepted);
+        EXPECT_EQ(p.verdict.message, QStringLiteral("所填存货编码不存在，请修改！"));
+        QString dept = v;
+        const Verdict d = checkDepartment(dept, lists.department.get());
+        EXPECT_FALSE(d.accepted);
+        EXPECT_EQ(d.message, QStringLiteral("所填生产部门不存在，请修改！"));
+        EXPECT_EQ(dept, v);
+    }
 }
 
 // The host executable's arguments: hostile codes are codes, hostile connection strings fail with
