@@ -10,25 +10,6 @@
 
 namespace qx {
 
-namespace {
-// No screen to answer a message box: what the list would have said becomes the error line.
-class CollectingPrompter : public Prompter {
-public:
-    CollectingPrompter() { install(this); }
-    ~CollectingPrompter() override { install(nullptr); }
-    void inform(const QString& text, const QString&) override
-    {
-        if (first.isEmpty()) first = text;
-    }
-    bool ask(const QString& text, const QString& title, Icon) override
-    {
-        inform(text, title);
-        return false;
-    }
-    QString first;
-};
-}  // namespace
-
 int screenshotCard(QXProStru& host, const QString& code, bool newCard, const QString& png,
                    QString* error)
 {

@@ -11,27 +11,6 @@
 
 namespace qx {
 
-namespace {
-
-// No window, so no message box: what the print run would have said becomes the error line.
-class CollectingPrompter : public Prompter {
-public:
-    CollectingPrompter() { install(this); }
-    ~CollectingPrompter() override { install(nullptr); }
-    void inform(const QString& text, const QString&) override
-    {
-        if (first.isEmpty()) first = text;
-    }
-    bool ask(const QString& text, const QString& title, Icon) override
-    {
-        inform(text, title);
-        return false;
-    }
-    QString first;
-};
-
-}  // namespace
-
 int printStructureToPdf(QXProStru& host, const QString& code, const QString& file, QString* error)
 {
     auto fail = [&](const QString& line, int status) {

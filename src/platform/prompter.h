@@ -70,4 +70,22 @@ public:
     std::deque<bool> answers;
 };
 
+// For the host's windowless jobs: no screen to answer a message box, so the first message that
+// would have been shown is kept (to become the job's one error line); questions are answered No.
+class CollectingPrompter : public Prompter {
+public:
+    CollectingPrompter() { install(this); }
+    ~CollectingPrompter() override { install(nullptr); }
+    void inform(const QString& text, const QString&) override
+    {
+        if (first.isEmpty()) first = text;
+    }
+    bool ask(const QString& text, const QString& title, Icon) override
+    {
+        inform(text, title);
+        return false;
+    }
+    QString first;
+};
+
 }  // namespace qx
