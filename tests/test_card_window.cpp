@@ -456,6 +456,8 @@ TEST_P(CardWindow, ChildPickIsJudgedAsTypedEvenWhenItEqualsTheTypedText)
     open();
     typeField(card->EdtcPSPCode(), QStringLiteral("P1"));
     Grid* g = card->SupPS();
+    g->view()->setFocus();
+    addLine();
     typeCell(1, ColChildCode, QStringLiteral("A3"));
     typeCell(1, ColFree1, QStringLiteral("红色"));
     ASSERT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
@@ -545,6 +547,8 @@ TEST_P(CardWindow, RefusedSaveLeavesEveryCellAsTyped)
     if (IsSkipped()) return;
     open();
     typeField(card->EdtcPSPCode(), QStringLiteral("P1"));
+    card->SupPS()->view()->setFocus();
+    addLine();
     typeCell(1, ColChildCode, QStringLiteral("A3"));
     typeCell(1, ColPieces, QStringLiteral("1"));
     typeCell(1, ColWarehouse, QStringLiteral("W2"));
