@@ -529,9 +529,9 @@ TEST_P(CardWindow, NewCardOpensOnOneEmptyLineThatTabFromTheDepartmentEnters)
     ASSERT_EQ(g->rows(), 3);
     key(Qt::Key_F6);
     EXPECT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
-    auto rs = db->openRecordset(
-        QStringLiteral("select cPSCode from ProductStructures where cPSPCode=?"),
-        RecordsetType::Snapshot, 0, {QStringLiteral("P1")});
+    auto rs =
+        db->openRecordset(QStringLiteral("select cPSCode from ProductStructures where cPSPCode=?"),
+                          RecordsetType::Snapshot, 0, {QStringLiteral("P1")});
     EXPECT_EQ(rs->recordCount(), 1);
 
     // A card whose only line is untouched has no line.

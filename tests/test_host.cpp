@@ -53,12 +53,12 @@ TEST(QtTranslations, MessageBoxButtonsAndEditMenuReadChinese)
     const auto shown = [](const QString& text) {
         return QString(text).remove(QRegularExpression(QStringLiteral("\\(&.\\)"))).remove('&');
     };
-    QMessageBox ask(QMessageBox::Question, QStringLiteral("提示！"), QStringLiteral("确实要删去该子产品吗？"),
-                    QMessageBox::Yes | QMessageBox::No);
+    QMessageBox ask(QMessageBox::Question, QStringLiteral("提示！"),
+                    QStringLiteral("确实要删去该子产品吗？"), QMessageBox::Yes | QMessageBox::No);
     EXPECT_EQ(shown(ask.button(QMessageBox::Yes)->text()), QStringLiteral("是"));
     EXPECT_EQ(shown(ask.button(QMessageBox::No)->text()), QStringLiteral("否"));
-    QMessageBox tell(QMessageBox::Information, QStringLiteral("提示！"), QStringLiteral("子产品未添加全，请修改！"),
-                     QMessageBox::Ok);
+    QMessageBox tell(QMessageBox::Information, QStringLiteral("提示！"),
+                     QStringLiteral("子产品未添加全，请修改！"), QMessageBox::Ok);
     EXPECT_EQ(shown(tell.button(QMessageBox::Ok)->text()), QStringLiteral("确定"));
     QLineEdit edit(QStringLiteral("P1"));
     std::unique_ptr<QMenu> menu(edit.createStandardContextMenu());

@@ -187,8 +187,8 @@ void FrmProStru::openRecordsets()
     department_ = open(kDepartmentListSql);
     warehouse_ = open(kWarehouseListSql);
     try {
-        departmentRef_ = db->openRecordset(kDepartmentRefSql, RecordsetType::Snapshot, 0,
-                                           {text::kYes});
+        departmentRef_ =
+            db->openRecordset(kDepartmentRefSql, RecordsetType::Snapshot, 0, {text::kYes});
     } catch (const DbError&) {
         departmentRef_.reset();
     }

@@ -56,10 +56,7 @@ public:
     explicit EnteredLines(LineGrid& lines) : lines_(lines) {}
     int rows() const override;
     QString cell(int row, int col) const override { return lines_.cell(row, col); }
-    void setCell(int row, int col, const QString& text) override
-    {
-        lines_.setCell(row, col, text);
-    }
+    void setCell(int row, int col, const QString& text) override { lines_.setCell(row, col, text); }
     int currentRow() const override { return lines_.currentRow(); }
 
 private:
