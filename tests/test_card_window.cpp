@@ -4,16 +4,20 @@
 #include "card/frm_pro_stru.h"
 #include "platform/prompter.h"
 #include "platform/ref_dialog.h"
+#include "platform/ref_dialog_widget.h"
 #include "support/card_fixture.h"
 
 #include <QAction>
 #include <QApplication>
+#include <QDialog>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QTableView>
 #include <QTest>
+#include <QTextBrowser>
+#include <QTimer>
 #include <QToolButton>
 
 #include <gtest/gtest.h>
@@ -117,7 +121,7 @@ TEST_P(CardWindow, LoadsItsLayoutFromTheCompany)
     EXPECT_EQ(g->colDecimals(ColQuantity), 2);
     EXPECT_TRUE(g->colHasButton(ColWarehouse));
     EXPECT_EQ(g->colAlignment(ColQuantity), CellAlignment::RightCenter);
-    EXPECT_EQ(g->rows(), 1);
+    EXPECT_EQ(g->rows(), 2);  // one empty line to type into
     EXPECT_EQ(card->action(QStringLiteral("ButSave"))->toolTip(), QStringLiteral("保存( F6 )"));
     EXPECT_EQ(card->action(QStringLiteral("ButAdd"))->toolTip(), QStringLiteral("继续增加"));
     EXPECT_EQ(card->action(QStringLiteral("butaddline"))->text(), QStringLiteral("增行"));
@@ -278,14 +282,19 @@ TEST_P(CardWindow, TypedLineIsCheckedCellByCell)
     addLine();
     ASSERT_EQ(card->SupPS()->rows(), 3);
     prompter.clear();
-    addLine();
-    EXPECT_EQ(prompter.texts(), QStringList{QStringLiteral("本行尚未填完整，不能增加新行！")});
+    addLine();  // the new line is still untouched: Ctrl+I stays on it
+    EXPECT_TRUE(prompter.shown.empty());
     EXPECT_EQ(card->SupPS()->rows(), 3);
     typeCell(2, ColChildCode, QStringLiteral("a1"));
     EXPECT_EQ(prompter.last(), QStringLiteral("产品重复出现，请修改！"));
     card->SupPS()->cancelEdit();
     // Ctrl+I and Ctrl+D never reach a cell as text.
     EXPECT_EQ(cell(2, ColChildCode), QString());
+    prompter.clear();
+    typeCell(2, ColChildCode, QStringLiteral("A2"));
+    addLine();
+    EXPECT_EQ(prompter.texts(), QStringList{QStringLiteral("本行尚未填完整，不能增加新行！")});
+    EXPECT_EQ(card->SupPS()->rows(), 3);
 }
 
 TEST_P(CardWindow, RepeatBeforeCycleAndCycleAgainstStoredStructures)
@@ -424,11 +433,12 @@ TEST_P(CardWindow, CommandKeysAndLineDeletion)
     key(Qt::Key_D, Qt::ControlModifier);
     EXPECT_EQ(card->SupPS()->rows(), 2);
 
-    // F5 turns the card into a new, empty one.
+    // F5 turns the card into a new, empty one: one empty line.
     card->adding = false;
     key(Qt::Key_F5);
     EXPECT_TRUE(card->adding);
-    EXPECT_EQ(card->SupPS()->rows(), 1);
+    EXPECT_EQ(card->SupPS()->rows(), 2);
+    EXPECT_EQ(cell(1, ColChildCode), QString());
     EXPECT_EQ(card->EdtcPSPCode()->text(), QString());
 
     // Alt+F4 closes without a question, whatever was typed.
@@ -438,6 +448,164 @@ TEST_P(CardWindow, CommandKeysAndLineDeletion)
     key(Qt::Key_F4, Qt::AltModifier);
     EXPECT_FALSE(card->isVisible());
     EXPECT_TRUE(prompter.shown.empty());
+}
+
+TEST_P(CardWindow, ChildPickIsJudgedAsTypedEvenWhenItEqualsTheTypedText)
+{
+    if (IsSkipped()) return;
+    open();
+    typeField(card->EdtcPSPCode(), QStringLiteral("P1"));
+    Grid* g = card->SupPS();
+    g->view()->setFocus();
+    addLine();
+    typeCell(1, ColChildCode, QStringLiteral("A3"));
+    typeCell(1, ColFree1, QStringLiteral("红色"));
+    ASSERT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
+
+    // "A2" typed in full and picked: the whole line is A2's (no free items), nothing half-done.
+    g->setRow(1);
+    g->setCol(ColChildCode);
+    g->view()->setFocus();
+    typeText(QStringLiteral("A2"));
+    chooser.pickCode = QStringLiteral("A2");
+    key(Qt::Key_F2);
+    EXPECT_FALSE(g->isEditing());
+    EXPECT_EQ(cell(1, ColChildCode), QStringLiteral("A2"));
+    EXPECT_EQ(cell(1, ColChildName), QStringLiteral("零件二"));
+    EXPECT_EQ(cell(1, ColFree1), QString());
+    EXPECT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
+
+    // A refused pick stays in the editor, like a refused typed code; the cell keeps its value.
+    typeText(QStringLiteral("P"));
+    chooser.pickCode = QStringLiteral("P1");  // the parent itself
+    key(Qt::Key_F2);
+    EXPECT_EQ(prompter.texts(), QStringList{QStringLiteral("产品重复出现，请修改！")});
+    ASSERT_TRUE(g->isEditing());
+    EXPECT_EQ(editorText(), QStringLiteral("P1"));
+    EXPECT_EQ(cell(1, ColChildCode), QStringLiteral("A2"));
+    key(Qt::Key_Escape);
+    EXPECT_EQ(cell(1, ColChildCode), QStringLiteral("A2"));
+    EXPECT_EQ(cell(1, ColChildName), QStringLiteral("零件二"));
+
+    // The same from the lookup of a cell not being typed: a second line picking A2 again.
+    prompter.clear();
+    g->setCol(ColQuantity);
+    typeCell(1, ColQuantity, QStringLiteral("1"));
+    typeCell(1, ColWarehouse, QStringLiteral("W2"));
+    addLine();
+    ASSERT_EQ(g->row(), 2);
+    g->setCol(ColChildCode);
+    chooser.pickCode = QStringLiteral("A2");
+    key(Qt::Key_F2);
+    EXPECT_EQ(prompter.texts(), QStringList{QStringLiteral("产品重复出现，请修改！")});
+    ASSERT_TRUE(g->isEditing());
+    EXPECT_EQ(editorText(), QStringLiteral("A2"));
+    EXPECT_EQ(cell(2, ColChildCode), QString());
+}
+
+TEST_P(CardWindow, NewCardOpensOnOneEmptyLineThatTabFromTheDepartmentEnters)
+{
+    if (IsSkipped()) return;
+    open();
+    Grid* g = card->SupPS();
+    ASSERT_EQ(g->rows(), 2);
+    typeField(card->EdtcPSPCode(), QStringLiteral("P1"), Qt::Key_Tab);
+    EXPECT_EQ(focus(), card->EdtcDepCode());
+    typeField(card->EdtcDepCode(), QStringLiteral("D2"), Qt::Key_Tab);
+    EXPECT_EQ(focus(), g->view());
+    EXPECT_EQ(g->row(), 1);
+    EXPECT_EQ(g->col(), int(ColChildCode));
+    // Typing goes straight into the line.
+    typeText(QStringLiteral("A2"));
+    key(Qt::Key_Tab);
+    EXPECT_EQ(cell(1, ColChildCode), QStringLiteral("A2"));
+    EXPECT_EQ(cell(1, ColChildName), QStringLiteral("零件二"));
+    typeCell(1, ColQuantity, QStringLiteral("2"));
+    typeCell(1, ColWarehouse, QStringLiteral("W2"));
+    ASSERT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
+
+    // A new empty last line is no line: the save writes one line and says nothing.
+    addLine();
+    ASSERT_EQ(g->rows(), 3);
+    key(Qt::Key_F6);
+    EXPECT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
+    auto rs =
+        db->openRecordset(QStringLiteral("select cPSCode from ProductStructures where cPSPCode=?"),
+                          RecordsetType::Snapshot, 0, {QStringLiteral("P1")});
+    EXPECT_EQ(rs->recordCount(), 1);
+
+    // A card whose only line is untouched has no line.
+    key(Qt::Key_F5);
+    ASSERT_EQ(g->rows(), 2);
+    card->EdtcPSPCode()->setText(QStringLiteral("X3"));
+    key(Qt::Key_F6);
+    EXPECT_EQ(prompter.texts(), QStringList{QStringLiteral("子产品未添加全，请修改！")});
+}
+
+TEST_P(CardWindow, RefusedSaveLeavesEveryCellAsTyped)
+{
+    if (IsSkipped()) return;
+    open();
+    typeField(card->EdtcPSPCode(), QStringLiteral("P1"));
+    card->SupPS()->view()->setFocus();
+    addLine();
+    typeCell(1, ColChildCode, QStringLiteral("A3"));
+    typeCell(1, ColPieces, QStringLiteral("1"));
+    typeCell(1, ColWarehouse, QStringLiteral("W2"));
+    // Lines as the card-filling routine brings them: a quantity not yet formatted, and a
+    // warehouse that is not (or no longer) in the master data.
+    card->appendLine({"A2", "", "", "", "", "", "", "", "", "1", "", "成品库"});
+    card->appendLine({"A1", "", "", "", "", "", "", "", "", "3", "", "W9"});
+    ASSERT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
+    Grid* g = card->SupPS();
+    QList<QStringList> before;
+    for (int r = 1; r < g->rows(); ++r) {
+        QStringList cells;
+        for (int c = 0; c < g->cols(); ++c) cells << g->textMatrix(r, c);
+        before << cells;
+    }
+    key(Qt::Key_F6);
+    EXPECT_EQ(prompter.texts(), QStringList{QStringLiteral("所填仓库不存在，请重新填写！")});
+    ASSERT_EQ(g->rows(), before.size() + 1);
+    for (int r = 1; r < g->rows(); ++r)
+        for (int c = 0; c < g->cols(); ++c)
+            EXPECT_EQ(g->textMatrix(r, c), before[r - 1][c]) << "row " << r << " column " << c;
+}
+
+TEST_P(CardWindow, F1OpensTheHelpAtTheCardsPart)
+{
+    if (IsSkipped()) return;
+    open();
+    // From a header field and from the grid (the viewer, once open, is raised again).
+    QTest::keyClick(card->EdtcPSPCode(), Qt::Key_F1);
+    QTest::keyClick(card->SupPS()->view(), Qt::Key_F1);
+    const auto viewers = card->findChildren<QDialog*>(QStringLiteral("QxHelpViewer"));
+    ASSERT_EQ(viewers.size(), 1);
+    auto* browser = viewers[0]->findChild<QTextBrowser*>(QStringLiteral("QxHelpBrowser"));
+    ASSERT_TRUE(browser);
+    EXPECT_EQ(browser->source().toString(), QStringLiteral("qrc:/help/31100033.html#card"));
+    EXPECT_TRUE(browser->toPlainText().contains(QStringLiteral("产品结构定义窗口")));
+}
+
+TEST_P(CardWindow, DepartmentLookupShowsItsFourColumns)
+{
+    if (IsSkipped()) return;
+    open();
+    // The real lookup dialog this time: its first row, read once it is up.
+    RefChooser::install(nullptr);
+    QStringList firstRow;
+    QTimer::singleShot(0, [&] {
+        QTest::qWaitFor([] { return qobject_cast<RefDialog*>(QApplication::activeModalWidget()); });
+        auto* dialog = qobject_cast<RefDialog*>(QApplication::activeModalWidget());
+        if (!dialog) return;
+        const QAbstractItemModel* m = dialog->table()->model();
+        for (int c = 0; c < m->columnCount(); ++c) firstRow << m->index(0, c).data().toString();
+        dialog->reject();
+    });
+    card->EdtcDepCode()->setFocus();
+    key(Qt::Key_F2);
+    RefChooser::install(&chooser);
+    EXPECT_EQ(firstRow, (QStringList{"D1", "一车间", "王五", "是"}));
 }
 
 QX_INSTANTIATE_BACKENDS(CardWindow);

@@ -58,7 +58,11 @@ struct RecordingHandler : GridEditHandler {
         left.push_back(row);
         return allowLeave;
     }
-    void referenceRequested(int row, int col) override { references.emplace_back(row, col); }
+    ReferencePick referenceRequested(int row, int col) override
+    {
+        references.emplace_back(row, col);
+        return {};
+    }
 };
 
 // Stands for a window: records the keys that reach it past the grid.
@@ -499,11 +503,13 @@ TEST_F(GridEditTest, F2WhileTypingLooksUpFromTheTypedText)
         Grid* g = nullptr;
         QString seen;
         QString pick;
-        void referenceRequested(int row, int col) override
+        ReferencePick referenceRequested(int row, int col) override
         {
             RecordingHandler::referenceRequested(row, col);
             seen = g->textMatrix(row, col);
-            if (!pick.isEmpty()) g->setTextMatrix(row, col, pick);
+            if (pick.isEmpty()) return {};
+            g->setTextMatrix(row, col, pick);
+            return ReferencePick::stored();
         }
     } peek;
     peek.g = grid;

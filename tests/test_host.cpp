@@ -6,13 +6,21 @@
 #include "platform/database.h"
 #include "platform/db_error.h"
 #include "platform/prompter.h"
+#include "platform/qt_translations.h"
 #include "support/company.h"
 
 #include <gtest/gtest.h>
 
+#include <QAbstractButton>
+#include <QApplication>
 #include <QDir>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMessageBox>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryDir>
+#include <QTranslator>
 
 using namespace qx;
 using qx::test::BackendTest;
@@ -33,6 +41,39 @@ DbErrorKind failureOf(const std::function<void()>& write)
 }  // namespace
 
 class HostTest : public BackendTest {};
+
+// Qt's own texts after the host's start-up loading: the buttons of the component's message boxes
+// and the edit fields' context menu read Chinese.
+TEST(QtTranslations, MessageBoxButtonsAndEditMenuReadChinese)
+{
+    test::ensureApplication();
+    QTranslator* zh = installQtTranslations(*qApp);
+    ASSERT_NE(zh, nullptr) << "qtbase_zh_CN.qm (qt6-translations-l10n) did not load";
+    // "是(&Y)" shows as 是 with Y as its key.
+    const auto shown = [](const QString& text) {
+        return QString(text).remove(QRegularExpression(QStringLiteral("\\(&.\\)"))).remove('&');
+    };
+    QMessageBox ask(QMessageBox::Question, QStringLiteral("提示！"),
+                    QStringLiteral("确实要删去该子产品吗？"), QMessageBox::Yes | QMessageBox::No);
+    EXPECT_EQ(shown(ask.button(QMessageBox::Yes)->text()), QStringLiteral("是"));
+    EXPECT_EQ(shown(ask.button(QMessageBox::No)->text()), QStringLiteral("否"));
+    QMessageBox tell(QMessageBox::Information, QStringLiteral("提示！"),
+                     QStringLiteral("子产品未添加全，请修改！"), QMessageBox::Ok);
+    EXPECT_EQ(shown(tell.button(QMessageBox::Ok)->text()), QStringLiteral("确定"));
+    QLineEdit edit(QStringLiteral("P1"));
+    std::unique_ptr<QMenu> menu(edit.createStandardContextMenu());
+    QStringList entries;
+    for (QAction* a : menu->actions())
+        if (!a->isSeparator()) entries << shown(a->text()).section(QLatin1Char('\t'), 0, 0);
+    EXPECT_TRUE(entries.contains(QStringLiteral("复制"))) << entries.join(' ').toStdString();
+    EXPECT_TRUE(entries.contains(QStringLiteral("粘贴"))) << entries.join(' ').toStdString();
+    if (qEnvironmentVariableIsSet("QX_MSGBOX_PNG")) {
+        ask.show();
+        ask.grab().save(qEnvironmentVariable("QX_MSGBOX_PNG"));
+    }
+    QCoreApplication::removeTranslator(zh);
+    delete zh;
+}
 
 TEST_P(HostTest, InitOpensDynasetsOrSnapshotsAndKeepsTheHostsValues)
 {
@@ -285,6 +326,10 @@ TEST_P(HostExecutable, DemoThenVerifyAndCheckCycleAnswerByExitStatus)
     EXPECT_EQ(allowed.exitCode, 0) << allowed.err.toStdString();
     EXPECT_EQ(allowed.out.trimmed(), "允许：0407 可作为 0101 的子项");
     EXPECT_EQ(run({"check-cycle", db, "0101", "0101"}).exitCode, 1);
+    // A product under itself in other letter case: refused, as the card refuses it.
+    Run himself = run({"check-cycle", db, "a1", "A1"});
+    EXPECT_EQ(himself.exitCode, 1) << himself.out.toStdString();
+    EXPECT_EQ(himself.out.trimmed(), "循环：A1 放在 a1 之下会出现循环调用");
     EXPECT_EQ(run({"check-cycle", db, "0407", "x' or '1'='1"}).exitCode, 0);
 
     // Damage it through a connection of our own: a line to a vanished item.

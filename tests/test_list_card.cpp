@@ -274,7 +274,9 @@ TEST_P(ListCardTest, AddOpensAnEmptyCardWithoutALock)
     ASSERT_EQ(seen.shown, 1);
     EXPECT_TRUE(seen.adding);
     EXPECT_EQ(seen.parentCode, QString());
-    EXPECT_TRUE(seen.lines.empty());
+    // One empty line to type into.
+    ASSERT_EQ(seen.lines.size(), 1u);
+    EXPECT_EQ(seen.lines[0].join(QString()), QString());
     EXPECT_EQ(seen.lockRowsWhileOpen, 0);
 }
 

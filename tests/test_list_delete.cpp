@@ -8,6 +8,7 @@
 
 #include <QCoreApplication>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QLineEdit>
 #include <QTableView>
 
@@ -85,10 +86,12 @@ TEST_P(ListDelete, OnlyParentDeletedLeavesBothGridsWithTheirHeaderOnly)
     db->execute(QStringLiteral("delete from ProductStructure where cPSPCode<>?"), {QStringLiteral("P1")});
     openWindow();
     ASSERT_EQ(window->SupPS1()->rows(), 2);
+    ASSERT_TRUE(window->Label2()->text().contains(QStringLiteral("P1")));
     prompter.answers = {true};
     deleteParent(QStringLiteral("P1"));
     EXPECT_EQ(window->SupPS1()->rows(), 1);
     EXPECT_EQ(window->SupPS2()->rows(), 1);
+    EXPECT_EQ(window->Label2()->text(), QString()) << "no parent is left to name";
     EXPECT_EQ(countRows(*db, QStringLiteral("select count(*) from ProductStructure")), 0);
     EXPECT_EQ(countRows(*db, QStringLiteral("select count(*) from ProductStructures")), 0);
     // With the header row only, delete does nothing at all (no question, no lock).

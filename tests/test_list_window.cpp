@@ -429,6 +429,30 @@ TEST_P(ListWindowTest, HeaderClickSortsTheGrids)
     EXPECT_EQ(column(*w->SupPS2(), 10), (QStringList{"", "0.125", "3."}));
 }
 
+TEST_P(ListWindowTest, HeadingClickSortsNumbersAsNumbersWhileTheFillSortsTexts)
+{
+    fillCompany(*db);
+    for (const char* code : {"9", "100", "10"}) {
+        const QString c = QString::fromLatin1(code);
+        insertItem(*db, c, QStringLiteral("件") + c, QString(), {}, kNull, 1.0);
+        db->execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"),
+                    {c, QStringLiteral("D1")});
+        insertLine(*db, c, QStringLiteral("C2"), 1.0, kNull, QStringLiteral("W1"),
+                   QStringLiteral("D1"));
+        insertLine(*db, QStringLiteral("P2"), c, 1.0, kNull, QStringLiteral("W1"),
+                   QStringLiteral("D1"));
+    }
+    auto w = open(false, true);
+    EXPECT_EQ(column(*w->SupPS1(), 0), (QStringList{"10", "100", "9", "B1", "P1", "P2"}));
+    emit w->SupPS1()->mousePressed(0, 0, Qt::LeftButton);
+    EXPECT_EQ(column(*w->SupPS1(), 0), (QStringList{"9", "10", "100", "B1", "P1", "P2"}));
+
+    w->Ffliter(QStringLiteral("P2"));
+    EXPECT_EQ(column(*w->SupPS2(), 0), (QStringList{"10", "100", "9", "C1"}));
+    emit w->SupPS2()->mousePressed(0, 0, Qt::LeftButton);
+    EXPECT_EQ(column(*w->SupPS2(), 0), (QStringList{"9", "10", "100", "C1"}));
+}
+
 TEST_P(ListWindowTest, EmptyCompanyShowsHeadersOnlyAndRefusesPrintingWithoutData)
 {
     auto w = open(false, true);

@@ -16,7 +16,30 @@
 #include <QToolBar>
 #include <QToolButton>
 
+#include <vector>
+
 namespace qx {
+
+namespace {
+
+// The line cells as they stand, to be put back after a refused save.
+std::vector<std::vector<QString>> cellsOf(const Grid& grid)
+{
+    std::vector<std::vector<QString>> cells(static_cast<size_t>(grid.rows()));
+    for (int r = 1; r < grid.rows(); ++r)
+        for (int c = 0; c < grid.cols(); ++c) cells[r].push_back(grid.textMatrix(r, c));
+    return cells;
+}
+
+void putBack(Grid& grid, const std::vector<std::vector<QString>>& cells)
+{
+    if (static_cast<int>(cells.size()) != grid.rows()) return;
+    for (int r = 1; r < grid.rows(); ++r)
+        for (int c = 0; c < grid.cols() && c < static_cast<int>(cells[r].size()); ++c)
+            if (grid.textMatrix(r, c) != cells[r][c]) grid.setTextMatrix(r, c, cells[r][c]);
+}
+
+}  // namespace
 
 void FrmProStru::createActions()
 {
@@ -100,7 +123,14 @@ void FrmProStru::save()
     req.lineRows = childRows_ ? childRows_ : ownChildRows_.get();
     req.lockComputer = adding ? QString() : ctx_.ComputerName;
 
-    if (!saveStructure(lookups(), *lines_, req)) return;
+    // The save judges every line as the second pass does, which reformats numbers and empties
+    // an unknown warehouse: a refused save puts back exactly what was typed.
+    const auto typed = cellsOf(*grid_);
+    EnteredLines entered(*lines_);
+    if (!saveStructure(lookups(), entered, req)) {
+        putBack(*grid_, typed);
+        return;
+    }
 
     // The structure now exists: its code is fixed and saving again waits for the next ButAdd.
     adding = false;
@@ -114,13 +144,14 @@ void FrmProStru::addMore()
     adding = true;
     if (QAction* a = action(QStringLiteral("ButSave"))) a->setEnabled(true);
     setParentCodeAvailable(true);
-    // The clearing routine: an empty header and no line.
+    // The clearing routine: an empty header and one empty line to type into.
     edtParent_->clear();
     edtName1_->clear();
     edtDep_->clear();
     edtName2_->clear();
     grid_->cancelEdit();
     clearLines();
+    grid_->addRow();
     parentAccepted_ = departmentAccepted_ = true;
     edtParent_->setFocus();
 }
@@ -128,14 +159,17 @@ void FrmProStru::addMore()
 void FrmProStru::addLine()
 {
     const int current = grid_->row();
-    if (current >= 1 && current < grid_->rows()) {
+    const int last = grid_->rows() - 1;
+    // An untouched empty last line is already the new line: the command goes there.
+    const bool lastIsNew = last >= 1 && lineUntouched(*lines_, last);
+    if (current >= 1 && current < grid_->rows() && !(lastIsNew && current == last)) {
         if (lineUnfinished(*lines_, current)) {
             inform(text::kLineUnfinished);
             return;
         }
         if (!rowLeaving(current)) return;
     }
-    grid_->addRow();
+    if (!lastIsNew) grid_->addRow();
     const int row = grid_->rows() - 1;
     grid_->setRow(row);
     grid_->setCol(ColChildCode);

@@ -8,6 +8,7 @@
 #include "platform/database.h"
 #include "platform/prompter.h"
 #include "platform/ref_dialog.h"
+#include "print/help_page.h"
 #include "shared/cls_ref.h"
 #include "shared/code_to_name.h"
 #include "shared/list_context.h"
@@ -40,6 +41,12 @@ QStringList warehouseCaptions()
 {
     return {text::kRefWhCode, text::kRefWhName, text::kRefWhStyle, text::kRefWhDept};
 }
+// The department lookup lists the card's departments (end-level ones) with their four columns.
+const QString kDepartmentRefSql = QStringLiteral(
+    "select department.cDepCode,department.cDepName,department.cdepperson,"
+    "cast(? as varchar(4)) as bDepEnd from department where bDepEnd=1");
+// The card's part of the help page.
+const QString kHelpAnchor = QStringLiteral("card");
 }  // namespace
 
 FrmProStru::FrmProStru(ListContext& ctx, QWidget* parent) : QDialog(parent), ctx_(ctx)
@@ -55,6 +62,8 @@ FrmProStru::FrmProStru(ListContext& ctx, QWidget* parent) : QDialog(parent), ctx
     openRecordsets();
     setWindowTitle(ctx_.sProStru + text::kDefine);
     grid_->setColWidth(ColHidden, kHiddenWidth);
+    // A new card opens with one empty line to type into.
+    grid_->addRow();
 
     attachReferenceHandlers();
     // The card sees every key before its controls (F2, F5, F6, Ctrl+I, Ctrl+D, Alt+F4).
@@ -177,6 +186,12 @@ void FrmProStru::openRecordsets()
     if (inventory_) inventoryRows_ = indexItemRows(*inventory_);
     department_ = open(kDepartmentListSql);
     warehouse_ = open(kWarehouseListSql);
+    try {
+        departmentRef_ =
+            db->openRecordset(kDepartmentRefSql, RecordsetType::Snapshot, 0, {text::kYes});
+    } catch (const DbError&) {
+        departmentRef_.reset();
+    }
 }
 
 void FrmProStru::attachReferenceHandlers()
@@ -255,6 +270,7 @@ void FrmProStru::clearLines()
 
 void FrmProStru::appendLine(const QStringList& cells)
 {
+    if (grid_->rows() == 2 && lineUntouched(*lines_, 1)) clearLines();
     std::vector<QString> row(kLineColumnCount);
     for (int c = 0; c <= ColPlannedPrice && c < cells.size(); ++c) row[c] = cells[c];
     grid_->appendRow(std::move(row));
@@ -323,11 +339,17 @@ void FrmProStru::lookUpParent()
 
 void FrmProStru::lookUpDepartment()
 {
-    if (!department_) return;
+    Recordset* rs = departmentRef_ ? departmentRef_.get() : department_.get();
+    if (!rs) return;
     if (RefChooser::current().choose(
-            *department_, text::kRefDept,
+            *rs, text::kRefDept,
             {text::kRefDeptCode, text::kRefDeptName, text::kRefDeptHead, text::kRefDeptEnd}, this))
-        ref_->Ref2_Selected(*department_);
+        ref_->Ref2_Selected(*rs);
+}
+
+void FrmProStru::showHelp()
+{
+    print::showHelp(this, print::kHelpContext, kHelpAnchor);
 }
 
 // ---- keys and focus ----------------------------------------------------------------------
@@ -373,6 +395,9 @@ bool FrmProStru::handleKey(QObject* watched, QKeyEvent* key)
                 return false;  // the grid asks for its cell's reference itself, typed text included
             }
             return true;
+        case Qt::Key_F1:
+            showHelp();
+            return true;
         case Qt::Key_F5:
             dispatch(QStringLiteral("ButAdd"));
             return true;
@@ -412,7 +437,7 @@ bool FrmProStru::handleKey(QObject* watched, QKeyEvent* key)
         }
         if (watched == edtDep_) {
             departmentAccepted_ = checkDepartment();
-            if (k == Qt::Key_Tab && departmentAccepted_) return false;  // Tab goes on to the grid
+            if (k == Qt::Key_Tab && departmentAccepted_) enterLines();
             return true;
         }
     }
@@ -457,6 +482,8 @@ bool FrmProStru::validateEdit(int row, int col, QString& text)
 bool FrmProStru::rowLeaving(int row)
 {
     if (row < 1 || row >= grid_->rows() || !editable_) return true;
+    // An untouched empty last line is not a line yet: there is nothing to judge.
+    if (row == grid_->rows() - 1 && lineUntouched(*lines_, row)) return true;
     const Verdict v = validateLine(lookups(), *lines_, edtParent_->text(), row);
     if (!v) {
         validating_ = false;
@@ -470,28 +497,43 @@ void FrmProStru::childPicked(const QString& code)
 {
     const int row = grid_->row();
     if (row < 1) return;
-    // The picked code is checked exactly as if it had been typed.
+    // The picked code is checked exactly as if it had been typed; a refused one stays in the
+    // cell's editor for correction.
     QString text = code;
-    if (validateEdit(row, ColChildCode, text)) grid_->setTextMatrix(row, ColChildCode, text);
+    if (validateEdit(row, ColChildCode, text)) {
+        grid_->setTextMatrix(row, ColChildCode, text);
+        childPick_ = ReferencePick::stored();
+    } else {
+        childPick_ = ReferencePick::refused(code);
+    }
 }
 
-void FrmProStru::referenceRequested(int row, int col)
+void FrmProStru::enterLines()
 {
-    if (row < 1 || !editable_ || cellLocked(row, col)) return;
+    if (grid_->rows() < 2) grid_->addRow();
+    if (grid_->row() < 1) grid_->setRow(1);
+    grid_->setCol(ColChildCode);
+    grid_->view()->setFocus(Qt::TabFocusReason);
+}
+
+ReferencePick FrmProStru::referenceRequested(int row, int col)
+{
+    if (row < 1 || !editable_ || cellLocked(row, col)) return {};
     RefChooser& chooser = RefChooser::current();
     Database* db = ctx_.dbase;
     switch (col) {
         case ColChildCode: {
-            if (!db) return;
+            if (!db) return {};
             const QString typed = grid_->textMatrix(row, ColChildCode);
             auto rs =
                 typed.isEmpty()
                     ? db->openRecordset(kCardInventorySql, RecordsetType::Snapshot)
                     : db->openRecordset(kCardInventorySql + kInventoryPrefixFilter,
                                         RecordsetType::Snapshot, 0, {typed + QLatin1Char('%')});
-            if (chooser.choose(*rs, text::kRefChild, productCaptions(), this))
-                ref_->Ref3_Selected(*rs);
-            break;
+            if (!chooser.choose(*rs, text::kRefChild, productCaptions(), this)) return {};
+            childPick_ = {};
+            ref_->Ref3_Selected(*rs);
+            return childPick_;
         }
         case ColFree1:
         case ColFree2: {
@@ -502,35 +544,44 @@ void FrmProStru::referenceRequested(int row, int col)
                     ref_->Refnew1_Selected(*rs);
                 else
                     ref_->Refnew2_Selected(*rs);
+                return ReferencePick::stored();
             }
-            break;
+            return {};
         }
         case ColWarehouse:
             if (warehouse_ &&
-                chooser.choose(*warehouse_, text::kRefWarehouse, warehouseCaptions(), this))
+                chooser.choose(*warehouse_, text::kRefWarehouse, warehouseCaptions(), this)) {
                 ref_->Ref4_Selected(*warehouse_);
-            break;
+                return ReferencePick::stored();
+            }
+            return {};
         case ColPerson:
             if (ctx_.RecPer && chooser.choose(*ctx_.RecPer, text::kRefPerson,
                                               {text::kRefPersonCode, text::kRefPersonName,
                                                text::kRefPersonDeptCode, text::kRefPersonDeptName},
-                                              this))
+                                              this)) {
                 ref_->Refnew4_Selected(*ctx_.RecPer);
-            break;
+                return ReferencePick::stored();
+            }
+            return {};
         case ColDept:
             if (ctx_.RecDep && chooser.choose(*ctx_.RecDep, text::kRefUseDept,
-                                              {text::kRefDeptCode, text::kRefDeptName}, this))
+                                              {text::kRefDeptCode, text::kRefDeptName}, this)) {
                 ref_->Refnew3_Selected(*ctx_.RecDep);
-            break;
+                return ReferencePick::stored();
+            }
+            return {};
         case ColOperation:
             if (ctx_.RecCa && chooser.choose(*ctx_.RecCa, text::kRefOperation,
                                              {text::kRefOperationCode, text::kRefOperationName,
                                               text::kRefPersonDeptCode},
-                                             this))
+                                             this)) {
                 ref_->Refnew5_Selected(*ctx_.RecCa);
-            break;
+                return ReferencePick::stored();
+            }
+            return {};
         default:
-            break;
+            return {};
     }
 }
 

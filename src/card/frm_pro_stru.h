@@ -62,7 +62,9 @@ public:
     void setHeader(const QString& parentCode, const QString& parentName, const QString& department,
                    const QString& spec);
     void setParentCodeAvailable(bool on);
+    // No line at all (the card-filling routine then appends the structure's lines).
     void clearLines();
+    // Appends a line; the untouched empty line of a new card gives way to the first one.
     void appendLine(const QStringList& cells);
 
     // false: viewing only (no save, no add, no line commands, nothing can be typed).
@@ -118,7 +120,7 @@ private:
     bool cellLocked(int row, int col) override;
     bool validateEdit(int row, int col, QString& text) override;
     bool rowLeaving(int row) override;
-    void referenceRequested(int row, int col) override;
+    ReferencePick referenceRequested(int row, int col) override;
 
     void createActions();
     void buildHeader();
@@ -127,6 +129,9 @@ private:
     void attachReferenceHandlers();
     bool handleKey(QObject* watched, QKeyEvent* key);
     void childPicked(const QString& code);
+    // Tab from the department: into the child-code cell of the current (or first) line.
+    void enterLines();
+    void showHelp();
 
     // Commands
     void save();
@@ -140,6 +145,7 @@ private:
     std::unique_ptr<Recordset> inventory_;
     QHash<QString, int> inventoryRows_;  // rows of inventory_ by code
     std::unique_ptr<Recordset> department_;
+    std::unique_ptr<Recordset> departmentRef_;  // the department lookup's four columns
     std::unique_ptr<Recordset> warehouse_;
     std::unique_ptr<Recordset> ownParentRows_;
     std::unique_ptr<Recordset> ownChildRows_;
@@ -152,6 +158,7 @@ private:
     bool validating_ = true;
     bool editable_ = true;
     bool movingToDepartment_ = false;
+    ReferencePick childPick_;  // what became of the last child-code pick
 
     QToolBar* tlbPS_ = nullptr;
     QLineEdit* edtParent_ = nullptr;

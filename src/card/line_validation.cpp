@@ -165,6 +165,19 @@ bool lineUnfinished(const LineGrid& lines, int row)
            lines.cell(row, ColWarehouse).isEmpty();
 }
 
+bool lineUntouched(const LineGrid& lines, int row)
+{
+    for (int col = ColChildCode; col <= ColPlannedPrice; ++col)
+        if (!lines.cell(row, col).isEmpty()) return false;
+    return true;
+}
+
+int EnteredLines::rows() const
+{
+    const int n = lines_.rows();
+    return n >= 2 && lineUntouched(lines_, n - 1) ? n - 1 : n;
+}
+
 Verdict checkChildCode(const CardLookups& lk, const LineGrid& lines, const QString& parentCode,
                        int row, const QString& code, const WholeCard& whole)
 {

@@ -5,13 +5,13 @@
 // grid and lines in memory are judged alike.
 
 #include "card/card_lookups.h"
+#include "shared/line_grid.h"
 
 #include <QHash>
 #include <QString>
 
 namespace qx {
 
-class LineGrid;
 struct Ancestors;
 
 // What a save knows once for all its lines: the parent's stored ancestors, and how often each
@@ -45,5 +45,22 @@ Verdict checkChildCode(const CardLookups& lk, const LineGrid& lines, const QStri
 
 // Is the line missing its child code, standard quantity or warehouse?
 bool lineUnfinished(const LineGrid& lines, int row);
+
+// Is every cell of the line empty? The card's last line, while untouched, is a place to type
+// the next line in, not a line of the structure.
+bool lineUntouched(const LineGrid& lines, int row);
+
+// The lines of a card without an untouched empty last line: what a save writes.
+class EnteredLines : public LineGrid {
+public:
+    explicit EnteredLines(LineGrid& lines) : lines_(lines) {}
+    int rows() const override;
+    QString cell(int row, int col) const override { return lines_.cell(row, col); }
+    void setCell(int row, int col, const QString& text) override { lines_.setCell(row, col, text); }
+    int currentRow() const override { return lines_.currentRow(); }
+
+private:
+    LineGrid& lines_;
+};
 
 }  // namespace qx

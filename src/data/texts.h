@@ -179,6 +179,7 @@ inline const QString kRefDeptCode = QStringLiteral("部门编码");
 inline const QString kRefDeptName = QStringLiteral("部门名称");
 inline const QString kRefDeptHead = QStringLiteral("负责人");
 inline const QString kRefDeptEnd = QStringLiteral("是否末级");
+inline const QString kYes = QStringLiteral("是");
 inline const QString kRefWarehouse = QStringLiteral("仓库");
 inline const QString kRefWhCode = QStringLiteral("仓库编码");
 inline const QString kRefWhName = QStringLiteral("仓库名称");

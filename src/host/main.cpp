@@ -12,6 +12,7 @@
 #include "host/qxprostru.h"
 #include "platform/database.h"
 #include "platform/db_error.h"
+#include "platform/qt_translations.h"
 
 #include <QApplication>
 #include <QCoreApplication>
@@ -82,8 +83,9 @@ int runCheckCycle(const CommandLine& cmd)
 {
     auto db = openExisting(cmd.database);
     // The routine leaves a child equal to its parent to its callers; a placement of a product
-    // under itself is a loop all the same.
-    const bool allowed = cmd.parent != cmd.child && qx::CheckCycle(cmd.parent, cmd.child, *db);
+    // under itself is a loop all the same, whatever the letter case (as the card judges it).
+    const bool allowed = cmd.parent.compare(cmd.child, Qt::CaseInsensitive) != 0 &&
+                         qx::CheckCycle(cmd.parent, cmd.child, *db);
     say(allowed ? qx::text::placementAllowed(cmd.parent, cmd.child)
                 : qx::text::placementCycle(cmd.parent, cmd.child));
     return allowed ? kOk : kRefused;
@@ -166,6 +168,8 @@ int main(int argc, char** argv)
         app = std::make_unique<QApplication>(argc, argv);
     else
         app = std::make_unique<QCoreApplication>(argc, argv);
+    // Qt's own texts (buttons, dialogs, context menus) in Chinese like everything else.
+    qx::installQtTranslations(*app);
 
     try {
         switch (cmd.job) {

@@ -8,6 +8,8 @@
 #include "platform/grid.h"
 #include "platform/prompter.h"
 
+#include <QLabel>
+
 namespace qx {
 
 namespace {
@@ -110,6 +112,7 @@ void FrmPS::FDelete()
             // The grids follow the deletion without a reload.
             if (supPS1_->rows() == 2) {
                 supPS1_->setRows(1);
+                label2_->clear();  // no parent left to name
             } else {
                 supPS1_->removeRow(row);
                 supPS1_->setRow(std::min(row, supPS1_->rows() - 1));

@@ -273,7 +273,7 @@ void FrmPS::onParentRowChanged(int)
 void FrmPS::onParentPressed(int row, int col, Qt::MouseButton)
 {
     if (row != 0 || col < ParentColCode || col > ParentColSpec) return;
-    supPS1_->sortByColumn(col);
+    supPS1_->sortByColumn(col, SortKind::Generic);
     // The lines shown follow the parent now under the selection.
     if (supPS1_->rows() >= 2 && supPS1_->row() >= 1) selectParentRow(supPS1_->row());
 }
@@ -281,7 +281,7 @@ void FrmPS::onParentPressed(int row, int col, Qt::MouseButton)
 void FrmPS::onChildPressed(int row, int col, Qt::MouseButton)
 {
     if (row != 0 || col < ColChildCode || col > ColFree2) return;
-    supPS2_->sortByColumn(col);
+    supPS2_->sortByColumn(col, SortKind::Generic);
 }
 
 void FrmPS::onChildDoubleClicked(int, int)

@@ -307,18 +307,18 @@ void Grid::cancelEdit()
     d->view->cancelEditor();
 }
 
-void Grid::sortByColumn(int col)
+void Grid::sortByColumn(int col, SortKind kind)
 {
-    sortByColumns(col, col);
+    sortByColumns(col, col, kind);
 }
 
-void Grid::sortByColumns(int first, int last)
+void Grid::sortByColumns(int first, int last, SortKind kind)
 {
     d->view->cancelEditor();
     const QModelIndex cur = d->view->currentIndex();
     const int oldRow = cur.isValid() ? cur.row() : -1;
     const int oldCol = cur.isValid() ? cur.column() : 0;
-    const std::vector<int> newPos = d->model->sortByColumns(first, last);
+    const std::vector<int> newPos = d->model->sortByColumns(first, last, kind);
     if (oldRow < 0 || oldRow >= static_cast<int>(newPos.size())) return;
     // The current row follows its record; the window hears of it only when its place changed.
     const int newRow = newPos[static_cast<size_t>(oldRow)];

@@ -16,8 +16,26 @@ int pixelsToTwips(int pixels, const QWidget* w = nullptr);
 
 enum class ColumnKind { Text = 1, Number = 4 };
 
+// Text: by the cell texts, case-sensitive (10 before 9). Generic: numbers as numbers (9 before
+// 10, numbers before other texts), other texts as texts.
+enum class SortKind { Text, Generic };
+
 // Alignment codes of the grid: 1 left-centre, 4 centre-centre, 7 right-centre; 0 left-top.
 enum class CellAlignment { LeftTop = 0, LeftCenter = 1, CenterCenter = 4, RightCenter = 7 };
+
+// What became of a cell's reference (lookup).
+struct ReferencePick {
+    enum class Outcome {
+        Nothing,  // nothing picked: the cell is as it was
+        Stored,   // the pick was accepted and written
+        Refused,  // the pick was refused like a typed value: it stays in the cell's editor
+    };
+    Outcome outcome = Outcome::Nothing;
+    QString text;  // Refused: the picked text
+
+    static ReferencePick stored() { return {Outcome::Stored, {}}; }
+    static ReferencePick refused(const QString& text) { return {Outcome::Refused, text}; }
+};
 
 // The card answers these while the user edits cells.
 class GridEditHandler {
@@ -30,8 +48,9 @@ public:
     virtual bool validateEdit(int row, int col, QString& text) = 0;
     // Before the current row changes to another row (the whole-line pass); false keeps the row.
     virtual bool rowLeaving(int row) = 0;
-    // The cell's reference button or F2 on a cell.
-    virtual void referenceRequested(int row, int col) = 0;
+    // The cell's reference button or F2 on a cell. While the cell is being typed, the cell holds
+    // the typed text during the request.
+    virtual ReferencePick referenceRequested(int row, int col) = 0;
 };
 
 // A grid as the windows use it: row 0 is the heading row (shown as the column headers), rows
@@ -86,10 +105,10 @@ public:
     bool finishEdit();
     void cancelEdit();               // leaves edit mode; the cell keeps its value
 
-    // Sorts the data rows by the texts of column col, ascending, case-sensitive.
-    void sortByColumn(int col);
+    // Sorts the data rows by column col, ascending.
+    void sortByColumn(int col, SortKind kind = SortKind::Text);
     // Sorts by columns first..last as one key (the parent grid's fill).
-    void sortByColumns(int first, int last);
+    void sortByColumns(int first, int last, SortKind kind = SortKind::Text);
 
     void setHeaderToolTip(const QString& text);  // shown over the heading row only
 

@@ -1,6 +1,7 @@
 #include "platform/grid_model.h"
 
 #include <algorithm>
+#include <cmath>
 #include <numeric>
 
 namespace qx {
@@ -174,7 +175,25 @@ void GridModel::removeDataRow(int dataRow)
     endRemoveRows();
 }
 
-std::vector<int> GridModel::sortByColumns(int first, int last)
+namespace {
+
+// A cell as the generic sort sees it: a number when the whole text reads as one.
+struct SortKey {
+    bool isNumber = false;
+    double number = 0;
+    const QString* text = nullptr;
+};
+
+int compareKeys(const SortKey& a, const SortKey& b)
+{
+    if (a.isNumber != b.isNumber) return a.isNumber ? -1 : 1;
+    if (a.isNumber && a.number != b.number) return a.number < b.number ? -1 : 1;
+    return QString::compare(*a.text, *b.text, Qt::CaseSensitive);
+}
+
+}  // namespace
+
+std::vector<int> GridModel::sortByColumns(int first, int last, SortKind kind)
 {
     flush();
     const int n = dataRows();
@@ -183,15 +202,28 @@ std::vector<int> GridModel::sortByColumns(int first, int last)
     first = std::max(0, first);
     last = std::min(cols() - 1, last);
     if (n > 1 && first <= last) {
-        auto cellOf = [this](int row, int col) -> const QString* {
+        static const QString empty;
+        const int width = last - first + 1;
+        // The keys are read once, not at every comparison.
+        std::vector<SortKey> keys(static_cast<size_t>(n) * static_cast<size_t>(width));
+        for (int row = 0; row < n; ++row) {
             const GridRow& r = rows_[static_cast<size_t>(row)];
-            static const QString empty;
-            return static_cast<size_t>(col) < r.cells.size() ? &r.cells[static_cast<size_t>(col)]
-                                                             : &empty;
-        };
-        std::stable_sort(order.begin(), order.end(), [&](int a, int b) {
             for (int c = first; c <= last; ++c) {
-                const int cmp = QString::compare(*cellOf(a, c), *cellOf(b, c), Qt::CaseSensitive);
+                SortKey& k = keys[static_cast<size_t>(row) * width + (c - first)];
+                k.text = static_cast<size_t>(c) < r.cells.size() ? &r.cells[static_cast<size_t>(c)]
+                                                                 : &empty;
+                if (kind == SortKind::Generic) {
+                    bool ok = false;
+                    k.number = k.text->trimmed().toDouble(&ok);
+                    k.isNumber = ok && std::isfinite(k.number);
+                }
+            }
+        }
+        std::stable_sort(order.begin(), order.end(), [&](int a, int b) {
+            const SortKey* ka = &keys[static_cast<size_t>(a) * width];
+            const SortKey* kb = &keys[static_cast<size_t>(b) * width];
+            for (int c = 0; c < width; ++c) {
+                const int cmp = compareKeys(ka[c], kb[c]);
                 if (cmp != 0) return cmp < 0;
             }
             return false;

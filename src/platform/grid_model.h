@@ -58,9 +58,10 @@ public:
     void flush();
 
     void removeDataRow(int dataRow);
-    // Stable, case-sensitive ascending sort on the texts of columns first..last; returns the
-    // new position of each old row (old -> new).
-    std::vector<int> sortByColumns(int first, int last);
+    // Stable ascending sort on columns first..last; returns the new position of each old row
+    // (old -> new). Text: case-sensitive on the texts. Generic: cells that read as numbers
+    // compare as numbers and come before the others, which compare as texts.
+    std::vector<int> sortByColumns(int first, int last, SortKind kind = SortKind::Text);
 
     GridColumn& column(int col) { return columns_[static_cast<size_t>(col)]; }
     const GridColumn& column(int col) const { return columns_[static_cast<size_t>(col)]; }

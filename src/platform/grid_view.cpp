@@ -301,11 +301,19 @@ void GridView::moveAcross(int step)
     moveTo(model_->index(row, col));
 }
 
+ReferencePick GridView::askReference(const QModelIndex& index)
+{
+    if (!handler_ || !index.isValid() || !model_->editable()) return {};
+    if (handler_->cellLocked(index.row() + 1, index.column())) return {};
+    return handler_->referenceRequested(index.row() + 1, index.column());
+}
+
 void GridView::requestReference(const QModelIndex& index)
 {
-    if (!handler_ || !index.isValid() || !model_->editable()) return;
-    if (handler_->cellLocked(index.row() + 1, index.column())) return;
-    handler_->referenceRequested(index.row() + 1, index.column());
+    const QPersistentModelIndex idx = index;
+    const ReferencePick pick = askReference(index);
+    if (pick.outcome == ReferencePick::Outcome::Refused && idx.isValid())
+        openEditor(idx, &pick.text);
 }
 
 bool GridView::editorKey(QKeyEvent* e)
@@ -339,17 +347,18 @@ bool GridView::editorKey(QKeyEvent* e)
         }
         case Qt::Key_F2: {
             if (!handler_) return true;
-            // The lookup starts from what was typed; when nothing is picked, the typing goes on.
-            const QModelIndex idx = editIndex_;
+            // The lookup starts from what was typed. A pick is judged as if typed, even when it
+            // equals the typed text; when nothing is picked, the typing goes on; a refused pick
+            // stays in the editor. Either way the cell keeps its old value until a pick is stored.
+            const QPersistentModelIndex idx = editIndex_;
             const QString typed = editor_->text();
             const QString old = model_->text(idx.row(), idx.column());
             model_->setText(idx.row(), idx.column(), typed);
             closeOpenEditor();
-            requestReference(idx);
-            if (idx.isValid() && typed != old && model_->text(idx.row(), idx.column()) == typed) {
-                model_->setText(idx.row(), idx.column(), old);
-                openEditor(idx, &typed);
-            }
+            const ReferencePick pick = askReference(idx);
+            if (!idx.isValid() || pick.outcome == ReferencePick::Outcome::Stored) return true;
+            model_->setText(idx.row(), idx.column(), old);
+            openEditor(idx, pick.outcome == ReferencePick::Outcome::Refused ? &pick.text : &typed);
             return true;
         }
         default:

@@ -52,6 +52,7 @@ public:
     // Moves to the next (or previous) visible cell, wrapping to the next row.
     void moveAcross(int step);
     void moveTo(const QModelIndex& target);
+    // Asks the handler for the cell's reference; a refused pick opens the editor on it.
     void requestReference(const QModelIndex& index);
     // The "..." button's place in the current cell of a button column (empty when none).
     QRect buttonRect(const QModelIndex& index) const;
@@ -74,6 +75,7 @@ protected:
 
 private:
     void closeOpenEditor();
+    ReferencePick askReference(const QModelIndex& index);
     bool editorKey(QKeyEvent* e);
 
     GridModel* model_;

@@ -13,12 +13,14 @@ namespace {
 const QString kViewerName = QStringLiteral("QxHelpViewer");
 }
 
-QString helpPageUrl(int context)
+QString helpPageUrl(int context, const QString& anchor)
 {
-    return QStringLiteral("qrc:/help/") + QString::number(context) + QStringLiteral(".html");
+    QString url = QStringLiteral("qrc:/help/") + QString::number(context) + QStringLiteral(".html");
+    if (!anchor.isEmpty()) url += QLatin1Char('#') + anchor;
+    return url;
 }
 
-QWidget* showHelp(QWidget* parent, int context)
+QWidget* showHelp(QWidget* parent, int context, const QString& anchor)
 {
     QDialog* viewer = parent ? parent->findChild<QDialog*>(kViewerName, Qt::FindDirectChildrenOnly)
                              : nullptr;
@@ -31,11 +33,12 @@ QWidget* showHelp(QWidget* parent, int context)
         auto* browser = new QTextBrowser(viewer);
         browser->setObjectName(QStringLiteral("QxHelpBrowser"));
         browser->setOpenExternalLinks(true);
-        browser->setSource(QUrl(helpPageUrl(context)));
         auto* layout = new QVBoxLayout(viewer);
         layout->addWidget(browser);
         viewer->resize(760, 600);
     }
+    if (auto* browser = viewer->findChild<QTextBrowser*>(QStringLiteral("QxHelpBrowser")))
+        browser->setSource(QUrl(helpPageUrl(context, anchor)));
     viewer->show();
     viewer->raise();
     viewer->activateWindow();
