@@ -317,11 +317,9 @@ TEST_P(ListDelete, RowsHeldByAnotherWorkstationGiveTheConcurrentChangeMessage)
     EXPECT_EQ(lines(QStringLiteral("P1")), 2);
     EXPECT_EQ(gridColumn(*window->SupPS1(), 0), (QStringList{"P1", "P2", "P3"}));
     EXPECT_FALSE(db->inTransaction());
-    // This error leaves the command without the unlock: the key stays with this window until
-    // its next command on it releases it.
-    EXPECT_FALSE(lockFree(QStringLiteral("P1")));
-    window->locks().unlockRecord();
+    // This error, like every other way out of the command, gives the key back.
     EXPECT_TRUE(lockFree(QStringLiteral("P1")));
+    EXPECT_FALSE(window->locks().holdsAny());
 }
 
 TEST_P(ListDelete, OtherActiveControlOnlyUnlocks)

@@ -178,7 +178,7 @@ TEST_P(SchemaTest, DemoCompanyHoldsWhatTheRulesNeedAndIsCleanAndRepeatable)
     acc->findFirst(QStringLiteral("cSysID='AA' and cID='19' and cName='iStrsQuanDecDgt'"));
     ASSERT_FALSE(acc->noMatch());
     EXPECT_EQ(acc->field(QStringLiteral("CValue")).toString(), QStringLiteral("2"));
-    auto sw = db->openRecordset(QStringLiteral("select cvalue from accinformation where csysid='aa' and cid='22'"),
+    auto sw = db->openRecordset(QStringLiteral("select cvalue from accinformation where csysid='AA' and cid='22'"),
                                 RecordsetType::Snapshot);
     ASSERT_EQ(sw->recordCount(), 1);
     EXPECT_EQ(sw->field(QStringLiteral("CValue")).toString(), QStringLiteral("TRUE"));

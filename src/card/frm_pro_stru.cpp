@@ -11,6 +11,7 @@
 #include "shared/cls_ref.h"
 #include "shared/code_to_name.h"
 #include "shared/list_context.h"
+#include "shared/record_lock.h"
 
 #include <QAction>
 #include <QApplication>
@@ -65,6 +66,7 @@ FrmProStru::FrmProStru(ListContext& ctx, QWidget* parent) : QDialog(parent), ctx
 FrmProStru::~FrmProStru()
 {
     qApp->removeEventFilter(this);
+    if (ownLocks_) ownLocks_->releaseAll();
     // Unloading releases the inventory, department and warehouse lists, in that order.
     inventory_.reset();
     department_.reset();

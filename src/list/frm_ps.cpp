@@ -145,8 +145,9 @@ void FrmPS::showEvent(QShowEvent* event)
 
 void FrmPS::closeEvent(QCloseEvent* event)
 {
-    // Unloading lets go of the window's caches in this order; it asks nothing and releases no
-    // lock (each command that locks releases its own).
+    // Unloading lets go of the window's caches in this order and asks nothing. Every lock this
+    // window still holds is given back.
+    locks_.releaseAll();
     ctx_.childRecords = nullptr;
     ctx_.parentRecords = nullptr;
     ctx_.inventory2.reset();

@@ -95,7 +95,7 @@ public:
     ListContext& context() { return ctx_; }
     const ListContext& context() const { return ctx_; }
     RecordLocks& locks() { return locks_; }
-    // Set by "ButCopy" just before FCopy; read and cleared by the card-filling routine.
+    // Set while a copy fills the card; read and cleared by the card-filling routine.
     bool copyFlag = false;
 
     // How the card is shown: modally, returning when it closes. Tests put their own steps here.
@@ -133,6 +133,9 @@ private:
     // list_card.cpp
     void fillCard(FrmProStru& card);
     void runCard(FrmProStru& card);
+    // Reads the parent row `row` and its lines again from the database into the grids; false
+    // when the structure is no longer stored.
+    bool reloadParentRow(int row);
     // list_loading.cpp
     void loadCaptionWords();
     void prepareScratchPrintDatabase();

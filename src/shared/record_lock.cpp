@@ -7,6 +7,8 @@
 
 #include <QStringList>
 
+#include <utility>
+
 namespace qx {
 
 QString lockRefusal(LockPurpose purpose, const QString& sProStru)
@@ -54,11 +56,14 @@ bool RecordLocks::lockRecord(const QString& code, KeyTrim trim)
     locks_ = lockKey(code, trim);
     if (!db_) return false;
     try {
-        return lockDll().lockRecord(kLockCategory, kLockSystem, kLockMode, computer_,
-                                    QStringList{locks_});
+        if (!lockDll().lockRecord(kLockCategory, kLockSystem, kLockMode, computer_,
+                                  QStringList{locks_}))
+            return false;
     } catch (const DbError&) {
         return false;  // a lock that cannot be recorded is not granted
     }
+    if (!held_.contains(locks_)) held_ << locks_;
+    return true;
 }
 
 bool RecordLocks::lockOrRefuse(const QString& code, KeyTrim trim, LockPurpose purpose,
@@ -72,10 +77,21 @@ bool RecordLocks::lockOrRefuse(const QString& code, KeyTrim trim, LockPurpose pu
 void RecordLocks::unlockRecord()
 {
     if (!db_) return;
+    held_.removeAll(locks_);
     try {
         lockDll().unlockRecord(kLockCategory, QStringList{locks_});
     } catch (const DbError&) {
         // Unlocking runs on the commands' ways out, also after a failure; its result is not used.
+    }
+}
+
+void RecordLocks::releaseAll()
+{
+    if (!db_ || held_.isEmpty()) return;
+    const QStringList keys = std::exchange(held_, {});
+    try {
+        lockDll().unlockRecord(kLockCategory, keys);
+    } catch (const DbError&) {
     }
 }
 

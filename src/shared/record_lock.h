@@ -5,6 +5,7 @@
 // they stand here once.
 
 #include <QString>
+#include <QStringList>
 
 #include <memory>
 
@@ -23,12 +24,14 @@ enum class LockPurpose { Edit, DeleteStructure, DeleteLine };
 // The refusal text of a command, with the structure term (sProStru) in it.
 QString lockRefusal(LockPurpose purpose, const QString& sProStru);
 
-// Edit trims the code on both sides, the deletions only on the left.
+// The key of a structure: its code without blanks on either side. Every command that locks
+// (edit, the deletions, the card's save) asks under this one key, so that they exclude each
+// other and an unlock always frees what was locked. `Leading` only removes leading blanks.
 enum class KeyTrim { Both, Leading };
-QString lockKey(const QString& code, KeyTrim trim);
+QString lockKey(const QString& code, KeyTrim trim = KeyTrim::Both);
 
-// LockDll and Locks of the list window. Releasing exactly once is the caller's job: every
-// command that locks unlocks on each of its ways out.
+// LockDll and Locks of the list window. It remembers the keys it was granted and not yet given
+// back, so that a command (through HeldLocks) and the window's closing release them all.
 class RecordLocks {
 public:
     // computerName: the workstation recorded as the holder. pid 0: this process.
@@ -49,6 +52,10 @@ public:
     // Frees the key named by Locks (also when nothing was locked: the service then has nothing
     // to free).
     void unlockRecord();
+    // Frees every key granted and not yet freed.
+    void releaseAll();
+    bool holds(const QString& key) const { return held_.contains(key); }
+    bool holdsAny() const { return !held_.isEmpty(); }
 
     const QString& Locks() const { return locks_; }
 
@@ -59,7 +66,21 @@ private:
     QString computer_;
     long long pid_;
     QString locks_;
+    QStringList held_;
     std::unique_ptr<LockService> lockDll_;  // created on first use
+};
+
+// Releases, when it leaves scope, every key the window holds: no way out of a command (a
+// refusal, a database error, an exception while the card is filled) leaves a lock behind.
+class HeldLocks {
+public:
+    explicit HeldLocks(RecordLocks& locks) : locks_(locks) {}
+    ~HeldLocks() { locks_.releaseAll(); }
+    HeldLocks(const HeldLocks&) = delete;
+    HeldLocks& operator=(const HeldLocks&) = delete;
+
+private:
+    RecordLocks& locks_;
 };
 
 }  // namespace qx
