@@ -17,6 +17,7 @@
 
 class QAction;
 class QLabel;
+class QTimer;
 class QToolBar;
 
 namespace qx {
@@ -130,6 +131,20 @@ private:
     void setUpToolbar();
     bool handleKey(QKeyEvent* event);
     void installKeyHandler(QWidget* w);
+    // Every command that may lock runs inside one: on its way out the keys are given back, and a
+    // key the database was too busy to free is tried again later, never while a command runs.
+    class LockingCommand {
+    public:
+        explicit LockingCommand(FrmPS& w);
+        ~LockingCommand();
+        LockingCommand(const LockingCommand&) = delete;
+        LockingCommand& operator=(const LockingCommand&) = delete;
+
+    private:
+        FrmPS& w_;
+    };
+    void retryLockRelease();
+
     // list_card.cpp
     void fillCard(FrmProStru& card);
     void runCard(FrmProStru& card);
@@ -160,6 +175,8 @@ private:
 
     ListContext ctx_;
     RecordLocks locks_;
+    int lockingCommands_ = 0;
+    QTimer* lockRetry_ = nullptr;
     bool loaded_ = false;
 
     Grid* supPS1_ = nullptr;

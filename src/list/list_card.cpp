@@ -34,7 +34,7 @@ void FrmPS::runCard(FrmProStru& card)
 
 void FrmPS::Fadd()
 {
-    const HeldLocks release(locks_);
+    const LockingCommand command(*this);
     FrmProStru card(ctx_, this);
     card.adding = true;
     runCard(card);
@@ -74,7 +74,7 @@ void FrmPS::Fedit()
     const QString code = supPS1_->textMatrix(row, ParentColCode);
     // Read-only: the card opens for viewing, without a lock.
     const bool viewing = ctx_.readOnly;
-    const HeldLocks release(locks_);
+    const LockingCommand command(*this);
     if (!viewing && !locks_.lockOrRefuse(code, KeyTrim::Both, LockPurpose::Edit, ctx_.sProStru))
         return;
     // The card starts from what is stored now that nobody else can change it, never from the
@@ -97,7 +97,7 @@ void FrmPS::FCopy()
     const auto clearFlag = qScopeGuard([this] { copyFlag = false; });
     if (supPS1_->rows() < 2) return;
     // A copy is a new structure: no lock (until the card has saved it and goes on editing it).
-    const HeldLocks release(locks_);
+    const LockingCommand command(*this);
     FrmProStru card(ctx_, this);
     card.adding = true;
     fillCard(card);

@@ -71,7 +71,7 @@ void FrmPS::FDelete()
     Recordset& mrecPros = *ctx_.mrecPros;
     const QString& term = ctx_.sProStru;
     // Whatever this command is granted is given back on every way out, after the messages.
-    const HeldLocks release(locks_);
+    const LockingCommand command(*this);
 
     try {
         // The checks below must see what other operators did since the lists were filled.

@@ -197,17 +197,34 @@ bool LockService::unlockRecord(const QString& category, const QStringList& keys)
     bool all = true;
     for (const QString& key : keys) {
         try {
-            const int n = db_.execute(
-                QStringLiteral("DELETE FROM %1 WHERE cCategory = ? AND cKey = ? AND cComputer = ? "
-                               "AND iPid = ? AND cMachine = ? AND cRun = ?")
-                    .arg(tableName()),
-                {category, key, computer_, pid_, machine_, run_});
-            all = all && n > 0;
+            all = removeOwn(category, key) > 0 && all;
         } catch (const DbError&) {
             all = false;
         }
     }
     return all;
+}
+
+QStringList LockService::release(const QString& category, const QStringList& keys)
+{
+    QStringList failed;
+    for (const QString& key : keys) {
+        try {
+            removeOwn(category, key);
+        } catch (const DbError&) {
+            failed << key;
+        }
+    }
+    return failed;
+}
+
+int LockService::removeOwn(const QString& category, const QString& key)
+{
+    return db_.execute(
+        QStringLiteral("DELETE FROM %1 WHERE cCategory = ? AND cKey = ? AND cComputer = ? AND "
+                       "iPid = ? AND cMachine = ? AND cRun = ?")
+            .arg(tableName()),
+        {category, key, computer_, pid_, machine_, run_});
 }
 
 }  // namespace qx

@@ -27,6 +27,10 @@ public:
                     const QString& computer, const QStringList& keys);
     // Frees the keys held by this holder (computer + process). Result not needed by callers.
     bool unlockRecord(const QString& category, const QStringList& keys);
+    // As unlockRecord; returns the keys that could not be freed because the lock table could not
+    // be written (e.g. another workstation's transaction kept the database busy): they are
+    // still held and must be asked for again.
+    QStringList release(const QString& category, const QStringList& keys);
 
     // Creates the lock table when missing (errors ignored).
     static void ensureTable(Database& db);
@@ -37,6 +41,7 @@ private:
     Holder holderOf(const QString& category, const QString& key);
     bool ours(const Holder& h) const;
     bool goneFromThisComputer(const Holder& h) const;
+    int removeOwn(const QString& category, const QString& key);  // throws DbError
 
     Database& db_;
     long long pid_;

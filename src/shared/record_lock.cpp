@@ -7,8 +7,6 @@
 
 #include <QStringList>
 
-#include <utility>
-
 namespace qx {
 
 QString lockRefusal(LockPurpose purpose, const QString& sProStru)
@@ -77,22 +75,17 @@ bool RecordLocks::lockOrRefuse(const QString& code, KeyTrim trim, LockPurpose pu
 void RecordLocks::unlockRecord()
 {
     if (!db_) return;
-    held_.removeAll(locks_);
-    try {
-        lockDll().unlockRecord(kLockCategory, QStringList{locks_});
-    } catch (const DbError&) {
-        // Unlocking runs on the commands' ways out, also after a failure; its result is not used.
-    }
+    // Unlocking runs on the commands' ways out, also after a failure; a key the database was too
+    // busy to free stays held until a later release frees it.
+    const bool wasHeld = held_.removeAll(locks_) > 0;
+    if (!lockDll().release(kLockCategory, QStringList{locks_}).isEmpty() && wasHeld)
+        held_ << locks_;
 }
 
 void RecordLocks::releaseAll()
 {
     if (!db_ || held_.isEmpty()) return;
-    const QStringList keys = std::exchange(held_, {});
-    try {
-        lockDll().unlockRecord(kLockCategory, keys);
-    } catch (const DbError&) {
-    }
+    held_ = lockDll().release(kLockCategory, held_);
 }
 
 }  // namespace qx

@@ -31,7 +31,8 @@ enum class KeyTrim { Both, Leading };
 QString lockKey(const QString& code, KeyTrim trim = KeyTrim::Both);
 
 // LockDll and Locks of the list window. It remembers the keys it was granted and not yet given
-// back, so that a command (through HeldLocks) and the window's closing release them all.
+// back (also those whose unlock found the database busy), so that a command on its way out, a later
+// retry and the window's closing release them all.
 class RecordLocks {
 public:
     // computerName: the workstation recorded as the holder. pid 0: this process.
@@ -52,7 +53,8 @@ public:
     // Frees the key named by Locks (also when nothing was locked: the service then has nothing
     // to free).
     void unlockRecord();
-    // Frees every key granted and not yet freed.
+    // Frees every key granted and not yet freed; a key whose unlock could not be written stays
+    // held, to be released by a later call.
     void releaseAll();
     bool holds(const QString& key) const { return held_.contains(key); }
     bool holdsAny() const { return !held_.isEmpty(); }
@@ -68,19 +70,6 @@ private:
     QString locks_;
     QStringList held_;
     std::unique_ptr<LockService> lockDll_;  // created on first use
-};
-
-// Releases, when it leaves scope, every key the window holds: no way out of a command (a
-// refusal, a database error, an exception while the card is filled) leaves a lock behind.
-class HeldLocks {
-public:
-    explicit HeldLocks(RecordLocks& locks) : locks_(locks) {}
-    ~HeldLocks() { locks_.releaseAll(); }
-    HeldLocks(const HeldLocks&) = delete;
-    HeldLocks& operator=(const HeldLocks&) = delete;
-
-private:
-    RecordLocks& locks_;
 };
 
 }  // namespace qx
