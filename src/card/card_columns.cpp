@@ -135,7 +135,7 @@ AuxUnitSwitch readAuxUnitSwitch(const ListContext& ctx)
     if (!ctx.dbase) return AuxUnitSwitch::Absent;
     try {
         auto rs = ctx.dbase->openRecordset(
-            // The settings rows keep their system id as "AA"; it is compared without regard to case.
+            // The settings' system id ("AA") is compared without regard to case.
             QStringLiteral(
                 "select cvalue from accinformation where lower(csysid)='aa' and cid='22'"),
             RecordsetType::Snapshot);

@@ -186,7 +186,7 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
         for (int col : {int(ColFree1), int(ColFree2)}) {
             QString value = lines.cell(i, col);
             if (!checkFreeItem(lk, col, value)) {
-                const QString name = !lk.list                ? QString()
+                const QString name = !lk.list          ? QString()
                                      : col == ColFree1 ? lk.list->FreeName1
                                                        : lk.list->FreeName2;
                 return Verdict::refuse(text::freeItemNotExistAtLine(i, name));

@@ -235,7 +235,8 @@ void createDemoCompany(Database& db)
                   {"AA", "19", "iStrsQuanDecDgt", "2"}, 3);
     // The auxiliary-unit switch, under the common settings' system id like every settings row
     // (system ids are compared without regard to case).
-    insertMissing(db, QStringLiteral("accinformation"), accColumns, {"AA", "22", "bAssUnit", "TRUE"}, 2);
+    insertMissing(db, QStringLiteral("accinformation"), accColumns,
+                  {"AA", "22", "bAssUnit", "TRUE"}, 2);
 
     const QStringList itemColumns{"cID", "cName"};
     insertMissing(db, QStringLiteral("UserDefItem"), itemColumns, {"20", "颜色"}, 1);

@@ -172,7 +172,10 @@ void FrmPS::closeEvent(QCloseEvent* event)
     emit closed();
 }
 
-FrmPS::LockingCommand::LockingCommand(FrmPS& w) : w_(w) { ++w_.lockingCommands_; }
+FrmPS::LockingCommand::LockingCommand(FrmPS& w) : w_(w)
+{
+    ++w_.lockingCommands_;
+}
 
 FrmPS::LockingCommand::~LockingCommand()
 {

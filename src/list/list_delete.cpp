@@ -127,8 +127,7 @@ void FrmPS::FDelete()
                 return;
             }
             const QString parent = trimLeft(supPS1_->textMatrix(supPS1_->row(), ParentColCode));
-            if (!locks_.lockOrRefuse(parent, KeyTrim::Both, LockPurpose::DeleteLine, term))
-                return;
+            if (!locks_.lockOrRefuse(parent, KeyTrim::Both, LockPurpose::DeleteLine, term)) return;
             if (supPS2_->rows() == 1) {
                 locks_.unlockRecord();
                 return;

@@ -65,8 +65,8 @@ void LockService::ensureTable(Database& db)
         return;
     }
     if (hasMachine) return;
-    for (const auto& [column, width] : {std::pair{QStringLiteral("cMachine"), 120},
-                                        std::pair{QStringLiteral("cRun"), 60}})
+    for (const auto& [column, width] :
+         {std::pair{QStringLiteral("cMachine"), 120}, std::pair{QStringLiteral("cRun"), 60}})
         db.executeIgnoringErrors(QStringLiteral("ALTER TABLE %1 ADD %2")
                                      .arg(tableName(), sql.textColumn(column, width)));
 }
@@ -135,12 +135,14 @@ bool LockService::lockRecord(const QString& category, const QString& system, con
     // Both statements succeed or do nothing without an error, so that nothing here can abort a
     // PostgreSQL transaction and a race with another workstation is decided by the key.
     const QString insert =
-        QStringLiteral("INSERT INTO %1 (cCategory, cKey, cComputer, iPid, dTime, cMachine, cRun) "
-                       "VALUES (?, ?, ?, ?, ?, ?, ?) ON CONFLICT (cCategory, cKey) DO NOTHING")
+        QStringLiteral(
+            "INSERT INTO %1 (cCategory, cKey, cComputer, iPid, dTime, cMachine, cRun) "
+            "VALUES (?, ?, ?, ?, ?, ?, ?) ON CONFLICT (cCategory, cKey) DO NOTHING")
             .arg(table);
     const QString removeHolder =
-        QStringLiteral("DELETE FROM %1 WHERE cCategory = ? AND cKey = ? AND cComputer = ? AND "
-                       "iPid = ? AND coalesce(cMachine, '') = ? AND coalesce(cRun, '') = ?")
+        QStringLiteral(
+            "DELETE FROM %1 WHERE cCategory = ? AND cKey = ? AND cComputer = ? AND "
+            "iPid = ? AND coalesce(cMachine, '') = ? AND coalesce(cRun, '') = ?")
             .arg(table);
 
     QStringList granted;  // keys this call took, given back if another key is refused
