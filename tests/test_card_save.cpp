@@ -143,7 +143,9 @@ TEST_P(CardSave, NewStructureIsWrittenAsTheCardShowsIt)
     EXPECT_TRUE(card->action(QStringLiteral("ButSave"))->isEnabled());
     EXPECT_FALSE(card->EdtcPSPCode()->isEnabled());
     prompter.clear();
-    card->SupPS()->setTextMatrix(2, ColQuantity, QStringLiteral("9"));  // A1
+    const int a1 = card->SupPS()->rows() - 1;  // the line added last
+    ASSERT_EQ(card->SupPS()->textMatrix(a1, ColChildCode), QStringLiteral("A1"));
+    card->SupPS()->setTextMatrix(a1, ColQuantity, QStringLiteral("9"));
     QTest::keyClick(card.get(), Qt::Key_F6);
     EXPECT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
     EXPECT_EQ(saved.count(), 2);

@@ -458,7 +458,7 @@ TEST_P(ListCardTest, SavesLockUnderTheEditKeyAndTheCardGoesOnEditingUnderIt)
         step.locksAfterFirstSave = lockRows(*other);
         RecordLocks elsewhere(other.get(), QStringLiteral("OTHER-WS"));
         step.otherGranted = elsewhere.lockRecord(QStringLiteral("P3"), KeyTrim::Both);
-        card.SupPS()->setTextMatrix(1, ColQuantity, QStringLiteral("3"));
+        card.SupPS()->setTextMatrix(card.SupPS()->rows() - 1, ColQuantity, QStringLiteral("3"));
         card.dispatch(QStringLiteral("ButSave"));
     };
     w->dispatch(QStringLiteral("ButAdd"));
