@@ -138,14 +138,22 @@ TEST_P(CardSave, NewStructureIsWrittenAsTheCardShowsIt)
               QStringLiteral("欧阳明华东"));  // 10 bytes
     EXPECT_EQ(rows->field(QStringLiteral("cFree1")).toString(), QStringLiteral("红色"));
 
-    // Saved: the code is fixed and the save waits for the next "continue adding".
+    // Saved: the code is fixed and the card goes on editing the structure; F6 saves a correction.
     EXPECT_FALSE(card->adding);
-    EXPECT_FALSE(card->action(QStringLiteral("ButSave"))->isEnabled());
+    EXPECT_TRUE(card->action(QStringLiteral("ButSave"))->isEnabled());
     EXPECT_FALSE(card->EdtcPSPCode()->isEnabled());
     prompter.clear();
+    const int a1 = card->SupPS()->rows() - 1;  // the line added last
+    ASSERT_EQ(card->SupPS()->textMatrix(a1, ColChildCode), QStringLiteral("A1"));
+    card->SupPS()->setTextMatrix(a1, ColQuantity, QStringLiteral("9"));
     QTest::keyClick(card.get(), Qt::Key_F6);
-    EXPECT_TRUE(prompter.shown.empty());
-    EXPECT_EQ(saved.count(), 1);
+    EXPECT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
+    EXPECT_EQ(saved.count(), 2);
+    auto again = db->openRecordset(
+        QStringLiteral("select iPSQuantity from ProductStructures where cPSPCode=? and cPSCode=?"),
+        RecordsetType::Snapshot, 0, {QStringLiteral("P1"), QStringLiteral("A1")});
+    ASSERT_EQ(again->recordCount(), 1);
+    EXPECT_DOUBLE_EQ(again->field(0).toDouble(), 9.0);
 }
 
 TEST_P(CardSave, ChecksRunInTheirOrderAndWriteNothing)

@@ -241,7 +241,11 @@ TEST_P(LineRules, SecondPassHoldsThePlannedPriceRuleAndOnlyNames)
               QStringLiteral("所填仓库不存在，请重新填写！"));
     EXPECT_EQ(grid.cell(a1, ColWarehouse), QString());
     grid.setCell(a1, ColWarehouse, QStringLiteral("成品库"));
+    // A free item as the cell takes it: an alias passes and becomes its value; lines store values.
     grid.setCell(a1, ColFree1, QStringLiteral("R"));
+    EXPECT_TRUE(validateLine(lk, grid, parent, a1).accepted);
+    EXPECT_EQ(grid.cell(a1, ColFree1), QStringLiteral("红色"));
+    grid.setCell(a1, ColFree1, QStringLiteral("紫"));
     EXPECT_EQ(validateLine(lk, grid, parent, a1).message,
               QStringLiteral("所填内容不存在，请修改！"));
     grid.setCell(a1, ColFree1, QStringLiteral("红色"));

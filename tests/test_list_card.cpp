@@ -1,7 +1,9 @@
 // Opening the card from the list: edit under the structure's lock, copy, add, read-only viewing,
 // and the list following a save, on both backends.
 
+#include "card/card_columns.h"
 #include "card/frm_pro_stru.h"
+#include "data/schema.h"
 #include "host/qxprostru.h"
 #include "list/frm_ps.h"
 #include "platform/grid.h"
@@ -313,6 +315,188 @@ TEST_P(ListCardTest, ASavedCopyAppearsInTheList)
     EXPECT_EQ(w->SupPS1()->row(), 3);
     EXPECT_EQ(w->SupPS2()->rows(), 2);
     EXPECT_EQ(w->SupPS2()->textMatrix(1, 0), QStringLiteral("C1"));
+}
+
+QString stored(Database& db, const QString& sql, const QVariantList& params)
+{
+    auto rs = db.openRecordset(sql, RecordsetType::Snapshot, 0, params);
+    return rs->recordCount() == 0 ? QStringLiteral("<none>") : rs->field(0).toString();
+}
+
+TEST_P(ListCardTest, EveryDemoStructureSavesUnchangedAndFreeItemsAreStoredAsValues)
+{
+    schema::createDemoCompany(*db);
+    // A line stored by an older release holds an alias; one holds a value nobody defined.
+    const QString setFree =
+        QStringLiteral("update ProductStructures set cFree1=? where cPSPCode=? and cPSCode=?");
+    db->execute(setFree, {QStringLiteral("黑"), QStringLiteral("0201"), QStringLiteral("0403")});
+    auto w = open();
+    ASSERT_EQ(w->SupPS1()->rows(), 13);
+    QStringList refused;
+    duringCard = [&](FrmProStru& card) {
+        prompter.clear();
+        card.dispatch(QStringLiteral("ButSave"));
+        if (!prompter.shown.empty()) refused << seen.parentCode + QLatin1Char(':') + prompter.last();
+    };
+    for (int row = 1; row < 13; ++row) {
+        w->SupPS1()->setRow(row);
+        w->dispatch(QStringLiteral("ButEdit"));
+    }
+    EXPECT_EQ(seen.shown, 12);
+    EXPECT_EQ(refused, QStringList());
+    EXPECT_EQ(stored(*db, QStringLiteral("select cFree1 from ProductStructures where cPSPCode=? "
+                                         "and cPSCode=?"),
+                     {QStringLiteral("0201"), QStringLiteral("0403")}),
+              QStringLiteral("黑色"));
+    EXPECT_EQ(stored(*db, QStringLiteral("select count(*) from ProductStructures where cFree1 in "
+                                         "(select cAlias from userdefine) or cFree2 in (select "
+                                         "cAlias from userdefine)"),
+                     {}),
+              QStringLiteral("0"));
+    EXPECT_EQ(lockRows(*db), 0);
+
+    // A value that is in no list is refused at save, naming its line; nothing is written.
+    db->execute(setFree, {QStringLiteral("紫"), QStringLiteral("0101"), QStringLiteral("0310")});
+    w->refresh();
+    w->SupPS1()->setRow(1);
+    refused.clear();
+    w->dispatch(QStringLiteral("ButEdit"));
+    EXPECT_EQ(refused, QStringList{QStringLiteral("0101:第6个子产品的颜色所填内容不存在，请修改！")});
+    EXPECT_EQ(stored(*db, QStringLiteral("select cFree1 from ProductStructures where cPSPCode=? "
+                                         "and cPSCode=?"),
+                     {QStringLiteral("0101"), QStringLiteral("0310")}),
+              QStringLiteral("紫"));
+}
+
+TEST_P(ListCardTest, EditOpensOnWhatIsStoredWhenTheLockIsGranted)
+{
+    fillCompany(*db);
+    exec(*db, QStringLiteral("insert into department(cDepCode,cDepName,cDepPerson,bDepEnd) values(?,?,?,1)"),
+         {QStringLiteral("D2"), QStringLiteral("二车间"), QString()});
+    auto w = open();
+    // Workstation B saves P1 (a quantity and the department) after this list was loaded.
+    exec(*other, QStringLiteral("update ProductStructures set iPSQuantity=? where cPSPCode=? and cPSCode=?"),
+         {5.0, QStringLiteral("P1"), QStringLiteral("C1")});
+    exec(*other, QStringLiteral("update ProductStructure set cDepCode=? where cPSPCode=?"),
+         {QStringLiteral("D2"), QStringLiteral("P1")});
+    duringCard = [](FrmProStru& card) { card.dispatch(QStringLiteral("ButSave")); };
+    w->dispatch(QStringLiteral("ButEdit"));
+    ASSERT_EQ(seen.shown, 1);
+    EXPECT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
+    EXPECT_EQ(seen.department, QStringLiteral("二车间"));
+    EXPECT_EQ(seen.lines.at(0).at(ColQuantity), QStringLiteral("5.00"));
+    // B's changes are still what is stored.
+    EXPECT_EQ(stored(*db, QStringLiteral("select iPSQuantity from ProductStructures where cPSPCode=? and cPSCode=?"),
+                     {QStringLiteral("P1"), QStringLiteral("C1")}).toDouble(),
+              5.0);
+    EXPECT_EQ(stored(*db, QStringLiteral("select cDepCode from ProductStructure where cPSPCode=?"),
+                     {QStringLiteral("P1")}),
+              QStringLiteral("D2"));
+
+    // B deletes P2 meanwhile: no card, the list shows the truth, no lock is left.
+    exec(*other, QStringLiteral("delete from ProductStructures where cPSPCode=?"), {QStringLiteral("P2")});
+    exec(*other, QStringLiteral("delete from ProductStructure where cPSPCode=?"), {QStringLiteral("P2")});
+    prompter.clear();
+    w->SupPS1()->setRow(2);
+    w->dispatch(QStringLiteral("ButEdit"));
+    EXPECT_EQ(seen.shown, 1);
+    EXPECT_EQ(prompter.texts(), QStringList{QStringLiteral("该记录刚被他人删除！")});
+    EXPECT_EQ(w->SupPS1()->rows(), 2);
+    EXPECT_EQ(w->SupPS1()->textMatrix(1, 0), QStringLiteral("P1"));
+    EXPECT_EQ(lockRows(*db), 0);
+}
+
+TEST_P(ListCardTest, SavesLockUnderTheEditKeyAndTheCardGoesOnEditingUnderIt)
+{
+    fillCompany(*db);
+    // A code with a trailing blank: the edit and the save lock the same trimmed key.
+    exec(*db, QStringLiteral("insert into Inventory(cInvCode,cInvName,cInvM_Unit,bFree1,bFree2,bService) "
+                             "values(?,?,?,0,0,0)"),
+         {QStringLiteral("P4 "), QStringLiteral("成品四"), QStringLiteral("台")});
+    exec(*db, QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"),
+         {QStringLiteral("P4 "), QStringLiteral("D1")});
+    exec(*db, QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,cWhCode) values(?,?,?,?)"),
+         {QStringLiteral("P4 "), QStringLiteral("C2"), 1.0, QStringLiteral("W2")});
+    auto w = open();
+    const auto quantityOf = [&](const QString& parent) {
+        return stored(*db, QStringLiteral("select iPSQuantity from ProductStructures where cPSPCode=?"),
+                      {parent}).toDouble();
+    };
+    struct Step {
+        int locksAfterFirstSave = -1;
+        bool otherGranted = true;
+    } step;
+    // Save, correct, save again (F6): the second save is written too, under the lock held.
+    duringCard = [&](FrmProStru& card) {
+        card.dispatch(QStringLiteral("ButSave"));
+        step.locksAfterFirstSave = lockRows(*other);
+        RecordLocks elsewhere(other.get(), QStringLiteral("OTHER-WS"));
+        step.otherGranted = elsewhere.lockRecord(card.EdtcPSPCode()->text(), KeyTrim::Both);
+        card.SupPS()->setTextMatrix(1, ColQuantity, QStringLiteral("7"));
+        QTest::keyClick(card.SupPS()->view(), Qt::Key_F6);
+        EXPECT_FALSE(card.adding);
+        EXPECT_FALSE(card.EdtcPSPCode()->isEnabled());
+    };
+    w->SupPS1()->setRow(3);
+    ASSERT_EQ(w->SupPS1()->textMatrix(3, 0), QStringLiteral("P4 "));
+    w->dispatch(QStringLiteral("ButEdit"));
+    EXPECT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
+    EXPECT_EQ(step.locksAfterFirstSave, 1);
+    EXPECT_FALSE(step.otherGranted);
+    EXPECT_EQ(quantityOf(QStringLiteral("P4 ")), 7.0);
+    EXPECT_EQ(lockRows(*db), 0);
+
+    // A new structure: once saved the card edits it under its lock; F6 saves the correction.
+    step = {};
+    duringCard = [&](FrmProStru& card) {
+        card.EdtcPSPCode()->setText(QStringLiteral("P3"));
+        card.EdtcDepCode()->setText(QStringLiteral("一车间"));
+        QStringList cells(16);
+        cells[ColChildCode] = QStringLiteral("C2");
+        cells[ColQuantity] = QStringLiteral("1");
+        cells[ColWarehouse] = QStringLiteral("成品库");
+        card.appendLine(cells);
+        card.dispatch(QStringLiteral("ButSave"));
+        step.locksAfterFirstSave = lockRows(*other);
+        RecordLocks elsewhere(other.get(), QStringLiteral("OTHER-WS"));
+        step.otherGranted = elsewhere.lockRecord(QStringLiteral("P3"), KeyTrim::Both);
+        card.SupPS()->setTextMatrix(card.SupPS()->rows() - 1, ColQuantity, QStringLiteral("3"));
+        card.dispatch(QStringLiteral("ButSave"));
+    };
+    w->dispatch(QStringLiteral("ButAdd"));
+    EXPECT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
+    EXPECT_EQ(step.locksAfterFirstSave, 1);
+    EXPECT_FALSE(step.otherGranted);
+    EXPECT_EQ(quantityOf(QStringLiteral("P3")), 3.0);
+    EXPECT_EQ(lockRows(*db), 0);
+}
+
+TEST_P(ListCardTest, CopyFlagLivesOnlyAsLongAsTheCopyAndClosingReleasesLocks)
+{
+    fillCompany(*db);
+    exec(*db, QStringLiteral("delete from ProductStructures"), {});
+    exec(*db, QStringLiteral("delete from ProductStructure"), {});
+    auto w = open();
+    w->dispatch(QStringLiteral("ButCopy"));  // nothing to copy
+    EXPECT_FALSE(w->copyFlag);
+    // Another workstation adds a structure; the list shows it.
+    exec(*other, QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"),
+         {QStringLiteral("P1"), QStringLiteral("D1")});
+    exec(*other, QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,cWhCode) "
+                                "values(?,?,?,?)"),
+         {QStringLiteral("P1"), QStringLiteral("C1"), 1.0, QStringLiteral("W2")});
+    w->dispatch(QStringLiteral("Butref"));
+    duringCard = [](FrmProStru& card) { card.dispatch(QStringLiteral("ButSave")); };
+    w->dispatch(QStringLiteral("ButEdit"));
+    ASSERT_EQ(seen.shown, 1);
+    EXPECT_FALSE(seen.adding);
+    EXPECT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
+
+    // Closing the window gives back whatever it still holds.
+    ASSERT_TRUE(w->locks().lockRecord(QStringLiteral("P2"), KeyTrim::Both));
+    EXPECT_EQ(lockRows(*other), 1);
+    w->close();
+    EXPECT_EQ(lockRows(*other), 0);
 }
 
 QX_INSTANTIATE_BACKENDS(ListCardTest);

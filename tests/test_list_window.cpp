@@ -258,6 +258,10 @@ TEST_P(ListWindowTest, QuantityDecimalsDefaultAndConfigured)
         w->Ffliter(QStringLiteral("P1"));
         EXPECT_EQ(column(*w->SupPS2(), 9), (QStringList{"2", "8", "2"}));
     }
+    // The system id in any letter case.
+    db->execute(QStringLiteral("update accinformation set cSysID=?, cValue=? where cID=?"),
+                {QStringLiteral("aA"), QStringLiteral("1"), QStringLiteral("19")});
+    EXPECT_EQ(open()->context().quantityDecimals, 1);
 }
 
 TEST_P(ListWindowTest, AuxiliaryUnitSwitchTrueFalseAbsent)
@@ -269,7 +273,8 @@ TEST_P(ListWindowTest, AuxiliaryUnitSwitchTrueFalseAbsent)
         EXPECT_EQ(w->SupPS2()->colWidth(6), -1);
         EXPECT_EQ(w->SupPS2()->colWidth(7), -1);
     }
-    setting(*db, QStringLiteral("aa"), QStringLiteral("22"), QStringLiteral("aux"),
+    // Stored under the common settings' system id, as every settings row is.
+    setting(*db, QStringLiteral("AA"), QStringLiteral("22"), QStringLiteral("aux"),
             QStringLiteral("TRUE"));
     {
         auto w = open();

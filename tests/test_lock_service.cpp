@@ -119,6 +119,39 @@ TEST_P(LockServiceTest, DeadProcessOfThisComputerIsTakenOverOthersNever)
     EXPECT_FALSE(a.lockRecord(kCat, kSys, kMode, kA, {QStringLiteral("P3")}));
 }
 
+TEST_P(LockServiceTest, AHolderIsOneRunningProcessWhateverItsNameAndId)
+{
+    // Two computers whose names share their first 30 bytes (or two containers of one host name)
+    // show the same name and may run the same process id: they are still two holders.
+    const QString name = QStringLiteral("WORKSHOP-FLOOR-2-ASSEMBLY-LINE");  // 30 bytes
+    LockService here(*dbA);
+    qputenv("QX_MACHINE_ID", "another-machine");
+    LockService there(*dbB, getpid());
+    qunsetenv("QX_MACHINE_ID");
+    ASSERT_TRUE(here.lockRecord(kCat, kSys, kMode, name, {QStringLiteral("P1")}));
+    EXPECT_FALSE(there.lockRecord(kCat, kSys, kMode, name, {QStringLiteral("P1")}));
+    EXPECT_FALSE(there.unlockRecord(kCat, {QStringLiteral("P1")}));
+    EXPECT_EQ(holder(QStringLiteral("P1")), me(name));
+    // Its process id means nothing here: its lock is never taken over either.
+    ASSERT_TRUE(there.lockRecord(kCat, kSys, kMode, name, {QStringLiteral("P2")}));
+    EXPECT_FALSE(here.lockRecord(kCat, kSys, kMode, name, {QStringLiteral("P2")}));
+
+    // A lock table of an earlier release gains the new columns; its rows keep their meaning.
+    dbA->execute(QStringLiteral("DROP TABLE QX_RecordLock"));
+    dbA->execute(QStringLiteral("CREATE TABLE QX_RecordLock (cCategory varchar(20) NOT NULL, cKey "
+                                "varchar(255) NOT NULL, cComputer varchar(60) NOT NULL, iPid bigint "
+                                "NOT NULL, dTime varchar(19), PRIMARY KEY (cCategory, cKey))"));
+    const QString old = QStringLiteral(
+        "INSERT INTO QX_RecordLock (cCategory, cKey, cComputer, iPid) VALUES (?, ?, ?, ?)");
+    dbA->execute(old, {kCat, QStringLiteral("P3"), kA, deadPid()});
+    dbA->execute(old, {kCat, QStringLiteral("P4"), kA, (long long)getppid()});
+    LockService upgraded(*dbA);
+    EXPECT_TRUE(upgraded.lockRecord(kCat, kSys, kMode, kA, {QStringLiteral("P3")}));
+    EXPECT_FALSE(upgraded.lockRecord(kCat, kSys, kMode, kA, {QStringLiteral("P4")}));
+    EXPECT_EQ(holder(QStringLiteral("P3")), me(kA));
+    EXPECT_TRUE(upgraded.unlockRecord(kCat, {QStringLiteral("P3")}));
+}
+
 TEST_P(LockServiceTest, LockTableThatCannotBeWrittenRefuses)
 {
     LockService a(*dbA);

@@ -178,7 +178,7 @@ TEST_P(SchemaTest, DemoCompanyHoldsWhatTheRulesNeedAndIsCleanAndRepeatable)
     acc->findFirst(QStringLiteral("cSysID='AA' and cID='19' and cName='iStrsQuanDecDgt'"));
     ASSERT_FALSE(acc->noMatch());
     EXPECT_EQ(acc->field(QStringLiteral("CValue")).toString(), QStringLiteral("2"));
-    auto sw = db->openRecordset(QStringLiteral("select cvalue from accinformation where csysid='aa' and cid='22'"),
+    auto sw = db->openRecordset(QStringLiteral("select cvalue from accinformation where csysid='AA' and cid='22'"),
                                 RecordsetType::Snapshot);
     ASSERT_EQ(sw->recordCount(), 1);
     EXPECT_EQ(sw->field(QStringLiteral("CValue")).toString(), QStringLiteral("TRUE"));
@@ -204,7 +204,7 @@ TEST_P(SchemaTest, DemoCompanyHoldsWhatTheRulesNeedAndIsCleanAndRepeatable)
                                         "where (l.cFree1 is not null and i.bFree1=0) or (l.cFree2 is not null and i.bFree2=0)")),
               0);
     EXPECT_EQ(count(*db, QStringLiteral("select count(*) from ProductStructures l where l.cFree1 is not null and not exists "
-                                        "(select 1 from userdefine u where u.cid='20' and u.cAlias=l.cFree1)")),
+                                        "(select 1 from userdefine u where u.cid='20' and u.cValue=l.cFree1)")),
               0);
     EXPECT_EQ(count(*db, QStringLiteral("select count(*) from ProductStructures l where not exists "
                                         "(select 1 from warehouse w where w.cWhCode=l.cWhCode) or not exists "

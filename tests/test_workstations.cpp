@@ -158,7 +158,7 @@ public:
         req.adding = adding;
         req.headerRows = ctx_->mrecPro.get();
         req.lineRows = ctx_->mrecPros.get();
-        req.lockComputer = adding ? QString() : computer_;
+        req.lock = adding ? nullptr : locks_.get();
         if (saveStructure(lk_, grid, req)) return {};
         return prompter_.shown.empty() ? QStringLiteral("(refused without a message)")
                                        : prompter_.last();
@@ -191,7 +191,7 @@ public:
     QString remove(const QString& parent)
     {
         prompter_.clear();
-        if (!locks_->lockOrRefuse(parent, KeyTrim::Leading, LockPurpose::DeleteStructure, kTerm))
+        if (!locks_->lockOrRefuse(parent, KeyTrim::Both, LockPurpose::DeleteStructure, kTerm))
             return prompter_.last();
         QString result;
         try {

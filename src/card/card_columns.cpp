@@ -135,7 +135,9 @@ AuxUnitSwitch readAuxUnitSwitch(const ListContext& ctx)
     if (!ctx.dbase) return AuxUnitSwitch::Absent;
     try {
         auto rs = ctx.dbase->openRecordset(
-            QStringLiteral("select cvalue from accinformation where csysid='aa' and cid='22'"),
+            // The settings' system id ("AA") is compared without regard to case.
+            QStringLiteral(
+                "select cvalue from accinformation where lower(csysid)='aa' and cid='22'"),
             RecordsetType::Snapshot);
         if (rs->recordCount() == 0) return AuxUnitSwitch::Absent;
         rs->moveFirst();

@@ -8,6 +8,7 @@
 #include "platform/database.h"
 #include "platform/prompter.h"
 #include "shared/list_context.h"
+#include "shared/record_lock.h"
 
 #include <QAction>
 #include <QLineEdit>
@@ -89,7 +90,7 @@ void FrmProStru::dispatch(const QString& command)
         close();
         return;
     }
-    // A command whose button is off (viewing only, or the save after a save) does nothing.
+    // A command whose button is off (viewing only) does nothing.
     if (QAction* a = action(command); a && !a->isEnabled()) return;
     // A cell still being typed is checked before the command goes on; a refusal stops it.
     if ((command == QLatin1String("ButSave") || command == QLatin1String("butaddline")) &&
@@ -121,7 +122,7 @@ void FrmProStru::save()
     }
     req.headerRows = parentRows_ ? parentRows_ : ownParentRows_.get();
     req.lineRows = childRows_ ? childRows_ : ownChildRows_.get();
-    req.lockComputer = adding ? QString() : ctx_.ComputerName;
+    req.lock = adding ? nullptr : &recordLocks();
 
     // The save judges every line as the second pass does, which reformats numbers and empties
     // an unknown warehouse: a refused save puts back exactly what was typed.
@@ -132,15 +133,26 @@ void FrmProStru::save()
         return;
     }
 
-    // The structure now exists: its code is fixed and saving again waits for the next ButAdd.
+    // The card goes on as an edit of the structure just saved, under its lock, so that later
+    // corrections are saved by F6 too. A new structure is locked now: nobody could edit it
+    // before it existed. Should another holder have it already, the next save says so.
+    if (adding) recordLocks().lockRecord(req.parentCode, KeyTrim::Both);
     adding = false;
-    if (QAction* a = action(QStringLiteral("ButSave"))) a->setEnabled(false);
     setParentCodeAvailable(false);
     emit structureSaved(req.parentCode);
 }
 
+RecordLocks& FrmProStru::recordLocks()
+{
+    if (locks_) return *locks_;
+    if (!ownLocks_) ownLocks_ = std::make_unique<RecordLocks>(ctx_.dbase, ctx_.ComputerName);
+    return *ownLocks_;
+}
+
 void FrmProStru::addMore()
 {
+    // The structure edited so far is let go: the card now enters a new one.
+    if (!adding) recordLocks().releaseAll();
     adding = true;
     if (QAction* a = action(QStringLiteral("ButSave"))) a->setEnabled(true);
     setParentCodeAvailable(true);

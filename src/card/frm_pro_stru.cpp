@@ -12,6 +12,7 @@
 #include "shared/cls_ref.h"
 #include "shared/code_to_name.h"
 #include "shared/list_context.h"
+#include "shared/record_lock.h"
 
 #include <QAction>
 #include <QApplication>
@@ -74,6 +75,7 @@ FrmProStru::FrmProStru(ListContext& ctx, QWidget* parent) : QDialog(parent), ctx
 FrmProStru::~FrmProStru()
 {
     qApp->removeEventFilter(this);
+    if (ownLocks_) ownLocks_->releaseAll();
     // Unloading releases the inventory, department and warehouse lists, in that order.
     inventory_.reset();
     department_.reset();

@@ -24,6 +24,7 @@ namespace qx {
 
 class ClsRef;
 class Recordset;
+class RecordLocks;
 struct ListContext;
 
 // The card's grid as the line rules see it.
@@ -56,6 +57,9 @@ public:
     // The header rows (ProductStructure) and line rows (ProductStructures) of the list. Without
     // them the card opens its own over the two tables.
     void setRecordsets(Recordset* parentRows, Recordset* childRows);
+    // The list's record locks: the lock of the structure being edited, confirmed by each save
+    // and taken for a new structure once it is saved. Without them the card keeps its own.
+    void setRecordLocks(RecordLocks* locks) { locks_ = locks; }
 
     // For the card-filling routine: the header, the availability of the parent code (and Com1),
     // and the lines, cells 0..15 as text.
@@ -140,6 +144,7 @@ private:
     void deleteLine();
 
     void inform(const QString& text) const;
+    RecordLocks& recordLocks();
 
     ListContext& ctx_;
     std::unique_ptr<Recordset> inventory_;
@@ -152,6 +157,8 @@ private:
     Recordset* parentRows_ = nullptr;
     Recordset* childRows_ = nullptr;
     std::unique_ptr<ClsRef> ref_;
+    RecordLocks* locks_ = nullptr;
+    std::unique_ptr<RecordLocks> ownLocks_;
 
     bool parentAccepted_ = true;
     bool departmentAccepted_ = true;

@@ -49,7 +49,9 @@ Verdict nameOrCode(const NameOrCode& ref, QString& text)
     return Verdict::refuse(ref.notFound);
 }
 
-Verdict freeItemCell(const CardLookups& lk, int col, QString& text)
+}  // namespace
+
+Verdict checkFreeItem(const CardLookups& lk, int col, QString& text)
 {
     if (text.isEmpty()) return Verdict::ok();
     Recordset* values = freeList(lk, col);
@@ -61,6 +63,8 @@ Verdict freeItemCell(const CardLookups& lk, int col, QString& text)
     }
     return Verdict::refuse(text::kContentNotExist);
 }
+
+namespace {
 
 // Pieces and quantity follow each other through the rate of column 7, when there is one.
 void recomputeQuantity(const CardLookups& lk, LineGrid& lines, int row, double pieces)
@@ -215,7 +219,7 @@ Verdict validateCell(const CardLookups& lk, LineGrid& lines, const QString& pare
         }
         case ColFree1:
         case ColFree2:
-            return freeItemCell(lk, col, text);
+            return checkFreeItem(lk, col, text);
         case ColPieces: {
             if (text.isEmpty()) return Verdict::refuse(text::kPiecesEmpty);
             const double pieces = LeadingNumber(text);
@@ -287,10 +291,12 @@ Verdict validateLine(const CardLookups& lk, LineGrid& lines, const QString& pare
     if (!v) return v;
     lines.setCell(row, ColQuantity, quantity);
 
+    // A free item is judged as when typed: its value, or its alias, which becomes the value.
     for (int col : {int(ColFree1), int(ColFree2)}) {
-        const QString value = lines.cell(row, col);
-        if (!value.isEmpty() && !found(value, freeList(lk, col), QStringLiteral("cvalue")))
-            return Verdict::refuse(text::kContentNotExist);
+        QString value = lines.cell(row, col);
+        v = checkFreeItem(lk, col, value);
+        if (!v) return v;
+        if (value != lines.cell(row, col)) lines.setCell(row, col, value);
     }
     const QString dept = lines.cell(row, ColDept);
     if (!dept.isEmpty() &&

@@ -43,6 +43,10 @@ Verdict validateLine(const CardLookups& lk, LineGrid& lines, const QString& pare
 Verdict checkChildCode(const CardLookups& lk, const LineGrid& lines, const QString& parentCode,
                        int row, const QString& code, const WholeCard& whole = {});
 
+// A free-item cell (col 3 or 4): empty, a value of that free item's list, or an alias, which is
+// replaced by its value. Lines store the value.
+Verdict checkFreeItem(const CardLookups& lk, int col, QString& text);
+
 // Is the line missing its child code, standard quantity or warehouse?
 bool lineUnfinished(const LineGrid& lines, int row);
 

@@ -7,22 +7,17 @@
 #include "data/common.h"
 #include "data/texts.h"
 #include "platform/database.h"
-#include "platform/lock_service.h"
 #include "platform/prompter.h"
 #include "platform/sql_dialect.h"
 #include "shared/line_grid.h"
 #include "shared/list_context.h"
+#include "shared/record_lock.h"
 
 #include <algorithm>
 
 namespace qx {
 
 namespace {
-
-// The lock the list takes on a structure before it opens the card to edit it.
-const QString kLockCategory = QStringLiteral("AE");
-const QString kLockSystem = QStringLiteral("AA");
-const QString kLockMode = QStringLiteral("a");
 
 QVariant wasteRate(const QString& text)
 {
@@ -89,10 +84,18 @@ void saveRecord(const CardLookups& lk, const LineGrid& lines, const SaveRequest&
 void editModeWrite(const CardLookups& lk, const LineGrid& lines, const SaveRequest& req)
 {
     Recordset& head = *req.headerRows;
-    if (head.recordCount() > 0) head.moveFirst();
-    head.findFirst(Criteria::eq(QStringLiteral("cPSPCode"), req.parentCode));
-    if (head.recordCount() == 0 || head.noMatch())
-        throw DbError(DbErrorKind::RecordDeleted, text::kDeletedCannotSave);
+    const Criteria onParent = Criteria::eq(QStringLiteral("cPSPCode"), req.parentCode);
+    const auto found = [&] {
+        if (head.recordCount() > 0) head.moveFirst();
+        head.findFirst(onParent);
+        return head.recordCount() > 0 && !head.noMatch();
+    };
+    // The rows were read when the list was loaded: a structure another workstation added since
+    // is found once they are read again.
+    if (!found()) {
+        head.requery();
+        if (!found()) throw DbError(DbErrorKind::RecordDeleted, text::kDeletedCannotSave);
+    }
     head.edit();
     head.setField(QStringLiteral("cDepCode"), NameToCode_Dep(req.department, lk.department));
     head.update();
@@ -179,6 +182,16 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
                         int(ColWarehouse), int(ColPerson), int(ColDept), int(ColOperation)}) {
             if (hasIllegalChars(lines.cell(i, col))) return Verdict::refuse(text::kIllegalChars);
         }
+        // A free item that is not in its list names its line, as a cycle does.
+        for (int col : {int(ColFree1), int(ColFree2)}) {
+            QString value = lines.cell(i, col);
+            if (!checkFreeItem(lk, col, value)) {
+                const QString name = !lk.list          ? QString()
+                                     : col == ColFree1 ? lk.list->FreeName1
+                                                       : lk.list->FreeName2;
+                return Verdict::refuse(text::freeItemNotExistAtLine(i, name));
+            }
+        }
         if (Verdict v = validateLine(lk, lines, req.parentCode, i, whole); !v) return v;
     }
     // The items were asked for afresh: one deleted from the master data (or made a service)
@@ -197,13 +210,10 @@ bool saveStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& re
     QString message;
     bool writing = false;
     try {
-        if (!req.adding && !req.lockComputer.isEmpty()) {
-            LockService locks(db);
-            if (!locks.lockRecord(kLockCategory, kLockSystem, kLockMode, req.lockComputer,
-                                  {req.parentCode})) {
-                Prompter::current().inform(text::kLockedCannotModify, text::kTitle);
-                return false;
-            }
+        // The key the edit command locked: the same trimmed code, so no second lock is made.
+        if (!req.adding && req.lock && !req.lock->lockRecord(req.parentCode, KeyTrim::Both)) {
+            Prompter::current().inform(text::kLockedCannotModify, text::kTitle);
+            return false;
         }
         Transaction tx(db);
         const QString serialize = db.dialect().structureWriteLockStatement();

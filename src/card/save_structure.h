@@ -11,6 +11,7 @@ namespace qx {
 
 class LineGrid;
 class Recordset;
+class RecordLocks;
 
 struct SaveRequest {
     QString parentCode;  // EdtcPSPCode
@@ -18,8 +19,9 @@ struct SaveRequest {
     bool adding = true;
     Recordset* headerRows = nullptr;  // ProductStructure
     Recordset* lineRows = nullptr;    // ProductStructures
-    // Edit mode: this workstation must still hold the structure's lock (empty: not asked).
-    QString lockComputer;
+    // Edit mode: the structure's lock, asked for again under its key (the trimmed parent code)
+    // so that the write lands only while this workstation holds it (null: not asked).
+    RecordLocks* lock = nullptr;
 };
 
 // The checks of a save, in their order; the first failure is returned with its message. The

@@ -113,19 +113,20 @@ struct Line {
 };
 
 // Warehouses 01 and 04 are valued by planned price: only items with a planned price are kept there.
+// Free items are stored as their values (the card turns a typed alias into its value).
 const Line kLines[] = {
     {"0101", "0201", 1, -1, "02", "0102", "李娜", "装配", nullptr, nullptr},
     {"0101", "0202", 1, -1, "02", "0102", "李娜", "装配", nullptr, nullptr},
     {"0101", "0203", 1, -1, "02", "0102", "李娜", "装配", nullptr, nullptr},
     {"0101", "0204", 1, -1, "02", "0102", "李娜", "装配", nullptr, nullptr},
     {"0101", "0205", 1, -1, "02", "0102", "李娜", "装配", nullptr, nullptr},
-    {"0101", "0310", 1, 0.5, "04", "0102", "赵强", "装配", "黑", "一等"},
+    {"0101", "0310", 1, 0.5, "04", "0102", "赵强", "装配", "黑色", "一等品"},
     {"0101", "0312", 1, -1, "03", "0102", "赵强", "装配", nullptr, nullptr},
     {"0101", "0411", 1, 1, "01", "0102", "赵强", "检验", nullptr, nullptr},
     {"0102", "0202", 2, -1, "02", "0102", "李娜", "装配", nullptr, nullptr},
     {"0102", "0205", 1, -1, "02", "0102", "李娜", "装配", nullptr, nullptr},
-    {"0102", "0310", 1, -1, "04", "0102", "赵强", "装配", "红", "合格"},
-    {"0102", "0316", 1, 2, "04", "0102", "赵强", "装配", "蓝", nullptr},
+    {"0102", "0310", 1, -1, "04", "0102", "赵强", "装配", "红色", "合格品"},
+    {"0102", "0316", 1, 2, "04", "0102", "赵强", "装配", "蓝色", nullptr},
     {"0103", "0201", 1, -1, "02", "0102", "李娜", "装配", nullptr, nullptr},
     {"0103", "0202", 1, -1, "02", "0102", "李娜", "装配", nullptr, nullptr},
     {"0103", "0203", 1, -1, "02", "0102", "李娜", "装配", nullptr, nullptr},
@@ -133,18 +134,18 @@ const Line kLines[] = {
     {"0103", "0206", 1, -1, "02", "0102", "李娜", "装配", nullptr, nullptr},
     {"0103", "0408", 1, -1, "03", "0102", "赵强", "装配", nullptr, nullptr},
     {"0201", "0401", 3.2, 3, "01", "0101", "张伟", "下料", nullptr, nullptr},
-    {"0201", "0403", 0.35, 5, "01", "0103", "王芳", "喷涂", "黑", nullptr},
+    {"0201", "0403", 0.35, 5, "01", "0103", "王芳", "喷涂", "黑色", nullptr},
     {"0201", "0404", 6, -1, "04", "0101", "张伟", "焊接", nullptr, nullptr},
     {"0201", "0405", 6, -1, "04", "0101", "张伟", "焊接", nullptr, nullptr},
     {"0201", "0410", 0.25, 8, "01", "0101", "张伟", "焊接", nullptr, nullptr},
     {"0202", "0301", 1, -1, "04", "0102", "赵强", "装配", nullptr, nullptr},
     {"0202", "0302", 36, 1.5, "04", "0102", "赵强", "装配", nullptr, nullptr},
-    {"0202", "0303", 1, -1, "04", "0102", "赵强", "装配", nullptr, "一等"},
+    {"0202", "0303", 1, -1, "04", "0102", "赵强", "装配", nullptr, "一等品"},
     {"0202", "0304", 1, -1, "04", "0102", "赵强", "装配", nullptr, nullptr},
     {"0202", "0313", 1, -1, "04", "0102", "赵强", "装配", nullptr, nullptr},
     {"0203", "0301", 1, -1, "04", "0102", "赵强", "装配", nullptr, nullptr},
     {"0203", "0302", 36, 1.5, "04", "0102", "赵强", "装配", nullptr, nullptr},
-    {"0203", "0303", 1, -1, "04", "0102", "赵强", "装配", nullptr, "二等"},
+    {"0203", "0303", 1, -1, "04", "0102", "赵强", "装配", nullptr, "二等品"},
     {"0203", "0304", 1, -1, "04", "0102", "赵强", "装配", nullptr, nullptr},
     {"0203", "0306", 1, -1, "04", "0102", "赵强", "装配", nullptr, nullptr},
     {"0203", "0313", 1, -1, "04", "0102", "赵强", "装配", nullptr, nullptr},
@@ -232,9 +233,10 @@ void createDemoCompany(Database& db)
     const QStringList accColumns{"cSysID", "cID", "cName", "cValue"};
     insertMissing(db, QStringLiteral("accinformation"), accColumns,
                   {"AA", "19", "iStrsQuanDecDgt", "2"}, 3);
-    // The auxiliary-unit switch is read with "csysid='aa'": stored in that spelling so that the
-    // case-sensitive comparison of both backends finds it.
-    insertMissing(db, QStringLiteral("accinformation"), accColumns, {"aa", "22", "bAssUnit", "TRUE"}, 2);
+    // The auxiliary-unit switch, under the common settings' system id like every settings row
+    // (system ids are compared without regard to case).
+    insertMissing(db, QStringLiteral("accinformation"), accColumns,
+                  {"AA", "22", "bAssUnit", "TRUE"}, 2);
 
     const QStringList itemColumns{"cID", "cName"};
     insertMissing(db, QStringLiteral("UserDefItem"), itemColumns, {"20", "颜色"}, 1);

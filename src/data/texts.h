@@ -161,6 +161,11 @@ inline QString cycleAtLine(int i)
 {
     return QStringLiteral("第") + QString::number(i) + QStringLiteral("个子产品与父产品发生循环调用！");
 }
+inline QString freeItemNotExistAtLine(int i, const QString& freeName)
+{
+    return QStringLiteral("第") + QString::number(i) + QStringLiteral("个子产品的") + freeName +
+           QStringLiteral("所填内容不存在，请修改！");
+}
 inline QString freeItemNotDefined(int i, const QString& freeName)
 {
     return QStringLiteral("第") + QString::number(i) + QStringLiteral("条子存货没有定义") + freeName +

@@ -12,6 +12,7 @@
 #include <QPainter>
 #include <QPixmap>
 #include <QTableView>
+#include <QTimer>
 #include <QToolBar>
 
 #include <cmath>
@@ -27,6 +28,9 @@ constexpr double kGridTop = kHeadHeight;
 constexpr double kBarWidth = 60;
 constexpr int kInitialWidthTwips = 16800;
 constexpr int kInitialHeightTwips = 9600;
+// A lock the database was too busy to free is tried again after 1 s, then ever more rarely.
+constexpr int kFirstLockRetryMs = 1000;
+constexpr int kLastLockRetryMs = 60000;
 
 // The bar's own pointer: a two-headed arrow across a double line.
 QCursor barCursor()
@@ -99,6 +103,11 @@ FrmPS::FrmPS(QWidget* parent) : QWidget(parent), locks_(nullptr, QString())
 
     installKeyHandler(this);
 
+    lockRetry_ = new QTimer(this);
+    lockRetry_->setSingleShot(true);
+    lockRetry_->setInterval(kFirstLockRetryMs);
+    connect(lockRetry_, &QTimer::timeout, this, &FrmPS::retryLockRelease);
+
     resize(px(kInitialWidthTwips, this), px(kInitialHeightTwips, this));
     layoutForSize(pixelsToTwips(width(), this), pixelsToTwips(height(), this));
 }
@@ -145,8 +154,10 @@ void FrmPS::showEvent(QShowEvent* event)
 
 void FrmPS::closeEvent(QCloseEvent* event)
 {
-    // Unloading lets go of the window's caches in this order; it asks nothing and releases no
-    // lock (each command that locks releases its own).
+    // Unloading lets go of the window's caches in this order and asks nothing. Every lock this
+    // window still holds is given back.
+    lockRetry_->stop();
+    locks_.releaseAll();
     ctx_.childRecords = nullptr;
     ctx_.parentRecords = nullptr;
     ctx_.inventory2.reset();
@@ -159,6 +170,30 @@ void FrmPS::closeEvent(QCloseEvent* event)
     loaded_ = false;
     event->accept();
     emit closed();
+}
+
+FrmPS::LockingCommand::LockingCommand(FrmPS& w) : w_(w)
+{
+    ++w_.lockingCommands_;
+}
+
+FrmPS::LockingCommand::~LockingCommand()
+{
+    if (--w_.lockingCommands_ > 0) return;  // the command around this one releases
+    w_.locks_.releaseAll();
+    if (w_.locks_.holdsAny()) w_.lockRetry_->start();
+}
+
+void FrmPS::retryLockRelease()
+{
+    // A command under way (its card open, its question on the screen) keeps what it holds.
+    if (lockingCommands_ == 0) locks_.releaseAll();
+    if (!locks_.holdsAny()) {
+        lockRetry_->setInterval(kFirstLockRetryMs);
+        return;
+    }
+    lockRetry_->setInterval(std::min(lockRetry_->interval() * 2, kLastLockRetryMs));
+    lockRetry_->start();
 }
 
 QString FrmPS::activeControlName() const

@@ -17,6 +17,7 @@
 
 class QAction;
 class QLabel;
+class QTimer;
 class QToolBar;
 
 namespace qx {
@@ -95,7 +96,7 @@ public:
     ListContext& context() { return ctx_; }
     const ListContext& context() const { return ctx_; }
     RecordLocks& locks() { return locks_; }
-    // Set by "ButCopy" just before FCopy; read and cleared by the card-filling routine.
+    // Set while a copy fills the card; read and cleared by the card-filling routine.
     bool copyFlag = false;
 
     // How the card is shown: modally, returning when it closes. Tests put their own steps here.
@@ -130,9 +131,26 @@ private:
     void setUpToolbar();
     bool handleKey(QKeyEvent* event);
     void installKeyHandler(QWidget* w);
+    // Every command that may lock runs inside one: on its way out the keys are given back, and a
+    // key the database was too busy to free is tried again later, never while a command runs.
+    class LockingCommand {
+    public:
+        explicit LockingCommand(FrmPS& w);
+        ~LockingCommand();
+        LockingCommand(const LockingCommand&) = delete;
+        LockingCommand& operator=(const LockingCommand&) = delete;
+
+    private:
+        FrmPS& w_;
+    };
+    void retryLockRelease();
+
     // list_card.cpp
     void fillCard(FrmProStru& card);
     void runCard(FrmProStru& card);
+    // Reads the parent row `row` and its lines again from the database into the grids; false
+    // when the structure is no longer stored.
+    bool reloadParentRow(int row);
     // list_loading.cpp
     void loadCaptionWords();
     void prepareScratchPrintDatabase();
@@ -157,6 +175,8 @@ private:
 
     ListContext ctx_;
     RecordLocks locks_;
+    int lockingCommands_ = 0;
+    QTimer* lockRetry_ = nullptr;
     bool loaded_ = false;
 
     Grid* supPS1_ = nullptr;

@@ -3,18 +3,24 @@
 
 #include "card/card_columns.h"
 #include "card/frm_pro_stru.h"
+#include "data/texts.h"
 #include "list/frm_ps.h"
 #include "platform/grid.h"
+#include "platform/prompter.h"
+#include "shared/cls_ref.h"
 #include "shared/code_to_name.h"
 
+#include <QScopeGuard>
 #include <QSignalBlocker>
 
 namespace qx {
 
 void FrmPS::runCard(FrmProStru& card)
 {
-    // The card writes through the table recordsets; the list follows each save it makes.
+    // The card writes through the table recordsets; the list follows each save it makes. A card
+    // that goes on editing the structure it saved holds that structure's lock through the list.
     card.setRecordsets(ctx_.mrecPro.get(), ctx_.mrecPros.get());
+    card.setRecordLocks(&locks_);
     connect(&card, &FrmProStru::structureSaved, this, [this](const QString& code) {
         refresh();
         const int row = findParentRow(code);
@@ -28,16 +34,15 @@ void FrmPS::runCard(FrmProStru& card)
 
 void FrmPS::Fadd()
 {
+    const LockingCommand command(*this);
     FrmProStru card(ctx_, this);
     card.adding = true;
     runCard(card);
 }
 
-void FrmPS::Fedit()
+bool FrmPS::reloadParentRow(int row)
 {
-    // With only the header row there is nothing to edit and no lock is asked for.
-    if (supPS1_->rows() < 2) return;
-    // The card starts from current data.
+    const QString code = supPS1_->textMatrix(row, ParentColCode);
     for (Recordset* rs : {ctx_.parentRecords, ctx_.childRecords}) {
         if (!rs) continue;
         try {
@@ -45,25 +50,54 @@ void FrmPS::Fedit()
         } catch (const DbError&) {
         }
     }
-    const QString code =
-        supPS1_->textMatrix(supPS1_->row() >= 1 ? supPS1_->row() : 1, ParentColCode);
+    Recordset* rs = ctx_.parentRecords;
+    if (!rs) return true;
+    try {
+        if (rs->recordCount() > 0) rs->moveFirst();
+        rs->findFirst(Criteria::eq(QStringLiteral("cPSPCode"), code));
+        if (rs->recordCount() == 0 || rs->noMatch()) return false;
+        const char* fields[kParentColumnCount] = {"cPSPCode", "cInvName", "cDepCode", "cInvStd"};
+        for (int c = 0; c < kParentColumnCount; ++c)
+            supPS1_->setTextMatrix(row, c, NullToText(rs->field(QString::fromLatin1(fields[c]))));
+    } catch (const DbError&) {
+        return true;  // the rows as read before stay
+    }
+    selectParentRow(row);
+    return true;
+}
+
+void FrmPS::Fedit()
+{
+    // With only the header row there is nothing to edit and no lock is asked for.
+    if (supPS1_->rows() < 2) return;
+    const int row = supPS1_->row() >= 1 ? supPS1_->row() : 1;
+    const QString code = supPS1_->textMatrix(row, ParentColCode);
     // Read-only: the card opens for viewing, without a lock.
     const bool viewing = ctx_.readOnly;
+    const LockingCommand command(*this);
     if (!viewing && !locks_.lockOrRefuse(code, KeyTrim::Both, LockPurpose::Edit, ctx_.sProStru))
         return;
-    {
-        FrmProStru card(ctx_, this);
-        fillCard(card);
-        if (viewing) card.setEditable(false);
-        runCard(card);
+    // The card starts from what is stored now that nobody else can change it, never from the
+    // list's older copy. A structure deleted meanwhile opens no card; the list shows the truth.
+    if (!reloadParentRow(row)) {
+        refresh();
+        Prompter::current().inform(text::kRecordDeleted, text::kTitle);
+        return;
     }
-    if (!viewing) locks_.unlockRecord();
+    FrmProStru card(ctx_, this);
+    fillCard(card);
+    if (viewing) card.setEditable(false);
+    runCard(card);
 }
 
 void FrmPS::FCopy()
 {
+    // The copy flag lives only as long as the copy.
+    copyFlag = true;
+    const auto clearFlag = qScopeGuard([this] { copyFlag = false; });
     if (supPS1_->rows() < 2) return;
-    // A copy is a new structure: no lock.
+    // A copy is a new structure: no lock (until the card has saved it and goes on editing it).
+    const LockingCommand command(*this);
     FrmProStru card(ctx_, this);
     card.adding = true;
     fillCard(card);

@@ -72,6 +72,8 @@ void FrmPS::FDelete()
     Recordset& mrecPro = *ctx_.mrecPro;
     Recordset& mrecPros = *ctx_.mrecPros;
     const QString& term = ctx_.sProStru;
+    // Whatever this command is granted is given back on every way out, after the messages.
+    const LockingCommand command(*this);
 
     try {
         // The checks below must see what other operators did since the lists were filled.
@@ -84,7 +86,7 @@ void FrmPS::FDelete()
             const int row = supPS1_->row();
             const QString code = trimLeft(supPS1_->textMatrix(row, ParentColCode));
             const QString name = supPS1_->textMatrix(row, ParentColName);
-            if (!locks_.lockOrRefuse(code, KeyTrim::Leading, LockPurpose::DeleteStructure, term))
+            if (!locks_.lockOrRefuse(code, KeyTrim::Both, LockPurpose::DeleteStructure, term))
                 return;
             // Gone since the list was filled: there is nothing left to delete.
             mrecPro.findFirst(Criteria::eq(QStringLiteral("cPSPCode"), code));
@@ -128,8 +130,7 @@ void FrmPS::FDelete()
                 return;
             }
             const QString parent = trimLeft(supPS1_->textMatrix(supPS1_->row(), ParentColCode));
-            if (!locks_.lockOrRefuse(parent, KeyTrim::Leading, LockPurpose::DeleteLine, term))
-                return;
+            if (!locks_.lockOrRefuse(parent, KeyTrim::Both, LockPurpose::DeleteLine, term)) return;
             if (supPS2_->rows() == 1) {
                 locks_.unlockRecord();
                 return;
@@ -165,23 +166,21 @@ void FrmPS::FDelete()
             locks_.unlockRecord();
         }
     } catch (const DbError& e) {
-        // The transaction guards have already rolled back; the grids were not touched.
+        // The transaction guards have already rolled back; the grids were not touched. The lock
+        // goes with `release`, on this way out as on every other.
+        db.rollback();
         switch (e.kind()) {
         case DbErrorKind::RecordDeleted:
             tell(text::kRecordDeleted);
-            locks_.unlockRecord();
             break;
         case DbErrorKind::ConcurrentChange:
             tell(text::kConcurrentChange);
             break;
         case DbErrorKind::InUse:
             tell(text::inUseCannotDelete(term));
-            locks_.unlockRecord();
             break;
         default:
             tell(e.description());
-            locks_.unlockRecord();
-            db.rollback();
             break;
         }
     }

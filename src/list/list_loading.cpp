@@ -150,12 +150,22 @@ void FrmPS::readQuantityDecimals(Recordset* accinformation)
     ctx_.quantityDecimals = 2;
     if (!accinformation) return;
     try {
-        accinformation->findFirst(
-            Criteria::eq(QStringLiteral("cSysID"), QStringLiteral("AA"))
-                .andEq(QStringLiteral("cID"), QStringLiteral("19"))
-                .andEq(QStringLiteral("cName"), QStringLiteral("iStrsQuanDecDgt")));
-        if (accinformation->noMatch()) return;
-        const QVariant v = accinformation->field(QStringLiteral("CValue"));
+        // The first row of the setting, its system id compared without regard to case.
+        const int sys = accinformation->fieldIndex(QStringLiteral("cSysID"));
+        const int id = accinformation->fieldIndex(QStringLiteral("cID"));
+        const int name = accinformation->fieldIndex(QStringLiteral("cName"));
+        const int value = accinformation->fieldIndex(QStringLiteral("CValue"));
+        if (sys < 0 || id < 0 || name < 0 || value < 0) return;
+        int found = -1;
+        for (int r = 0; r < accinformation->recordCount() && found < 0; ++r) {
+            if (accinformation->value(r, sys).toString().compare(QLatin1String("AA"),
+                                                                 Qt::CaseInsensitive) == 0 &&
+                accinformation->value(r, id).toString() == QLatin1String("19") &&
+                accinformation->value(r, name).toString() == QLatin1String("iStrsQuanDecDgt"))
+                found = r;
+        }
+        if (found < 0) return;
+        const QVariant v = accinformation->value(found, value);
         if (v.isNull()) return;
         // The integer part of the value's leading number; a text that is no number gives 0.
         const double n = std::trunc(LeadingNumber(v.toString()));

@@ -1,6 +1,7 @@
 #include "platform/host_facts.h"
 
 #include <QDir>
+#include <QFile>
 #include <QStandardPaths>
 
 #include <unistd.h>
@@ -25,15 +26,57 @@ QString cutToBytes(const QString& text, int limit)
     return out;
 }
 
+QString firstLine(const QString& path)
+{
+    QFile f(path);
+    if (!f.open(QIODevice::ReadOnly)) return {};
+    return QString::fromLatin1(f.readLine(256)).trimmed();
+}
+
+QString hostName()
+{
+    char buf[HOST_NAME_MAX + 1] = {};
+    if (gethostname(buf, sizeof buf - 1) == 0) return QString::fromLocal8Bit(buf);
+    return {};
+}
+
 }  // namespace
+
+QString machineIdentity()
+{
+    QString machine = qEnvironmentVariable("QX_MACHINE_ID");
+    if (machine.isEmpty()) machine = firstLine(QStringLiteral("/etc/machine-id"));
+    if (machine.isEmpty()) machine = firstLine(QStringLiteral("/var/lib/dbus/machine-id"));
+    char ns[64] = {};
+    const ssize_t n = ::readlink("/proc/self/ns/pid", ns, sizeof ns - 1);
+    const QString pidNamespace = n > 0 ? QString::fromLatin1(ns, int(n)) : QString();
+    const QString id = machine + QLatin1Char('/') + hostName() + QLatin1Char('/') + pidNamespace;
+    return id.left(120);
+}
+
+QString bootIdentity()
+{
+    return firstLine(QStringLiteral("/proc/sys/kernel/random/boot_id"));
+}
+
+long long processStartTime(long long pid)
+{
+    if (pid <= 0) return 0;
+    QFile f(QStringLiteral("/proc/%1/stat").arg(pid));
+    if (!f.open(QIODevice::ReadOnly)) return 0;
+    const QByteArray stat = f.readAll();
+    // The command name (field 2) may hold blanks and brackets: count from its closing bracket.
+    const int close = stat.lastIndexOf(')');
+    if (close < 0) return 0;
+    const QList<QByteArray> fields = stat.mid(close + 2).split(' ');
+    // Field 22 (start time) is the 20th after the name.
+    return fields.size() > 19 ? fields[19].toLongLong() : 0;
+}
 
 QString computerName()
 {
     QString name = qEnvironmentVariable("QX_COMPUTER_NAME");
-    if (name.isEmpty()) {
-        char buf[HOST_NAME_MAX + 1] = {};
-        if (gethostname(buf, sizeof buf - 1) == 0) name = QString::fromLocal8Bit(buf);
-    }
+    if (name.isEmpty()) name = hostName();
     return cutToBytes(name, 30);
 }
 

@@ -6,6 +6,8 @@
 
 #include <QDateTime>
 
+#include <utility>
+
 #include <cerrno>
 #include <signal.h>
 #include <unistd.h>
@@ -22,13 +24,15 @@ bool processAlive(long long pid)
     return errno != ESRCH;
 }
 
-struct Holder {
+}  // namespace
+
+struct LockService::Holder {
     bool found = false;
     QString computer;
     long long pid = 0;
+    QString machine;  // empty: a row written before holders named their machine
+    QString run;
 };
-
-}  // namespace
 
 QString LockService::tableName() { return QStringLiteral("QX_RecordLock"); }
 
@@ -36,20 +40,85 @@ void LockService::ensureTable(Database& db)
 {
     // On PostgreSQL a failing statement would abort the caller's transaction; the table is made
     // only outside one (the locks are always taken outside transactions).
-    if (db.inTransaction() || db.tableExists(tableName())) return;
+    if (db.inTransaction()) return;
     const SqlDialect& sql = db.dialect();
-    db.executeIgnoringErrors(
-        QStringLiteral("CREATE TABLE IF NOT EXISTS %1 (%2 NOT NULL, %3 NOT NULL, %4 NOT NULL, "
-                       "iPid bigint NOT NULL, %5, PRIMARY KEY (cCategory, cKey))")
-            .arg(tableName(), sql.textColumn(QStringLiteral("cCategory"), 20),
-                 sql.textColumn(QStringLiteral("cKey"), 255),
-                 sql.textColumn(QStringLiteral("cComputer"), 60),
-                 sql.textColumn(QStringLiteral("dTime"), 19)));
+    if (!db.tableExists(tableName())) {
+        db.executeIgnoringErrors(
+            QStringLiteral("CREATE TABLE IF NOT EXISTS %1 (%2 NOT NULL, %3 NOT NULL, %4 NOT NULL, "
+                           "iPid bigint NOT NULL, %5, %6, %7, PRIMARY KEY (cCategory, cKey))")
+                .arg(tableName(), sql.textColumn(QStringLiteral("cCategory"), 20),
+                     sql.textColumn(QStringLiteral("cKey"), 255),
+                     sql.textColumn(QStringLiteral("cComputer"), 60),
+                     sql.textColumn(QStringLiteral("dTime"), 19),
+                     sql.textColumn(QStringLiteral("cMachine"), 120),
+                     sql.textColumn(QStringLiteral("cRun"), 60)));
+        return;
+    }
+    // A table of an earlier version gains the columns that tell processes apart.
+    bool hasMachine = false;
+    try {
+        auto rs = db.openRecordset(QStringLiteral("SELECT * FROM %1 WHERE 1=0").arg(tableName()),
+                                   RecordsetType::Snapshot);
+        hasMachine = rs->fieldIndex(QStringLiteral("cMachine")) >= 0 &&
+                     rs->fieldIndex(QStringLiteral("cRun")) >= 0;
+    } catch (const DbError&) {
+        return;
+    }
+    if (hasMachine) return;
+    for (const auto& [column, width] :
+         {std::pair{QStringLiteral("cMachine"), 120}, std::pair{QStringLiteral("cRun"), 60}})
+        db.executeIgnoringErrors(QStringLiteral("ALTER TABLE %1 ADD %2")
+                                     .arg(tableName(), sql.textColumn(column, width)));
 }
 
 LockService::LockService(Database& db, long long pid)
-    : db_(db), pid_(pid > 0 ? pid : (long long)::getpid()), computer_(computerName())
+    : db_(db),
+      pid_(pid > 0 ? pid : (long long)::getpid()),
+      computer_(computerName()),
+      machine_(machineIdentity()),
+      run_(bootIdentity() + QLatin1Char('/') + QString::number(processStartTime(pid_)))
 {
+}
+
+LockService::Holder LockService::holderOf(const QString& category, const QString& key)
+{
+    Holder h;
+    auto rs = db_.openRecordset(
+        QStringLiteral("SELECT cComputer, iPid, cMachine, cRun FROM %1 WHERE cCategory = ? AND "
+                       "cKey = ?")
+            .arg(tableName()),
+        RecordsetType::Snapshot, 0, {category, key});
+    if (rs->recordCount() > 0) {
+        h.found = true;
+        h.computer = rs->field(0).toString();
+        h.pid = rs->field(1).toLongLong();
+        // A NULL of an earlier version's row is compared (and bound) as an empty text.
+        h.machine = rs->field(2).toString();
+        h.run = rs->field(3).toString();
+        if (h.machine.isNull()) h.machine = QStringLiteral("");
+        if (h.run.isNull()) h.run = QStringLiteral("");
+    }
+    return h;
+}
+
+bool LockService::ours(const Holder& h) const
+{
+    return h.computer == computer_ && h.pid == pid_ && h.machine == machine_ && h.run == run_;
+}
+
+bool LockService::goneFromThisComputer(const Holder& h) const
+{
+    if (h.computer != computer_) return false;
+    // A row of an earlier version names no machine: the computer name and the pid decide.
+    if (h.machine.isEmpty()) return !processAlive(h.pid);
+    // Process ids of another machine (or another container) cannot be looked at from here.
+    if (h.machine != machine_) return false;
+    const QString boot = h.run.section(QLatin1Char('/'), 0, 0);
+    const long long started = h.run.section(QLatin1Char('/'), 1).toLongLong();
+    if (boot != run_.section(QLatin1Char('/'), 0, 0)) return true;  // an earlier boot
+    if (!processAlive(h.pid)) return true;
+    // The id now belongs to a process that started later than the holder.
+    return started != 0 && processStartTime(h.pid) != started;
 }
 
 bool LockService::lockRecord(const QString& category, const QString& system, const QString& mode,
@@ -66,32 +135,26 @@ bool LockService::lockRecord(const QString& category, const QString& system, con
     // Both statements succeed or do nothing without an error, so that nothing here can abort a
     // PostgreSQL transaction and a race with another workstation is decided by the key.
     const QString insert =
-        QStringLiteral("INSERT INTO %1 (cCategory, cKey, cComputer, iPid, dTime) VALUES "
-                       "(?, ?, ?, ?, ?) ON CONFLICT (cCategory, cKey) DO NOTHING")
+        QStringLiteral(
+            "INSERT INTO %1 (cCategory, cKey, cComputer, iPid, dTime, cMachine, cRun) "
+            "VALUES (?, ?, ?, ?, ?, ?, ?) ON CONFLICT (cCategory, cKey) DO NOTHING")
             .arg(table);
-    const QString readHolder =
-        QStringLiteral("SELECT cComputer, iPid FROM %1 WHERE cCategory = ? AND cKey = ?").arg(table);
     const QString removeHolder =
-        QStringLiteral("DELETE FROM %1 WHERE cCategory = ? AND cKey = ? AND cComputer = ? AND iPid = ?")
+        QStringLiteral(
+            "DELETE FROM %1 WHERE cCategory = ? AND cKey = ? AND cComputer = ? AND "
+            "iPid = ? AND coalesce(cMachine, '') = ? AND coalesce(cRun, '') = ?")
             .arg(table);
 
     QStringList granted;  // keys this call took, given back if another key is refused
     try {
-        ensureTable(db_);
+        if (!tableReady_) {
+            ensureTable(db_);
+            tableReady_ = true;
+        }
         const auto tryInsert = [&](const QString& key) {
             const QString now =
                 QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"));
-            return db_.execute(insert, {category, key, computer_, pid_, now}) > 0;
-        };
-        const auto holderOf = [&](const QString& key) {
-            Holder h;
-            auto rs = db_.openRecordset(readHolder, RecordsetType::Snapshot, 0, {category, key});
-            if (rs->recordCount() > 0) {
-                h.found = true;
-                h.computer = rs->field(0).toString();
-                h.pid = rs->field(1).toLongLong();
-            }
-            return h;
+            return db_.execute(insert, {category, key, computer_, pid_, now, machine_, run_}) > 0;
         };
 
         for (const QString& key : keys) {
@@ -99,18 +162,18 @@ bool LockService::lockRecord(const QString& category, const QString& system, con
                 granted << key;
                 continue;
             }
-            const Holder h = holderOf(key);
+            const Holder h = holderOf(category, key);
             if (!h.found) {  // released between the two statements
                 if (tryInsert(key)) {
                     granted << key;
                     continue;
                 }
-            } else if (h.computer == computer_ && h.pid == pid_) {
+            } else if (ours(h)) {
                 continue;  // already ours: asking again confirms it
-            } else if (h.computer == computer_ && !processAlive(h.pid)) {
+            } else if (goneFromThisComputer(h)) {
                 // A process of this computer that stopped without unlocking. Only that holder's
                 // row is removed, so that a workstation that took it over meanwhile keeps it.
-                db_.execute(removeHolder, {category, key, h.computer, h.pid});
+                db_.execute(removeHolder, {category, key, h.computer, h.pid, h.machine, h.run});
                 if (tryInsert(key)) {
                     granted << key;
                     continue;
@@ -136,17 +199,34 @@ bool LockService::unlockRecord(const QString& category, const QStringList& keys)
     bool all = true;
     for (const QString& key : keys) {
         try {
-            const int n = db_.execute(
-                QStringLiteral("DELETE FROM %1 WHERE cCategory = ? AND cKey = ? AND cComputer = ? "
-                               "AND iPid = ?")
-                    .arg(tableName()),
-                {category, key, computer_, pid_});
-            all = all && n > 0;
+            all = removeOwn(category, key) > 0 && all;
         } catch (const DbError&) {
             all = false;
         }
     }
     return all;
+}
+
+QStringList LockService::release(const QString& category, const QStringList& keys)
+{
+    QStringList failed;
+    for (const QString& key : keys) {
+        try {
+            removeOwn(category, key);
+        } catch (const DbError&) {
+            failed << key;
+        }
+    }
+    return failed;
+}
+
+int LockService::removeOwn(const QString& category, const QString& key)
+{
+    return db_.execute(
+        QStringLiteral("DELETE FROM %1 WHERE cCategory = ? AND cKey = ? AND cComputer = ? AND "
+                       "iPid = ? AND cMachine = ? AND cRun = ?")
+            .arg(tableName()),
+        {category, key, computer_, pid_, machine_, run_});
 }
 
 }  // namespace qx

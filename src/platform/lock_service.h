@@ -11,6 +11,11 @@ class Database;
 // company database (category + key unique; holder computer, process id, time). One holder per
 // key; a lock whose process is gone from this computer is taken over; a lock of another
 // computer is never forced.
+//
+// A holder is one running process: the computer name (as shown, 30 bytes), the machine (its
+// id, full host name and process namespace), the boot and the process's id and start time, so
+// that two computers whose names share 30 bytes, or two containers of one host name, never
+// take each other's locks, and a process that reuses a dead one's id is another holder.
 class LockService {
 public:
     // pid 0 means this process.
@@ -22,15 +27,28 @@ public:
                     const QString& computer, const QStringList& keys);
     // Frees the keys held by this holder (computer + process). Result not needed by callers.
     bool unlockRecord(const QString& category, const QStringList& keys);
+    // As unlockRecord; returns the keys that could not be freed because the lock table could not
+    // be written (e.g. another workstation's transaction kept the database busy): they are
+    // still held and must be asked for again.
+    QStringList release(const QString& category, const QStringList& keys);
 
     // Creates the lock table when missing (errors ignored).
     static void ensureTable(Database& db);
     static QString tableName();
 
 private:
+    struct Holder;
+    Holder holderOf(const QString& category, const QString& key);
+    bool ours(const Holder& h) const;
+    bool goneFromThisComputer(const Holder& h) const;
+    int removeOwn(const QString& category, const QString& key);  // throws DbError
+
     Database& db_;
     long long pid_;
     QString computer_;
+    QString machine_;  // machineIdentity()
+    QString run_;      // boot id + "/" + process start time
+    bool tableReady_ = false;
 };
 
 }  // namespace qx

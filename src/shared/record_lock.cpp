@@ -54,11 +54,14 @@ bool RecordLocks::lockRecord(const QString& code, KeyTrim trim)
     locks_ = lockKey(code, trim);
     if (!db_) return false;
     try {
-        return lockDll().lockRecord(kLockCategory, kLockSystem, kLockMode, computer_,
-                                    QStringList{locks_});
+        if (!lockDll().lockRecord(kLockCategory, kLockSystem, kLockMode, computer_,
+                                  QStringList{locks_}))
+            return false;
     } catch (const DbError&) {
         return false;  // a lock that cannot be recorded is not granted
     }
+    if (!held_.contains(locks_)) held_ << locks_;
+    return true;
 }
 
 bool RecordLocks::lockOrRefuse(const QString& code, KeyTrim trim, LockPurpose purpose,
@@ -72,11 +75,17 @@ bool RecordLocks::lockOrRefuse(const QString& code, KeyTrim trim, LockPurpose pu
 void RecordLocks::unlockRecord()
 {
     if (!db_) return;
-    try {
-        lockDll().unlockRecord(kLockCategory, QStringList{locks_});
-    } catch (const DbError&) {
-        // Unlocking runs on the commands' ways out, also after a failure; its result is not used.
-    }
+    // Unlocking runs on the commands' ways out, also after a failure; a key the database was too
+    // busy to free stays held until a later release frees it.
+    const bool wasHeld = held_.removeAll(locks_) > 0;
+    if (!lockDll().release(kLockCategory, QStringList{locks_}).isEmpty() && wasHeld)
+        held_ << locks_;
+}
+
+void RecordLocks::releaseAll()
+{
+    if (!db_ || held_.isEmpty()) return;
+    held_ = lockDll().release(kLockCategory, held_);
 }
 
 }  // namespace qx

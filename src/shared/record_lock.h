@@ -5,6 +5,7 @@
 // they stand here once.
 
 #include <QString>
+#include <QStringList>
 
 #include <memory>
 
@@ -23,12 +24,15 @@ enum class LockPurpose { Edit, DeleteStructure, DeleteLine };
 // The refusal text of a command, with the structure term (sProStru) in it.
 QString lockRefusal(LockPurpose purpose, const QString& sProStru);
 
-// Edit trims the code on both sides, the deletions only on the left.
+// The key of a structure: its code without blanks on either side. Every command that locks
+// (edit, the deletions, the card's save) asks under this one key, so that they exclude each
+// other and an unlock always frees what was locked. `Leading` only removes leading blanks.
 enum class KeyTrim { Both, Leading };
-QString lockKey(const QString& code, KeyTrim trim);
+QString lockKey(const QString& code, KeyTrim trim = KeyTrim::Both);
 
-// LockDll and Locks of the list window. Releasing exactly once is the caller's job: every
-// command that locks unlocks on each of its ways out.
+// LockDll and Locks of the list window. It remembers the keys it was granted and not yet given
+// back (also those whose unlock found the database busy), so that a command on its way out, a later
+// retry and the window's closing release them all.
 class RecordLocks {
 public:
     // computerName: the workstation recorded as the holder. pid 0: this process.
@@ -49,6 +53,11 @@ public:
     // Frees the key named by Locks (also when nothing was locked: the service then has nothing
     // to free).
     void unlockRecord();
+    // Frees every key granted and not yet freed; a key whose unlock could not be written stays
+    // held, to be released by a later call.
+    void releaseAll();
+    bool holds(const QString& key) const { return held_.contains(key); }
+    bool holdsAny() const { return !held_.isEmpty(); }
 
     const QString& Locks() const { return locks_; }
 
@@ -59,6 +68,7 @@ private:
     QString computer_;
     long long pid_;
     QString locks_;
+    QStringList held_;
     std::unique_ptr<LockService> lockDll_;  // created on first use
 };
 

@@ -74,7 +74,7 @@ void fillCardMasterData(Database& db)
         QStringLiteral("insert into accinformation(cSysID,cID,cName,cValue) values(?,?,?,?)");
     db.execute(acc, {QStringLiteral("AA"), QStringLiteral("19"), QStringLiteral("iStrsQuanDecDgt"),
                      QStringLiteral("2")});
-    db.execute(acc, {QStringLiteral("aa"), QStringLiteral("22"), QStringLiteral("cInvA_Unit"),
+    db.execute(acc, {QStringLiteral("AA"), QStringLiteral("22"), QStringLiteral("cInvA_Unit"),
                      QStringLiteral("TRUE")});
 
     const QString head =
