@@ -149,8 +149,7 @@ int main(int argc, char** argv)
 
     {
         // Where a save's time goes: its checks alone, and the free-item check alone.
-        SaveRequest req{qparent,  QStringLiteral("一车间"), true, headers.get(), lines.get(),
-                        QString()};
+        SaveRequest req{qparent,  QStringLiteral("一车间"), true, headers.get(), lines.get(), nullptr};
         auto t0 = Clock::now();
         const Verdict v = checkStructure(lk, grid, req);
         const double all = msSince(t0);
@@ -164,8 +163,7 @@ int main(int argc, char** argv)
         api.push_back(insertThroughCApi(path, parent, children));
         headers->requery();
 
-        SaveRequest req{qparent,  QStringLiteral("一车间"), true, headers.get(), lines.get(),
-                        QString()};
+        SaveRequest req{qparent,  QStringLiteral("一车间"), true, headers.get(), lines.get(), nullptr};
         auto t0 = Clock::now();
         if (!saveStructure(lk, grid, req)) {
             std::fprintf(stderr, "new save refused: %s\n", qPrintable(silent.last));
