@@ -196,14 +196,24 @@ bool saveStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& re
     Database& db = *lk.db;
     QString message;
     bool writing = false;
-    try {
+    bool again = false;
+    // One attempt: the lock confirmed, then checks and write in one transaction. Returns the
+    // refusal message, empty when the structure was written.
+    const auto attempt = [&]() -> QString {
+        writing = false;
+        if (again) {
+            // The lost transaction's rows are not in the table: the sets forget them too.
+            requeryQuietly(req.headerRows);
+            requeryQuietly(req.lineRows);
+        }
+        again = true;
         if (!req.adding && !req.lockComputer.isEmpty()) {
+            // Asked again at every save, also after the connection came back: a lock another
+            // workstation took over meanwhile refuses the save.
             LockService locks(db);
             if (!locks.lockRecord(kLockCategory, kLockSystem, kLockMode, req.lockComputer,
-                                  {req.parentCode})) {
-                Prompter::current().inform(text::kLockedCannotModify, text::kTitle);
-                return false;
-            }
+                                  {req.parentCode}))
+                return text::kLockedCannotModify;
         }
         Transaction tx(db);
         const QString serialize = db.dialect().structureWriteLockStatement();
@@ -213,8 +223,7 @@ bool saveStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& re
         const Verdict v = checkStructure(lk, lines, req);
         if (!v) {
             tx.rollback();
-            Prompter::current().inform(v.message, text::kTitle);
-            return false;
+            return v.message;
         }
         writing = true;
         if (req.adding)
@@ -222,7 +231,13 @@ bool saveStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& re
         else
             editModeWrite(lk, lines, req);
         tx.commit();
-        return true;
+        return QString();
+    };
+    try {
+        message = retryOnceOnLostConnection(db, attempt);
+        if (message.isEmpty()) return true;
+        Prompter::current().inform(message, text::kTitle);
+        return false;
     } catch (const DbError& e) {
         message = failureMessage(e, writing && !req.adding);
     }
@@ -241,7 +256,8 @@ bool structureInUse(const QString& parentCode, Database& db)
         db.execute(QStringLiteral("delete from ProductStructure where cPSPCode=?"), {parentCode});
         tx.rollback();
         return false;
-    } catch (const DbError&) {
+    } catch (const DbError& e) {
+        if (e.kind() == DbErrorKind::ConnectionLost) throw;  // not an answer either way
         return true;
     }
 }

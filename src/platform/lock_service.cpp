@@ -121,12 +121,15 @@ bool LockService::lockRecord(const QString& category, const QString& system, con
             return false;
         }
         return true;
-    } catch (const DbError&) {
+    } catch (const DbError& e) {
         // A lock table that cannot be written refuses; it never grants.
         try {
             unlockRecord(category, granted);
         } catch (...) {
         }
+        // A lost connection or a full disk is no refusal: the caller tells the operator what
+        // happened.
+        if (e.kind() == DbErrorKind::ConnectionLost || e.kind() == DbErrorKind::DiskFull) throw;
         return false;
     }
 }
@@ -134,15 +137,17 @@ bool LockService::lockRecord(const QString& category, const QString& system, con
 bool LockService::unlockRecord(const QString& category, const QStringList& keys)
 {
     bool all = true;
+    const QString remove =
+        QStringLiteral("DELETE FROM %1 WHERE cCategory = ? AND cKey = ? AND cComputer = ? AND iPid = ?")
+            .arg(tableName());
     for (const QString& key : keys) {
+        const QVariantList params{category, key, computer_, pid_};
         try {
-            const int n = db_.execute(
-                QStringLiteral("DELETE FROM %1 WHERE cCategory = ? AND cKey = ? AND cComputer = ? "
-                               "AND iPid = ?")
-                    .arg(tableName()),
-                {category, key, computer_, pid_});
-            all = all && n > 0;
-        } catch (const DbError&) {
+            all = db_.execute(remove, params) > 0 && all;
+        } catch (const DbError& e) {
+            // The server is away: the lock goes as soon as it is back, so that no row of a
+            // closed card is left behind.
+            if (e.kind() == DbErrorKind::ConnectionLost) db_.runWhenConnected(remove, params);
             all = false;
         }
     }
