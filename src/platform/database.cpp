@@ -3,6 +3,7 @@
 #include "data/texts.h"
 #include "platform/sql_dialects.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QHash>
 #include <QSqlDatabase>
@@ -14,6 +15,7 @@
 #include <QUrl>
 
 #include <libpq-fe.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -121,6 +123,8 @@ struct Database::Impl {
     QSqlDatabase db;
     bool inTransaction = false;
     bool lost = false;
+    bool opened = false;     // connected once: connecting again never creates a file
+    QByteArray nativePath;  // the SQLite file, for the check that it is still there
     // Read-only on a WAL-mode file whose directory cannot be written: SQLite cannot make the
     // shared-memory file beside it, so the file is read as one that nobody changes.
     bool immutable = false;
@@ -132,9 +136,13 @@ struct Database::Impl {
     // The server said nothing about why, but the connection itself is broken.
     bool connectionBroken() const
     {
-        if (info.backend != Backend::PostgreSql || !db.driver()) return false;
+        if (info.backend != Backend::PostgreSql) return false;
+        // The driver closes a connection it found broken.
+        if (!db.isOpen() || !db.driver() || !db.driver()->isOpen()) return true;
         const QVariant handle = db.driver()->handle();
-        if (!handle.isValid() || qstrcmp(handle.typeName(), "PGconn*") != 0) return false;
+        if (!handle.isValid() || (qstrcmp(handle.typeName(), "PGconn*") != 0 &&
+                                  qstrcmp(handle.typeName(), "pg_conn*") != 0))
+            return false;
         PGconn* conn = *static_cast<PGconn* const*>(handle.constData());
         return !conn || PQstatus(conn) == CONNECTION_BAD;
     }
@@ -159,7 +167,7 @@ struct Database::Impl {
     QString sqliteName() const
     {
         // A URI opens without creating (mode=rw) or for reading only (mode=ro).
-        if (!options.readOnly && options.create) return info.path;
+        if (!options.readOnly && options.create && !opened) return info.path;
         QString uri = QStringLiteral("file:") +
                       QString::fromLatin1(QUrl::toPercentEncoding(
                           QFileInfo(info.path).absoluteFilePath(), QByteArrayLiteral("/")));
@@ -174,7 +182,7 @@ struct Database::Impl {
     {
         if (info.backend == Backend::Sqlite) {
             QStringList opts;
-            if (options.readOnly || !options.create) opts << QStringLiteral("QSQLITE_OPEN_URI");
+            if (options.readOnly || !options.create || opened) opts << QStringLiteral("QSQLITE_OPEN_URI");
             if (options.readOnly) opts << QStringLiteral("QSQLITE_OPEN_READONLY");
             db.setConnectOptions(opts.join(QLatin1Char(';')));
             db.setDatabaseName(sqliteName());
@@ -269,6 +277,8 @@ std::unique_ptr<Database> Database::open(const QString& connectionString, OpenOp
         self.reset();  // releases the connection name
         throw DbError(DbErrorKind::Other, text::cannotOpenDatabase(what, reason));
     }
+    d.opened = true;
+    if (info.backend == Backend::Sqlite) d.nativePath = QFile::encodeName(what);
     return self;
 }
 
@@ -326,6 +336,11 @@ bool Database::canWrite()
 
 QSqlQuery Database::run(const QString& sql, const QVariantList& params)
 {
+    // A company file removed or renamed under the connection is still read and written through
+    // its open descriptor, out of everybody else's sight: it counts as lost, not as there.
+    if (!d->nativePath.isEmpty() && !d->inTransaction && !d->lost &&
+        ::access(d->nativePath.constData(), F_OK) != 0)
+        d->markLost();
     if (d->lost && !reconnect()) throw DbError(DbErrorKind::ConnectionLost, text::kConnectionLost);
     try {
         return runOnce(sql, params);
