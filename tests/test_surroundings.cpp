@@ -411,7 +411,8 @@ TEST_F(LostConnection, PostgresServerRestartsWhileTheCardIsOpen)
     });
     EXPECT_EQ(lockRows(*other), 0);
 
-    // The list's own commands say the same while the server is away: a deletion is no "in use".
+    // The list's own commands say the same while the server is away: a deletion is no "in use",
+    // an edit no lock of another, a refresh no silence.
     {
         ListOnCompany list(*db);
         ASSERT_TRUE(list.select(QStringLiteral("X1")));
@@ -420,7 +421,8 @@ TEST_F(LostConnection, PostgresServerRestartsWhileTheCardIsOpen)
         prompter.answers = {true};
         list.window.dispatch(QStringLiteral("ButDelete"));
         list.window.dispatch(QStringLiteral("ButEdit"));
-        EXPECT_EQ(prompter.texts(), (QStringList{kLost, kLost}));
+        list.window.dispatch(QStringLiteral("Butref"));
+        EXPECT_EQ(prompter.texts(), (QStringList{kLost, kLost, kLost}));
         ASSERT_TRUE(server.launch());
     }
     EXPECT_EQ(quantity(*other, QStringLiteral("X1"), QStringLiteral("X2")), 7.0);
