@@ -234,6 +234,9 @@ TEST(UnwritableCompany, AFileOthersOwnOpensForReadingWithoutWritingAnything)
                             env, nobody);
     EXPECT_EQ(pdf.exitCode, 0) << pdf.err.toStdString();
     EXPECT_GT(QFileInfo(work.filePath(QStringLiteral("s.pdf"))).size(), 0);
+    const HostRun verify = runHost({QStringLiteral("verify"), company}, env, nobody);
+    EXPECT_EQ(verify.exitCode, 0) << verify.err.toStdString();
+    EXPECT_EQ(verify.out.trimmed(), QStringLiteral("产品结构数据完整，未发现问题"));
 
     EXPECT_EQ(QDir(archive.path()).entryList(QDir::Files), before);
     EXPECT_EQ(fileHash(file), hash);

@@ -41,11 +41,13 @@ void complain(const QString& line)
     std::fputc('\n', stderr);
 }
 
-// Opens a company that must already exist: an absent SQLite file is an error, not a new company.
-std::unique_ptr<qx::Database> openExisting(const QString& connection)
+// Opens a company that must already exist (an absent SQLite file is an error, not a new
+// company) for a job that only reads it, so that an archived company can be checked too.
+std::unique_ptr<qx::Database> openForReading(const QString& connection)
 {
     qx::OpenOptions options;
     options.create = false;
+    options.readOnly = true;
     return qx::Database::open(connection, options);
 }
 
@@ -64,7 +66,7 @@ int runDemo(const CommandLine& cmd)
 
 int runVerify(const CommandLine& cmd)
 {
-    auto db = openExisting(cmd.database);
+    auto db = openForReading(cmd.database);
     const qx::VerifyReport report = qx::verifyStructures(*db);
     for (const QString& line : report.lines) say(line);
     say(report.clean ? qx::text::kVerifyClean : qx::text::verifyProblems(report.lines.size()));
@@ -73,7 +75,7 @@ int runVerify(const CommandLine& cmd)
 
 int runCheckCycle(const CommandLine& cmd)
 {
-    auto db = openExisting(cmd.database);
+    auto db = openForReading(cmd.database);
     // The routine leaves a child equal to its parent to its callers; a placement of a product
     // under itself is a loop all the same.
     const bool allowed = cmd.parent != cmd.child && qx::CheckCycle(cmd.parent, cmd.child, *db);
