@@ -261,7 +261,7 @@ TEST(UnwritableCompany, ReadOnlyOpeningWritesNothingOnSqlite)
         ScriptedPrompter prompter;
         OpenedCompany opened = openCompany(company, true);
         ASSERT_TRUE(opened.db->readOnly());
-        EXPECT_FALSE(opened.db->canWrite());
+        EXPECT_FALSE(opened.db->canWrite({QStringLiteral("ProductStructure")}));
         ListOnCompany list(*opened.db, true);
         EXPECT_GT(list.window.SupPS1()->rows(), 2);
         EXPECT_FALSE(list.window.action(QStringLiteral("ButAdd"))->isEnabled());
@@ -316,6 +316,10 @@ TEST(UnwritableCompany, PostgresRoleWithSelectOnlyOpensReadOnlyWithANotice)
         EXPECT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
     }
     EXPECT_EQ(lockRows(*owner), 0);
+    // A role that may write the component's own tables and only read the master data writes.
+    owner->execute(QStringLiteral("GRANT INSERT, UPDATE, DELETE ON ProductStructure, ProductStructures, ") +
+                   LockService::tableName() + QStringLiteral(" TO ") + role);
+    EXPECT_FALSE(openCompany(readerConnection, false).unwritable);
     owner->executeIgnoringErrors(QStringLiteral("DROP OWNED BY ") + role);
     owner->executeIgnoringErrors(QStringLiteral("DROP ROLE ") + role);
 }

@@ -1,6 +1,7 @@
 #include "host/company_open.h"
 
 #include "data/schema.h"
+#include "platform/lock_service.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -29,7 +30,10 @@ OpenedCompany openCompany(const QString& connection, bool readOnly)
             throw refused;
         }
     }
-    if (db->canWrite()) return {std::move(db), false};
+    // The tables the component writes: the structures and the record locks.
+    if (db->canWrite({QStringLiteral("ProductStructure"), QStringLiteral("ProductStructures"),
+                      LockService::tableName()}))
+        return {std::move(db), false};
     db.reset();
     return {Database::open(connection, reading), true};
 }

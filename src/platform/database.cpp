@@ -311,27 +311,34 @@ void Database::runWhenConnected(const QString& sql, const QVariantList& params)
     d->whenConnected.emplace_back(sql, params);
 }
 
-bool Database::canWrite()
+bool Database::canWrite(const QStringList& tables)
 {
     if (d->options.readOnly || d->inTransaction || d->lost) return false;
     // Straight on the connection: a failure here is an answer, never a lost connection.
-    const auto exec = [this](const QString& sql) {
-        QSqlQuery q(d->db);
-        return q.exec(sql) && (!q.isSelect() || (q.next() && q.value(0).toBool()));
-    };
+    QSqlQuery q(d->db);
     if (d->info.backend == Backend::Sqlite) {
         // Taking the write lock needs a file (and a directory, for its journal) that can be
-        // written.
-        const bool ok = exec(d->dialect->beginStatement());
-        if (ok) exec(QStringLiteral("ROLLBACK"));
-        return ok;
+        // written. Another workstation holding it says nothing either way: writable.
+        if (q.exec(d->dialect->beginStatement())) {
+            QSqlQuery(d->db).exec(QStringLiteral("ROLLBACK"));
+            return true;
+        }
+        return d->dialect->classify(q.lastError(), q.lastQuery()) == DbErrorKind::ConcurrentChange;
     }
-    // A server in recovery or a read-only default, then what the role may do with the tables.
-    return exec(QStringLiteral("SELECT current_setting('transaction_read_only') = 'off'")) &&
-           exec(QStringLiteral(
-               "SELECT coalesce(bool_and(has_table_privilege(c.oid, 'INSERT,UPDATE,DELETE')), true) "
-               "FROM pg_class c WHERE c.relnamespace = to_regnamespace(current_schema()) "
-               "AND c.relkind = 'r'"));
+    // A server in recovery or a read-only default, then what the role may do with the tables
+    // (one that does not exist yet is no answer).
+    if (!q.exec(QStringLiteral("SELECT current_setting('transaction_read_only') = 'off'")) ||
+        !q.next() || !q.value(0).toBool())
+        return false;
+    for (const QString& table : tables) {
+        QSqlQuery t(d->db);
+        if (!t.prepare(QStringLiteral(
+                "SELECT coalesce(has_table_privilege(to_regclass(?), 'INSERT,UPDATE,DELETE'), true)")))
+            return false;
+        t.addBindValue(table);
+        if (!t.exec() || !t.next() || !t.value(0).toBool()) return false;
+    }
+    return true;
 }
 
 QSqlQuery Database::run(const QString& sql, const QVariantList& params)

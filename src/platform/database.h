@@ -75,9 +75,10 @@ public:
     QString connectionString() const;
     bool readOnly() const;
 
-    // Whether this connection may change the company: a write transaction that changes
-    // nothing, always rolled back. False on a read-only connection.
-    bool canWrite();
+    // Whether this connection may change these tables: on SQLite a write transaction that
+    // changes nothing, always rolled back; on PostgreSQL the server's read-only setting and the
+    // role's privileges on the tables. False on a read-only connection.
+    bool canWrite(const QStringList& tables);
 
     // A lost connection (the server went away, the company file vanished) is noticed by the
     // statement that fails: it throws DbError(ConnectionLost) and the connection is marked lost.
