@@ -37,19 +37,19 @@ using namespace qx::test;
 
 namespace {
 
-const QString kLost = QStringLiteral("与账套数据库的连接已断开，所填内容仍然保留，请稍后再试！");
-const QString kFull = QStringLiteral("磁盘空间不足，数据没有写入，请清理磁盘后再试！");
+const QString kLost = "与账套数据库的连接已断开，所填内容仍然保留，请稍后再试！";
+const QString kFull = "磁盘空间不足，数据没有写入，请清理磁盘后再试！";
 
 int lockRows(Database& db)
 {
-    return countRows(db, QStringLiteral("select count(*) from ") + LockService::tableName());
+    return countRows(db, "select count(*) from " + LockService::tableName());
 }
 
 double quantity(Database& db, const QString& parent, const QString& child)
 {
-    auto rs = db.openRecordset(
-        QStringLiteral("select iPSQuantity from ProductStructures where cPSPCode=? and cPSCode=?"),
-        RecordsetType::Snapshot, 0, {parent, child});
+    auto rs =
+        db.openRecordset("select iPSQuantity from ProductStructures where cPSPCode=? and cPSCode=?",
+                         RecordsetType::Snapshot, 0, {parent, child});
     return rs->recordCount() ? rs->field(0).toDouble() : -1;
 }
 
@@ -92,10 +92,9 @@ HostRun runHost(const QStringList& args, const QStringList& env, const QString& 
     }
     QProcess p;
     QStringList all;
-    if (!user.isEmpty()) all << QStringLiteral("-u") << user << QStringLiteral("--");
-    all << QStringLiteral("env") << env << exe << args;
-    p.start(user.isEmpty() ? QStringLiteral("/usr/bin/env") : QStringLiteral("runuser"),
-            user.isEmpty() ? all.mid(1) : all);
+    if (!user.isEmpty()) all << "-u" << user << "--";
+    all << "env" << env << exe << args;
+    p.start(user.isEmpty() ? "/usr/bin/env" : "runuser", user.isEmpty() ? all.mid(1) : all);
     if (!p.waitForFinished(120000)) {
         p.kill();
         p.waitForFinished();
@@ -123,23 +122,17 @@ QByteArray fileHash(const QString& path)
 TEST(MissingCompanyFile, IsAnErrorNeverADemoAndTheDemoComesOnlyWhenAsked)
 {
     QTemporaryDir dir, runtime, data;
-    const QStringList env{QStringLiteral("XDG_RUNTIME_DIR=") + runtime.path(),
-                          QStringLiteral("XDG_DATA_HOME=") + data.path(),
-                          QStringLiteral("QX_SYSTEM_DIR=") + dir.filePath(QStringLiteral("sys")),
-                          QStringLiteral("QT_QPA_PLATFORM=offscreen")};
-    const QString typo = dir.filePath(QStringLiteral("compnay.db"));
-    const QString png = dir.filePath(QStringLiteral("list.png"));
-    const QString expected = QStringLiteral("不能打开数据库 ") + typo + QStringLiteral("：文件不存在");
+    const QStringList env{"XDG_RUNTIME_DIR=" + runtime.path(), "XDG_DATA_HOME=" + data.path(),
+                          "QX_SYSTEM_DIR=" + dir.filePath("sys"), "QT_QPA_PLATFORM=offscreen"};
+    const QString typo = dir.filePath("compnay.db");
+    const QString png = dir.filePath("list.png");
+    const QString expected = "不能打开数据库 " + typo + "：文件不存在";
     for (const QStringList& args :
-         {QStringList{QStringLiteral("sqlite:") + typo, QStringLiteral("--screenshot"), png},
-          QStringList{typo, QStringLiteral("--screenshot"), png},
-          QStringList{QStringLiteral("--read-only"), QStringLiteral("sqlite:") + typo,
-                      QStringLiteral("--screenshot"), png},
-          QStringList{QStringLiteral("sqlite:") + typo, QStringLiteral("--pdf"),
-                      dir.filePath(QStringLiteral("o.pdf")), QStringLiteral("--structure"),
-                      QStringLiteral("0101")},
-          QStringList{QStringLiteral("verify"), QStringLiteral("sqlite:") + typo},
-          QStringList{QStringLiteral("check-cycle"), typo, QStringLiteral("A"), QStringLiteral("B")}}) {
+         {QStringList{"sqlite:" + typo, "--screenshot", png},
+          QStringList{typo, "--screenshot", png},
+          QStringList{"--read-only", "sqlite:" + typo, "--screenshot", png},
+          QStringList{"sqlite:" + typo, "--pdf", dir.filePath("o.pdf"), "--structure", "0101"},
+          QStringList{"verify", "sqlite:" + typo}, QStringList{"check-cycle", typo, "A", "B"}}) {
         const HostRun r = runHost(args, env);
         EXPECT_EQ(r.exitCode, 2) << args.join(' ').toStdString();
         EXPECT_EQ(r.err.trimmed(), expected) << args.join(' ').toStdString();
@@ -150,28 +143,28 @@ TEST(MissingCompanyFile, IsAnErrorNeverADemoAndTheDemoComesOnlyWhenAsked)
     EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files).size(), 0);
 
     // Asked for by name.
-    const HostRun demo = runHost({QStringLiteral("demo"), QStringLiteral("sqlite:") + typo}, env);
+    const HostRun demo = runHost({"demo", "sqlite:" + typo}, env);
     EXPECT_EQ(demo.exitCode, 0) << demo.err.toStdString();
     EXPECT_TRUE(QFile::exists(typo));
 
     // No database named: the demo company of the user's data directory, made on first run only.
-    const QString demoFile = data.filePath(QStringLiteral("qxprostru/demo-company.db"));
-    const HostRun first = runHost({QStringLiteral("--screenshot"), png}, env);
+    const QString demoFile = data.filePath("qxprostru/demo-company.db");
+    const HostRun first = runHost({"--screenshot", png}, env);
     EXPECT_EQ(first.exitCode, 0) << first.err.toStdString();
-    EXPECT_EQ(first.out.trimmed(), QStringLiteral("演示账套已建立：sqlite:") + demoFile);
+    EXPECT_EQ(first.out.trimmed(), "演示账套已建立：sqlite:" + demoFile);
     ASSERT_TRUE(QFile::exists(demoFile));
     EXPECT_TRUE(QFile::exists(png));
     {
         // Emptied: a run that made the demo again would fill it.
-        auto db = Database::open(QStringLiteral("sqlite:") + demoFile);
+        auto db = Database::open("sqlite:" + demoFile);
         for (const char* table : {"mom_order", "ProductStructures", "ProductStructure"})
-            db->execute(QStringLiteral("delete from ") + QString::fromLatin1(table));
+            db->execute("delete from " + QString::fromLatin1(table));
     }
-    const HostRun second = runHost({QStringLiteral("--screenshot"), png}, env);
+    const HostRun second = runHost({"--screenshot", png}, env);
     EXPECT_EQ(second.exitCode, 0) << second.err.toStdString();
     EXPECT_TRUE(second.out.trimmed().isEmpty()) << second.out.toStdString();
-    auto db = Database::open(QStringLiteral("sqlite:") + demoFile);
-    EXPECT_EQ(countRows(*db, QStringLiteral("select count(*) from ProductStructure")), 0)
+    auto db = Database::open("sqlite:" + demoFile);
+    EXPECT_EQ(countRows(*db, "select count(*) from ProductStructure"), 0)
         << "the second run opened the company as it was, without making it again";
 }
 
@@ -186,9 +179,9 @@ TEST(UnwritableCompany, AFileOthersOwnOpensForReadingWithoutWritingAnything)
     if (::geteuid() != 0) GTEST_SKIP() << "needs root to run the program as another user";
     QTemporaryDir archive, work;
     ASSERT_TRUE(archive.isValid() && work.isValid());
-    const QString file = archive.filePath(QStringLiteral("company.db"));
+    const QString file = archive.filePath("company.db");
     {
-        auto db = Database::open(QStringLiteral("sqlite:") + file);
+        auto db = Database::open("sqlite:" + file);
         schema::createDemoCompany(*db);
     }
     QFile::setPermissions(archive.path(), QFileDevice::ReadOwner | QFileDevice::WriteOwner |
@@ -196,47 +189,41 @@ TEST(UnwritableCompany, AFileOthersOwnOpensForReadingWithoutWritingAnything)
                                               QFileDevice::ExeGroup | QFileDevice::ReadOther |
                                               QFileDevice::ExeOther);
     const QStringList before = QDir(archive.path()).entryList(QDir::Files);
-    ASSERT_EQ(before, QStringList{QStringLiteral("company.db")});
+    ASSERT_EQ(before, QStringList{"company.db"});
     const QByteArray hash = fileHash(file);
     // The other user's own places: a runtime directory, the component's data directory, output.
-    QDir(work.path()).mkpath(QStringLiteral("run"));
-    QDir(work.path()).mkpath(QStringLiteral("sys"));
-    QProcess::execute(QStringLiteral("chown"), {QStringLiteral("-R"), QStringLiteral("nobody"), work.path()});
-    QFile::setPermissions(work.filePath(QStringLiteral("run")),
+    QDir(work.path()).mkpath("run");
+    QDir(work.path()).mkpath("sys");
+    QProcess::execute("chown", {"-R", "nobody", work.path()});
+    QFile::setPermissions(work.filePath("run"),
                           QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-    const QStringList env{QStringLiteral("XDG_RUNTIME_DIR=") + work.filePath(QStringLiteral("run")),
-                          QStringLiteral("HOME=") + work.path(),
-                          QStringLiteral("QX_SYSTEM_DIR=") + work.filePath(QStringLiteral("sys")),
-                          QStringLiteral("QT_QPA_PLATFORM=offscreen")};
-    const QString company = QStringLiteral("sqlite:") + file;
-    const QString nobody = QStringLiteral("nobody");
+    const QStringList env{"XDG_RUNTIME_DIR=" + work.filePath("run"), "HOME=" + work.path(),
+                          "QX_SYSTEM_DIR=" + work.filePath("sys"), "QT_QPA_PLATFORM=offscreen"};
+    const QString company = "sqlite:" + file;
+    const QString nobody = "nobody";
 
-    const HostRun asked = runHost({QStringLiteral("--read-only"), company, QStringLiteral("--screenshot"),
-                               work.filePath(QStringLiteral("ro.png"))},
-                              env, nobody);
+    const HostRun asked =
+        runHost({"--read-only", company, "--screenshot", work.filePath("ro.png")}, env, nobody);
     EXPECT_EQ(asked.exitCode, 0) << asked.err.toStdString();
     EXPECT_TRUE(asked.out.trimmed().isEmpty()) << asked.out.toStdString();
-    EXPECT_TRUE(QFile::exists(work.filePath(QStringLiteral("ro.png"))));
+    EXPECT_TRUE(QFile::exists(work.filePath("ro.png")));
 
-    const HostRun card = runHost({QStringLiteral("--read-only"), company, QStringLiteral("--screenshot"),
-                              work.filePath(QStringLiteral("card.png")), QStringLiteral("--card"),
-                              QStringLiteral("0101")},
-                             env, nobody);
+    const HostRun card = runHost(
+        {"--read-only", company, "--screenshot", work.filePath("card.png"), "--card", "0101"}, env,
+        nobody);
     EXPECT_EQ(card.exitCode, 0) << card.err.toStdString();
 
     // Not asked: opened for reading all the same, and said so.
-    const HostRun plain = runHost({company, QStringLiteral("--screenshot"), work.filePath(QStringLiteral("rw.png"))},
-                              env, nobody);
+    const HostRun plain = runHost({company, "--screenshot", work.filePath("rw.png")}, env, nobody);
     EXPECT_EQ(plain.exitCode, 0) << plain.err.toStdString();
-    EXPECT_EQ(plain.out.trimmed(), QStringLiteral("账套数据库不能写入，已按只读方式打开：") + company);
-    const HostRun pdf = runHost({company, QStringLiteral("--pdf"), work.filePath(QStringLiteral("s.pdf")),
-                             QStringLiteral("--structure"), QStringLiteral("0101")},
-                            env, nobody);
+    EXPECT_EQ(plain.out.trimmed(), "账套数据库不能写入，已按只读方式打开：" + company);
+    const HostRun pdf =
+        runHost({company, "--pdf", work.filePath("s.pdf"), "--structure", "0101"}, env, nobody);
     EXPECT_EQ(pdf.exitCode, 0) << pdf.err.toStdString();
-    EXPECT_GT(QFileInfo(work.filePath(QStringLiteral("s.pdf"))).size(), 0);
-    const HostRun verify = runHost({QStringLiteral("verify"), company}, env, nobody);
+    EXPECT_GT(QFileInfo(work.filePath("s.pdf")).size(), 0);
+    const HostRun verify = runHost({"verify", company}, env, nobody);
     EXPECT_EQ(verify.exitCode, 0) << verify.err.toStdString();
-    EXPECT_EQ(verify.out.trimmed(), QStringLiteral("产品结构数据完整，未发现问题"));
+    EXPECT_EQ(verify.out.trimmed(), "产品结构数据完整，未发现问题");
 
     EXPECT_EQ(QDir(archive.path()).entryList(QDir::Files), before);
     EXPECT_EQ(fileHash(file), hash);
@@ -250,33 +237,33 @@ TEST(UnwritableCompany, ReadOnlyOpeningWritesNothingOnSqlite)
     ensureApplication();
     QTemporaryDir dir, sys;
     qputenv("QX_SYSTEM_DIR", sys.path().toUtf8());
-    const QString company = QStringLiteral("sqlite:") + dir.filePath(QStringLiteral("company.db"));
+    const QString company = "sqlite:" + dir.filePath("company.db");
     {
         auto db = Database::open(company);
         schema::createDemoCompany(*db);
-        db->execute(QStringLiteral("PRAGMA journal_mode=DELETE"));
+        db->execute("PRAGMA journal_mode=DELETE");
     }
-    const QByteArray hash = fileHash(dir.filePath(QStringLiteral("company.db")));
+    const QByteArray hash = fileHash(dir.filePath("company.db"));
     {
         ScriptedPrompter prompter;
         OpenedCompany opened = openCompany(company, true);
         ASSERT_TRUE(opened.db->readOnly());
-        EXPECT_FALSE(opened.db->canWrite({QStringLiteral("ProductStructure")}));
+        EXPECT_FALSE(opened.db->canWrite({"ProductStructure"}));
         ListOnCompany list(*opened.db, true);
         EXPECT_GT(list.window.SupPS1()->rows(), 2);
-        EXPECT_FALSE(list.window.action(QStringLiteral("ButAdd"))->isEnabled());
-        EXPECT_EQ(list.window.windowTitle(), QStringLiteral("产品结构"));
-        ASSERT_TRUE(list.select(QStringLiteral("0101")));
+        EXPECT_FALSE(list.window.action("ButAdd")->isEnabled());
+        EXPECT_EQ(list.window.windowTitle(), "产品结构");
+        ASSERT_TRUE(list.select("0101"));
         bool viewed = false;
         list.window.showCard = [&](FrmProStru& card) { viewed = !card.editable(); };
-        list.window.dispatch(QStringLiteral("ButEdit"));
+        list.window.dispatch("ButEdit");
         EXPECT_TRUE(viewed);
         EXPECT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
     }
-    EXPECT_EQ(fileHash(dir.filePath(QStringLiteral("company.db"))), hash);
-    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList{QStringLiteral("company.db")});
+    EXPECT_EQ(fileHash(dir.filePath("company.db")), hash);
+    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList{"company.db"});
     auto db = Database::open(company);
-    EXPECT_FALSE(db->tableExists(QStringLiteral("CA_MenuDef")));
+    EXPECT_FALSE(db->tableExists("CA_MenuDef"));
 }
 
 // A PostgreSQL role that may only read: the company opens read-only with the notice in the
@@ -292,9 +279,9 @@ TEST(UnwritableCompany, PostgresRoleWithSelectOnlyOpensReadOnlyWithANotice)
     schema::createDemoCompany(*owner);
     schema::ensureMenuDef(*owner);
     const QString role = QStringLiteral("qx_reader_%1").arg(::getpid());
-    owner->executeIgnoringErrors(QStringLiteral("DROP ROLE IF EXISTS ") + role);
-    owner->execute(QStringLiteral("CREATE ROLE ") + role + QStringLiteral(" LOGIN"));
-    owner->execute(QStringLiteral("GRANT SELECT ON ALL TABLES IN SCHEMA public TO ") + role);
+    owner->executeIgnoringErrors("DROP ROLE IF EXISTS " + role);
+    owner->execute("CREATE ROLE " + role + " LOGIN");
+    owner->execute("GRANT SELECT ON ALL TABLES IN SCHEMA public TO " + role);
     ConnectionInfo info = parseConnectionString(connection);
     info.user = role;
     const QString readerConnection = postgresConnectionString(info);
@@ -305,23 +292,23 @@ TEST(UnwritableCompany, PostgresRoleWithSelectOnlyOpensReadOnlyWithANotice)
         EXPECT_TRUE(opened.unwritable);
         ASSERT_TRUE(opened.db->readOnly());
         ListOnCompany list(*opened.db, true, true);
-        EXPECT_EQ(list.window.windowTitle(), QStringLiteral("产品结构（只读：本账套数据库不能写入）"));
+        EXPECT_EQ(list.window.windowTitle(), "产品结构（只读：本账套数据库不能写入）");
         for (const char* key : {"ButAdd", "ButDelete", "ButCopy"})
             EXPECT_FALSE(list.window.action(QString::fromLatin1(key))->isEnabled()) << key;
-        ASSERT_TRUE(list.select(QStringLiteral("0101")));
+        ASSERT_TRUE(list.select("0101"));
         bool viewed = false;
         list.window.showCard = [&](FrmProStru& card) { viewed = !card.editable(); };
-        list.window.dispatch(QStringLiteral("ButEdit"));
+        list.window.dispatch("ButEdit");
         EXPECT_TRUE(viewed);
         EXPECT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
     }
     EXPECT_EQ(lockRows(*owner), 0);
     // A role that may write the component's own tables and only read the master data writes.
-    owner->execute(QStringLiteral("GRANT INSERT, UPDATE, DELETE ON ProductStructure, ProductStructures, ") +
-                   LockService::tableName() + QStringLiteral(" TO ") + role);
+    owner->execute("GRANT INSERT, UPDATE, DELETE ON ProductStructure, ProductStructures, " +
+                   LockService::tableName() + " TO " + role);
     EXPECT_FALSE(openCompany(readerConnection, false).unwritable);
-    owner->executeIgnoringErrors(QStringLiteral("DROP OWNED BY ") + role);
-    owner->executeIgnoringErrors(QStringLiteral("DROP ROLE ") + role);
+    owner->executeIgnoringErrors("DROP OWNED BY " + role);
+    owner->executeIgnoringErrors("DROP ROLE " + role);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -338,15 +325,15 @@ protected:
     void editX1(Database& db, const std::function<void(FrmProStru&)>& during)
     {
         ListOnCompany list(db);
-        ASSERT_TRUE(list.select(QStringLiteral("X1")));
+        ASSERT_TRUE(list.select("X1"));
         int shown = 0;
         list.window.showCard = [&](FrmProStru& card) {
             ++shown;
             during(card);
         };
-        list.window.dispatch(QStringLiteral("ButEdit"));
+        list.window.dispatch("ButEdit");
         EXPECT_EQ(shown, 1);
-        after = [&list] { list.window.dispatch(QStringLiteral("Butref")); };
+        after = [&list] { list.window.dispatch("Butref"); };
         if (afterClose) afterClose();
         afterClose = nullptr;
     }
@@ -372,27 +359,27 @@ TEST_F(LostConnection, PostgresServerRestartsWhileTheCardIsOpen)
 
     // Restarted while the operator typed: F6 connects again, confirms the lock and saves.
     editX1(*db, [&](FrmProStru& card) {
-        type(card, QStringLiteral("3"));
+        type(card, "3");
         ASSERT_TRUE(server.restart());
-        card.dispatch(QStringLiteral("ButSave"));
+        card.dispatch("ButSave");
     });
     EXPECT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
-    EXPECT_EQ(quantity(*other, QStringLiteral("X1"), QStringLiteral("X2")), 3.0);
+    EXPECT_EQ(quantity(*other, "X1", "X2"), 3.0);
     EXPECT_EQ(lockRows(*other), 0);
 
     // Away: every F6 says so and the card keeps what was typed; back: F6 saves it. The server
     // goes away again before the card closes: its lock goes at the list's next command.
     editX1(*db, [&](FrmProStru& card) {
-        type(card, QStringLiteral("7"));
+        type(card, "7");
         ASSERT_TRUE(server.stop());
-        card.dispatch(QStringLiteral("ButSave"));
-        card.dispatch(QStringLiteral("ButSave"));
+        card.dispatch("ButSave");
+        card.dispatch("ButSave");
         EXPECT_EQ(prompter.texts(), (QStringList{kLost, kLost}));
-        EXPECT_EQ(card.SupPS()->textMatrix(1, ColQuantity), QStringLiteral("7"));
+        EXPECT_EQ(card.SupPS()->textMatrix(1, ColQuantity), "7");
         ASSERT_TRUE(server.launch());
-        card.dispatch(QStringLiteral("ButSave"));
+        card.dispatch("ButSave");
         EXPECT_EQ(prompter.shown.size(), 2u) << prompter.last().toStdString();
-        EXPECT_EQ(quantity(*other, QStringLiteral("X1"), QStringLiteral("X2")), 7.0);
+        EXPECT_EQ(quantity(*other, "X1", "X2"), 7.0);
         EXPECT_EQ(lockRows(*other), 1);
         ASSERT_TRUE(server.stop());
         afterClose = [&] {
@@ -406,14 +393,14 @@ TEST_F(LostConnection, PostgresServerRestartsWhileTheCardIsOpen)
     // The lock taken over by another workstation while the server was away: said, not saved.
     prompter.shown.clear();
     editX1(*db, [&](FrmProStru& card) {
-        type(card, QStringLiteral("9"));
+        type(card, "9");
         ASSERT_TRUE(server.restart());
-        other->execute(QStringLiteral("delete from ") + LockService::tableName());
-        RecordLocks elsewhere(other.get(), QStringLiteral("OTHER-WS"));
-        ASSERT_TRUE(elsewhere.lockRecord(QStringLiteral("X1"), KeyTrim::Both));
-        card.dispatch(QStringLiteral("ButSave"));
-        EXPECT_EQ(prompter.texts(), QStringList{QStringLiteral("该产品被他人锁定使用，不能修改！")});
-        EXPECT_EQ(quantity(*other, QStringLiteral("X1"), QStringLiteral("X2")), 7.0);
+        other->execute("delete from " + LockService::tableName());
+        RecordLocks elsewhere(other.get(), "OTHER-WS");
+        ASSERT_TRUE(elsewhere.lockRecord("X1", KeyTrim::Both));
+        card.dispatch("ButSave");
+        EXPECT_EQ(prompter.texts(), QStringList{"该产品被他人锁定使用，不能修改！"});
+        EXPECT_EQ(quantity(*other, "X1", "X2"), 7.0);
         elsewhere.unlockRecord();
     });
     EXPECT_EQ(lockRows(*other), 0);
@@ -422,44 +409,44 @@ TEST_F(LostConnection, PostgresServerRestartsWhileTheCardIsOpen)
     // an edit no lock of another, a refresh no silence.
     {
         ListOnCompany list(*db);
-        ASSERT_TRUE(list.select(QStringLiteral("X1")));
+        ASSERT_TRUE(list.select("X1"));
         ASSERT_TRUE(server.stop());
         prompter.shown.clear();
         prompter.answers = {true};
-        list.window.dispatch(QStringLiteral("ButDelete"));
-        list.window.dispatch(QStringLiteral("ButEdit"));
-        list.window.dispatch(QStringLiteral("Butref"));
+        list.window.dispatch("ButDelete");
+        list.window.dispatch("ButEdit");
+        list.window.dispatch("Butref");
         EXPECT_EQ(prompter.texts(), (QStringList{kLost, kLost, kLost}));
         ASSERT_TRUE(server.launch());
     }
-    EXPECT_EQ(quantity(*other, QStringLiteral("X1"), QStringLiteral("X2")), 7.0);
+    EXPECT_EQ(quantity(*other, "X1", "X2"), 7.0);
     EXPECT_EQ(lockRows(*other), 0);
 }
 
 TEST_F(LostConnection, SqliteCompanyFileVanishesAndComesBack)
 {
     QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("company.db"));
-    auto db = Database::open(QStringLiteral("sqlite:") + path);
+    const QString path = dir.filePath("company.db");
+    auto db = Database::open("sqlite:" + path);
     schema::createCompany(*db);
     fillCardMasterData(*db);
-    const QStringList files{QString(), QStringLiteral("-wal"), QStringLiteral("-shm")};
+    const QStringList files{QString(), "-wal", "-shm"};
     const auto move = [&](const QString& from, const QString& to) {
         for (const QString& suffix : files) QFile::rename(from + suffix, to + suffix);
     };
     editX1(*db, [&](FrmProStru& card) {
-        type(card, QStringLiteral("5"));
-        move(path, path + QStringLiteral(".away"));
-        card.dispatch(QStringLiteral("ButSave"));
+        type(card, "5");
+        move(path, path + ".away");
+        card.dispatch("ButSave");
         EXPECT_EQ(prompter.texts(), QStringList{kLost});
-        EXPECT_EQ(card.SupPS()->textMatrix(1, ColQuantity), QStringLiteral("5"));
+        EXPECT_EQ(card.SupPS()->textMatrix(1, ColQuantity), "5");
         EXPECT_FALSE(QFile::exists(path)) << "connecting again must not make a new company";
-        move(path + QStringLiteral(".away"), path);
-        card.dispatch(QStringLiteral("ButSave"));
+        move(path + ".away", path);
+        card.dispatch("ButSave");
         EXPECT_EQ(prompter.shown.size(), 1u) << prompter.last().toStdString();
     });
-    auto again = Database::open(QStringLiteral("sqlite:") + path);
-    EXPECT_EQ(quantity(*again, QStringLiteral("X1"), QStringLiteral("X2")), 5.0);
+    auto again = Database::open("sqlite:" + path);
+    EXPECT_EQ(quantity(*again, "X1", "X2"), 5.0);
     EXPECT_EQ(lockRows(*again), 0);
 }
 
@@ -477,22 +464,24 @@ TEST(FullDisk, SaveAndCopyWriteNothingKeepTheCardAndFreeTheLock)
     QStringList codes;
     for (int i = 1; i <= 60; ++i) {
         codes << QStringLiteral("F%1").arg(i, 3, 10, QLatin1Char('0'));
-        db->execute(QStringLiteral("insert into Inventory(cInvCode,cInvName,cInvM_Unit,bFree1,bFree2,"
-                                   "bService) values(?,?,?,0,0,0)"),
-                    {codes.last(), QStringLiteral("零件") + codes.last(), QStringLiteral("个")});
+        db->execute(
+            QStringLiteral("insert into Inventory(cInvCode,cInvName,cInvM_Unit,bFree1,bFree2,"
+                           "bService) values(?,?,?,0,0,0)"),
+            {codes.last(), "零件" + codes.last(), "个"});
     }
     LockService::ensureTable(*db);
     // A disk with no room left: the lines of a filler structure take every page the limit
     // allows, so that the pages where other structures' lines go are full too.
-    db->execute(QStringLiteral("insert into ProductStructure(cPSPCode) values('ZZ')"));
-    const int pages = countRows(*db, QStringLiteral("PRAGMA page_count"));
+    db->execute("insert into ProductStructure(cPSPCode) values('ZZ')");
+    const int pages = countRows(*db, "PRAGMA page_count");
     db->execute(QStringLiteral("PRAGMA max_page_count = %1").arg(pages + 4));
     int fills = 0;
     try {
         for (; fills < 5000; ++fills)
-            db->execute(QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity) "
-                                       "values('ZZ',?,1)"),
-                        {QStringLiteral("Q%1").arg(fills, 5, 10, QLatin1Char('0'))});
+            db->execute(
+                QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity) "
+                               "values('ZZ',?,1)"),
+                {QStringLiteral("Q%1").arg(fills, 5, 10, QLatin1Char('0'))});
     } catch (const DbError& e) {
         EXPECT_EQ(e.kind(), DbErrorKind::DiskFull);
         EXPECT_EQ(e.description(), kFull);
@@ -505,52 +494,50 @@ TEST(FullDisk, SaveAndCopyWriteNothingKeepTheCardAndFreeTheLock)
             QStringList cells;
             for (int col = ColChildCode; col <= ColPlannedPrice; ++col) cells << QString();
             cells[ColChildCode] = c;
-            cells[ColQuantity] = QStringLiteral("2");
-            cells[ColWarehouse] = QStringLiteral("成品库");
+            cells[ColQuantity] = "2";
+            cells[ColWarehouse] = "成品库";
             card.appendLine(cells);
         }
     };
     {
         ListOnCompany list(*db);
-        ASSERT_TRUE(list.select(QStringLiteral("X1")));
+        ASSERT_TRUE(list.select("X1"));
         int lockedWhileOpen = -1;
         // An edit: refused whole; the card keeps the sixty lines.
         list.window.showCard = [&](FrmProStru& card) {
             lockedWhileOpen = lockRows(*db);
             fillLines(card);
-            card.dispatch(QStringLiteral("ButSave"));
+            card.dispatch("ButSave");
             EXPECT_EQ(prompter.texts(), QStringList{kFull});
             EXPECT_EQ(card.SupPS()->rows(), 61);
-            EXPECT_EQ(card.SupPS()->textMatrix(60, ColChildCode), QStringLiteral("F060"));
+            EXPECT_EQ(card.SupPS()->textMatrix(60, ColChildCode), "F060");
         };
-        list.window.dispatch(QStringLiteral("ButEdit"));
+        list.window.dispatch("ButEdit");
         EXPECT_EQ(lockedWhileOpen, 1);
         EXPECT_EQ(lockRows(*db), 0);
-        EXPECT_EQ(countRows(*db, QStringLiteral("select count(*) from ProductStructures where cPSPCode=?"),
-                            {QStringLiteral("X1")}),
+        EXPECT_EQ(countRows(*db, "select count(*) from ProductStructures where cPSPCode=?", {"X1"}),
                   1);
-        EXPECT_EQ(quantity(*db, QStringLiteral("X1"), QStringLiteral("X2")), 1.0);
+        EXPECT_EQ(quantity(*db, "X1", "X2"), 1.0);
 
         // A copy under a new parent: nothing of it is written; room again, F6 saves it.
         prompter.shown.clear();
         list.window.showCard = [&](FrmProStru& card) {
-            card.EdtcPSPCode()->setText(QStringLiteral("P1"));
+            card.EdtcPSPCode()->setText("P1");
             fillLines(card);
-            card.dispatch(QStringLiteral("ButSave"));
+            card.dispatch("ButSave");
             EXPECT_EQ(prompter.texts(), QStringList{kFull});
-            EXPECT_EQ(countRows(*db, QStringLiteral("select count(*) from ProductStructure where cPSPCode=?"),
-                                {QStringLiteral("P1")}),
-                      0);
-            EXPECT_EQ(countRows(*db, QStringLiteral("select count(*) from ProductStructures where cPSPCode=?"),
-                                {QStringLiteral("P1")}),
-                      0);
-            db->execute(QStringLiteral("PRAGMA max_page_count = 1000000"));
-            card.dispatch(QStringLiteral("ButSave"));
+            EXPECT_EQ(
+                countRows(*db, "select count(*) from ProductStructure where cPSPCode=?", {"P1"}),
+                0);
+            EXPECT_EQ(
+                countRows(*db, "select count(*) from ProductStructures where cPSPCode=?", {"P1"}),
+                0);
+            db->execute("PRAGMA max_page_count = 1000000");
+            card.dispatch("ButSave");
             EXPECT_EQ(prompter.shown.size(), 1u) << prompter.last().toStdString();
         };
-        list.window.dispatch(QStringLiteral("ButCopy"));
+        list.window.dispatch("ButCopy");
     }
-    EXPECT_EQ(countRows(*db, QStringLiteral("select count(*) from ProductStructures where cPSPCode=?"),
-                        {QStringLiteral("P1")}),
+    EXPECT_EQ(countRows(*db, "select count(*) from ProductStructures where cPSPCode=?", {"P1"}),
               60);
 }

@@ -12,7 +12,8 @@ namespace qx::test {
 
 ThrowawayServer::ThrowawayServer()
 {
-    QStringList versions = QDir(QStringLiteral("/usr/lib/postgresql")).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    QStringList versions =
+        QDir(QStringLiteral("/usr/lib/postgresql")).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
     std::sort(versions.begin(), versions.end(),
               [](const QString& a, const QString& b) { return a.toInt() < b.toInt(); });
     if (!versions.isEmpty())
@@ -21,7 +22,8 @@ ThrowawayServer::ThrowawayServer()
 
 ThrowawayServer::~ThrowawayServer()
 {
-    if (initialised_) pgCtl({QStringLiteral("-m"), QStringLiteral("immediate"), QStringLiteral("stop")});
+    if (initialised_)
+        pgCtl({QStringLiteral("-m"), QStringLiteral("immediate"), QStringLiteral("stop")});
 }
 
 bool ThrowawayServer::asPostgres(const QString& program, const QStringList& args, int timeoutMs)
@@ -30,8 +32,10 @@ bool ThrowawayServer::asPostgres(const QString& program, const QStringList& args
     p.setProcessChannelMode(QProcess::MergedChannels);
     // The server refuses to run as root.
     if (::geteuid() == 0)
-        p.start(QStringLiteral("runuser"), QStringList{QStringLiteral("-u"), QStringLiteral("postgres"),
-                                                       QStringLiteral("--"), program} + args);
+        p.start(QStringLiteral("runuser"),
+                QStringList{QStringLiteral("-u"), QStringLiteral("postgres"), QStringLiteral("--"),
+                            program} +
+                    args);
     else
         p.start(program, args);
     if (!p.waitForFinished(timeoutMs)) {
@@ -51,7 +55,8 @@ bool ThrowawayServer::pgCtl(const QStringList& args, int timeoutMs)
 {
     return asPostgres(bin_ + QStringLiteral("/pg_ctl"),
                       QStringList{QStringLiteral("-D"), dir_->filePath(QStringLiteral("data")),
-                                  QStringLiteral("-w")} + args,
+                                  QStringLiteral("-w")} +
+                          args,
                       timeoutMs);
 }
 
@@ -69,11 +74,12 @@ bool ThrowawayServer::start()
     if (::geteuid() == 0) {
         QProcess::execute(QStringLiteral("chown"), {QStringLiteral("postgres:"), dir_->path()});
     }
-    if (!asPostgres(bin_ + QStringLiteral("/initdb"),
-                    {QStringLiteral("-D"), dir_->filePath(QStringLiteral("data")), QStringLiteral("-U"),
-                     QStringLiteral("postgres"), QStringLiteral("-A"), QStringLiteral("trust"),
-                     QStringLiteral("-E"), QStringLiteral("UTF8"), QStringLiteral("--locale=C")},
-                    120000))
+    if (!asPostgres(
+            bin_ + QStringLiteral("/initdb"),
+            {QStringLiteral("-D"), dir_->filePath(QStringLiteral("data")), QStringLiteral("-U"),
+             QStringLiteral("postgres"), QStringLiteral("-A"), QStringLiteral("trust"),
+             QStringLiteral("-E"), QStringLiteral("UTF8"), QStringLiteral("--locale=C")},
+            120000))
         return false;
     initialised_ = true;
     return launch();
@@ -81,11 +87,12 @@ bool ThrowawayServer::start()
 
 bool ThrowawayServer::launch()
 {
-    return pgCtl({QStringLiteral("-l"), dir_->filePath(QStringLiteral("server.log")), QStringLiteral("-o"),
-                  QStringLiteral("-c listen_addresses='' -c unix_socket_directories='%1' -c fsync=off "
-                                 "-c max_connections=100")
-                      .arg(dir_->path()),
-                  QStringLiteral("start")});
+    return pgCtl(
+        {QStringLiteral("-l"), dir_->filePath(QStringLiteral("server.log")), QStringLiteral("-o"),
+         QStringLiteral("-c listen_addresses='' -c unix_socket_directories='%1' -c fsync=off "
+                        "-c max_connections=100")
+             .arg(dir_->path()),
+         QStringLiteral("start")});
 }
 
 bool ThrowawayServer::stop()
@@ -93,7 +100,10 @@ bool ThrowawayServer::stop()
     return pgCtl({QStringLiteral("-m"), QStringLiteral("fast"), QStringLiteral("stop")});
 }
 
-bool ThrowawayServer::restart() { return stop() && launch(); }
+bool ThrowawayServer::restart()
+{
+    return stop() && launch();
+}
 
 QString ThrowawayServer::connectionString() const
 {
