@@ -11,6 +11,7 @@
 #include "list/frm_ps.h"
 #include "platform/database.h"
 #include "platform/grid.h"
+#include "platform/grid_view.h"
 #include "platform/lock_service.h"
 #include "platform/prompter.h"
 #include "shared/line_grid.h"
@@ -21,12 +22,14 @@
 #include "support/throwaway_server.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QLineEdit>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -404,6 +407,27 @@ TEST_F(LostConnection, PostgresServerRestartsWhileTheCardIsOpen)
         elsewhere.unlockRecord();
     });
     EXPECT_EQ(lockRows(*other), 0);
+
+    // A child typed while the server is away: its cycle check cannot be made, so the cell is
+    // refused with the message (never an exception into the window) and keeps what was typed.
+    prompter.shown.clear();
+    editX1(*db, [&](FrmProStru& card) {
+        card.show();
+        QApplication::setActiveWindow(&card);
+        ASSERT_TRUE(QTest::qWaitForWindowActive(&card));
+        card.dispatch("butaddline");
+        ASSERT_TRUE(server.stop());
+        Grid& g = *card.SupPS();
+        g.setRow(g.rows() - 1);
+        g.setCol(ColChildCode);
+        g.view()->setFocus();
+        for (const char c : {'A', '2'}) QTest::keyClick(QApplication::focusWidget(), c);
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+        EXPECT_EQ(prompter.texts(), QStringList{kLost});
+        auto* editor = qobject_cast<QLineEdit*>(QApplication::focusWidget());
+        EXPECT_EQ(editor ? editor->text() : QString(), "A2");
+        ASSERT_TRUE(server.launch());
+    });
 
     // The list's own commands say the same while the server is away: a deletion is no "in use",
     // an edit no lock of another, a refresh no silence.
