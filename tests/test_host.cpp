@@ -222,6 +222,11 @@ TEST(HostCommandLine, AcceptsTheDocumentedForms)
     EXPECT_EQ(cc.command->job, CommandLine::Job::CheckCycle);
     EXPECT_EQ(cc.command->parent, "A'B");
     EXPECT_EQ(cc.command->child, "C");
+    // No database: the list window on the default demo company.
+    auto none = parseCommandLine({"--read-only"});
+    ASSERT_TRUE(none.command);
+    EXPECT_EQ(none.command->job, CommandLine::Job::Main);
+    EXPECT_TRUE(none.command->database.isEmpty());
     EXPECT_EQ(parseCommandLine({"demo", "d.db"}).command->job, CommandLine::Job::Demo);
     EXPECT_EQ(parseCommandLine({"verify", "d.db"}).command->job, CommandLine::Job::Verify);
     // A database file that happens to be called like a job goes after "--".
@@ -238,7 +243,7 @@ TEST(HostCommandLine, RefusesWhatDoesNotFitWithAMessageNamingIt)
         EXPECT_FALSE(r.command) << args.join(' ').toStdString();
         return r.error;
     };
-    EXPECT_EQ(refused({}), "命令行不正确：缺少数据库");
+    EXPECT_EQ(refused({""}), "命令行不正确：缺少数据库");
     EXPECT_EQ(refused({"a.db", "--card", "X"}), "命令行不正确：选项 --card 须与 --screenshot 同用");
     EXPECT_EQ(refused({"a.db", "--screenshot", "x.png", "--card", "X", "--new-card"}),
               "命令行不正确：选项 --card 与 --new-card 不能同用");
@@ -366,7 +371,7 @@ TEST_P(HostExecutable, FailuresAreOneLineOnStandardErrorAndANonZeroExit)
 
     if (backend() == test::TestBackend::Sqlite) {
         const QString missing = dir.filePath("none.db");
-        EXPECT_EQ(oneLine(run({"verify", "sqlite:" + missing})), "数据库文件不存在：" + missing);
+        EXPECT_EQ(oneLine(run({"verify", "sqlite:" + missing})), "不能打开数据库 " + missing + "：文件不存在");
         EXPECT_FALSE(QFile::exists(missing));
         EXPECT_FALSE(oneLine(run({"demo", "sqlite:" + dir.filePath("no/such/dir/x.db")})).isEmpty());
     } else {

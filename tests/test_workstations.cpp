@@ -4,6 +4,7 @@
 
 #include "card/card_columns.h"
 #include "card/save_structure.h"
+#include "data/schema.h"
 #include "data/texts.h"
 #include "data/verify.h"
 #include "list/list_delete.h"
@@ -14,6 +15,7 @@
 #include "shared/line_grid.h"
 #include "shared/record_lock.h"
 #include "support/card_fixture.h"
+#include "support/throwaway_server.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -353,6 +355,8 @@ void runSoakWorker(Workstation& ws, WorkLog& log, quint32 seed, int milliseconds
             result = QStringLiteral("(failed) ") + e.description();
         }
         const long long t1 = nowNs();
+        // The server is away: an operator waits a moment before trying again.
+        if (result.contains(text::kConnectionLost)) QThread::msleep(50);
         if (result.isEmpty())
             log.write({QStringLiteral("ok"), QString::number(t0), QString::number(t1), op, parent,
                        op == QLatin1String("delete") ? kAbsent : linesKey(lines)});
@@ -581,11 +585,15 @@ struct SoakFigures {
     QStringList violations;
 };
 
+// When the server was away (from, to).
+using Outages = std::vector<std::pair<long long, long long>>;
+
 // Reads the workstations' logs and compares every structure with the last saves logged for it.
 // An operation a killed workstation was in may or may not have been written: it counts as a
-// possible last save, up to the moment of the kill.
+// possible last save, up to the moment of the kill. So does a refused operation while the
+// server was away: its commit may have been written with the answer lost.
 SoakFigures judgeSoak(Database& db, const QString& dir, int processes,
-                      const QHash<QString, QString>& initial)
+                      const QHash<QString, QString>& initial, const Outages& outages = {})
 {
     SoakFigures f;
     f.processes = processes;
@@ -611,6 +619,12 @@ SoakFigures judgeSoak(Database& db, const QString& dir, int processes,
                 ++f.saved;
                 events[p[4]].push_back({p[1].toLongLong(), p[2].toLongLong(), p.value(5), true});
             } else if (p[0] == QLatin1String("refused")) {
+                const long long t0 = p[1].toLongLong(), t1 = p[2].toLongLong();
+                const bool duringOutage = std::any_of(outages.begin(), outages.end(), [&](const auto& o) {
+                    return t0 <= o.second && t1 >= o.first;
+                });
+                if (duringOutage && !open.isEmpty())
+                    events[open[3]].push_back({t0, t1, open.value(4), false});
                 open.clear();
                 ++f.operations;
                 ++f.refusals[p[3] + QLatin1String(": ") + p.value(5)];
@@ -827,6 +841,70 @@ TEST_P(Workstations, KilledWorkstationsLeaveNoHalfStructureAndTheirLocksAreTaken
     RecordProperty("operations", f.operations);
     RecordProperty("violations", int(f.violations.size()));
     EXPECT_EQ(kills, kKills);
+    EXPECT_GT(f.saved, 0);
+    EXPECT_TRUE(f.violations.isEmpty()) << f.violations.join(QLatin1Char('\n')).toStdString();
+}
+
+// The server restarted at random moments while six workstations work (QX_SOAK_RESTARTS times,
+// 3 by default; bench/soak.sh asks for more): they connect again and go on, nothing is lost or
+// half-written, no loop is stored and no lock of a workstation is left.
+TEST_P(Workstations, ServerRestartsAtRandomMomentsLoseNothing)
+{
+    if (IsSkipped()) return;
+    if (backend() != TestBackend::Postgres) GTEST_SKIP() << "a server to restart";
+    ThrowawayServer server;
+    if (!server.start()) GTEST_SKIP() << server.why().toStdString();
+    connection = server.connectionString();
+    db = Database::open(connection);
+    schema::createCompany(*db);
+    fillCardMasterData(*db);
+    resetStructures(*db);
+    const int kProcesses = 6;
+    const int kRestarts = qEnvironmentVariableIntValue("QX_SOAK_RESTARTS") > 0
+                              ? qEnvironmentVariableIntValue("QX_SOAK_RESTARTS")
+                              : 3;
+    const QHash<QString, QString> initial = storeSoakStart(*db);
+    const quint32 seed = soakSeed(backendName(backend()));
+    QRandomGenerator rnd(seed);
+    for (int id = 1; id <= kProcesses; ++id) {
+        QStringList s = common(id);
+        s << QStringLiteral("QX_WS_MODE=soak") << QStringLiteral("QX_WS_SEED=%1").arg(seed + quint32(id))
+          << QStringLiteral("QX_WS_MS=%1").arg(3600 * 1000);
+        workers.push_back(startWorker(s));
+    }
+    for (Worker& w : workers) ASSERT_EQ(w.next(), QStringLiteral("ready"));
+    QElapsedTimer timer;
+    timer.start();
+    for (Worker& w : workers) w.send(QStringLiteral("go"));
+
+    Outages outages;
+    int survived = 0;
+    for (int i = 0; i < kRestarts; ++i) {
+        QThread::msleep(300 + rnd.bounded(1500u));
+        const long long from = nowNs();
+        const bool restarted = server.restart();
+        outages.push_back({from, nowNs()});
+        ASSERT_TRUE(restarted) << server.why().toStdString();
+        ++survived;
+    }
+    QThread::msleep(2000);  // the workstations work on after the last restart
+    {
+        QFile stop(dir.filePath(QStringLiteral("stop")));
+        ASSERT_TRUE(stop.open(QIODevice::WriteOnly));
+    }
+    int finished = 0;
+    for (Worker& w : workers) finished += w.next(120000).startsWith(QLatin1String("done"));
+    const double seconds = timer.elapsed() / 1000.0;
+    TearDown();
+
+    SoakFigures f = judgeSoak(*db, dir.path(), kProcesses, initial, outages);
+    f.violations << invariantViolations(*db);
+    printf("[%s] server restarts: %d survived by %d of %d workstations\n",
+           qPrintable(backendName(backend())), survived, finished, kProcesses);
+    printSoak(backendName(backend()), f, seconds);
+    RecordProperty("restarts", survived);
+    RecordProperty("violations", int(f.violations.size()));
+    EXPECT_EQ(finished, kProcesses);
     EXPECT_GT(f.saved, 0);
     EXPECT_TRUE(f.violations.isEmpty()) << f.violations.join(QLatin1Char('\n')).toStdString();
 }

@@ -204,8 +204,13 @@ void FrmProStru::deleteLine()
             heads->findFirst(Criteria::eq(QStringLiteral("cPSPCode"), child.trimmed()));
             childHasLevels = heads->recordCount() > 0 && !heads->noMatch();
         }
-        if (childHasLevels && structureInUse(edtParent_->text(), *ctx_.dbase)) {
-            inform(text::kLineUsedWithLowerLevels);
+        try {
+            if (childHasLevels && structureInUse(edtParent_->text(), *ctx_.dbase)) {
+                inform(text::kLineUsedWithLowerLevels);
+                return;
+            }
+        } catch (const DbError& e) {
+            inform(e.description());  // the connection is lost; the line stays
             return;
         }
     }

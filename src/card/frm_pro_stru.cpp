@@ -469,10 +469,28 @@ bool FrmProStru::cellLocked(int row, int col)
     }
 }
 
+namespace {
+
+// A check that reads the database (the cycle walk) meets a lost connection as a refusal with
+// its message: the cell keeps what was typed, and nothing escapes into the event loop.
+template <class Check>
+Verdict judgedOrLost(Check&& check)
+{
+    try {
+        return check();
+    } catch (const DbError& e) {
+        return Verdict::refuse(e.description());
+    }
+}
+
+}  // namespace
+
 bool FrmProStru::validateEdit(int row, int col, QString& text)
 {
     validating_ = true;
-    const Verdict v = validateCell(lookups(), *lines_, edtParent_->text(), row, col, text);
+    const Verdict v = judgedOrLost([&] {
+        return validateCell(lookups(), *lines_, edtParent_->text(), row, col, text);
+    });
     if (!v) {
         validating_ = false;
         inform(v.message);
@@ -486,7 +504,8 @@ bool FrmProStru::rowLeaving(int row)
     if (row < 1 || row >= grid_->rows() || !editable_) return true;
     // An untouched empty last line is not a line yet: there is nothing to judge.
     if (row == grid_->rows() - 1 && lineUntouched(*lines_, row)) return true;
-    const Verdict v = validateLine(lookups(), *lines_, edtParent_->text(), row);
+    const Verdict v =
+        judgedOrLost([&] { return validateLine(lookups(), *lines_, edtParent_->text(), row); });
     if (!v) {
         validating_ = false;
         inform(v.message);

@@ -209,12 +209,22 @@ bool saveStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& re
     Database& db = *lk.db;
     QString message;
     bool writing = false;
-    try {
-        // The key the edit command locked: the same trimmed code, so no second lock is made.
-        if (!req.adding && req.lock && !req.lock->lockRecord(req.parentCode, KeyTrim::Both)) {
-            Prompter::current().inform(text::kLockedCannotModify, text::kTitle);
-            return false;
+    bool again = false;
+    // One attempt: the lock confirmed, then checks and write in one transaction. Returns the
+    // refusal message, empty when the structure was written.
+    const auto attempt = [&]() -> QString {
+        writing = false;
+        if (again) {
+            // The lost transaction's rows are not in the table: the sets forget them too.
+            requeryQuietly(req.headerRows);
+            requeryQuietly(req.lineRows);
         }
+        again = true;
+        // Asked again at every save, under the key the edit command locked (the same trimmed
+        // code, so no second lock is made), also after the connection came back: a lock another
+        // workstation took over meanwhile refuses the save.
+        if (!req.adding && req.lock && !req.lock->lockRecord(req.parentCode, KeyTrim::Both))
+            return text::kLockedCannotModify;
         Transaction tx(db);
         const QString serialize = db.dialect().structureWriteLockStatement();
         if (!serialize.isEmpty()) db.execute(serialize);
@@ -223,8 +233,7 @@ bool saveStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& re
         const Verdict v = checkStructure(lk, lines, req);
         if (!v) {
             tx.rollback();
-            Prompter::current().inform(v.message, text::kTitle);
-            return false;
+            return v.message;
         }
         writing = true;
         if (req.adding)
@@ -232,7 +241,13 @@ bool saveStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& re
         else
             editModeWrite(lk, lines, req);
         tx.commit();
-        return true;
+        return QString();
+    };
+    try {
+        message = retryOnceOnLostConnection(db, attempt);
+        if (message.isEmpty()) return true;
+        Prompter::current().inform(message, text::kTitle);
+        return false;
     } catch (const DbError& e) {
         message = failureMessage(e, writing && !req.adding);
     }
@@ -251,7 +266,8 @@ bool structureInUse(const QString& parentCode, Database& db)
         db.execute(QStringLiteral("delete from ProductStructure where cPSPCode=?"), {parentCode});
         tx.rollback();
         return false;
-    } catch (const DbError&) {
+    } catch (const DbError& e) {
+        if (e.kind() == DbErrorKind::ConnectionLost) throw;  // not an answer either way
         return true;
     }
 }

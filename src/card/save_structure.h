@@ -35,7 +35,7 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
 bool saveStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& req);
 
 // Would the structure's header or lines be refused deletion (other data refer to them)? A trial
-// deletion that is always rolled back.
+// deletion that is always rolled back. A lost connection is thrown, not answered.
 bool structureInUse(const QString& parentCode, Database& db);
 
 }  // namespace qx

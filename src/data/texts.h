@@ -239,6 +239,13 @@ inline QString cannotOpenDatabase(const QString& what, const QString& reason)
     return QStringLiteral("不能打开数据库 ") + what + QStringLiteral("：") + reason;
 }
 inline const QString kNoSqlDriver = QStringLiteral("没有该数据库的驱动程序");
+inline const QString kFileMissing = QStringLiteral("文件不存在");
+// Shown by every command that meets them (carried as the error's description).
+inline const QString kConnectionLost =
+    QStringLiteral("与账套数据库的连接已断开，所填内容仍然保留，请稍后再试！");
+inline const QString kDiskFull = QStringLiteral("磁盘空间不足，数据没有写入，请清理磁盘后再试！");
+// Added to the list window's title when the company can only be read.
+inline const QString kUnwritableNotice = QStringLiteral("（只读：本账套数据库不能写入）");
 
 // Printing, output to a file, column settings and help
 inline const QString kOutputFilter = QStringLiteral("PDF 文件 (*.pdf);;CSV 文件 (*.csv)");
@@ -264,11 +271,12 @@ inline QString badCommandLine(const QString& why)
     return QStringLiteral("命令行不正确：") + why;
 }
 inline const QString kUsage = QStringLiteral(
-    "用法：qxprostru [--read-only] 数据库 [--screenshot PNG [--card 编码 | --new-card]]\n"
+    "用法：qxprostru [--read-only] [数据库] [--screenshot PNG [--card 编码 | --new-card]]\n"
     "      qxprostru 数据库 --pdf 文件 --structure 编码\n"
     "      qxprostru demo 数据库\n"
     "      qxprostru verify 数据库\n"
-    "      qxprostru check-cycle 数据库 父项编码 子项编码");
+    "      qxprostru check-cycle 数据库 父项编码 子项编码\n"
+    "不指定数据库时打开用户数据目录中的演示账套（首次使用时建立）。");
 inline QString unknownOption(const QString& option)
 {
     return QStringLiteral("不认识的选项 ") + option;
@@ -298,10 +306,6 @@ inline QString wrongArgumentCount(const QString& command)
 {
     return command + QStringLiteral(" 的参数个数不对");
 }
-inline QString databaseFileMissing(const QString& path)
-{
-    return QStringLiteral("数据库文件不存在：") + path;
-}
 inline const QString kInitFailed =
     QStringLiteral("不能打开产品结构数据（Inventory、ProductStructure、ProductStructures）");
 inline QString notYetAvailable(const QString& option)
@@ -311,6 +315,10 @@ inline QString notYetAvailable(const QString& option)
 inline QString demoCreated(const QString& database)
 {
     return QStringLiteral("演示账套已建立：") + database;
+}
+inline QString openedUnwritable(const QString& database)
+{
+    return QStringLiteral("账套数据库不能写入，已按只读方式打开：") + database;
 }
 inline QString demoKept(const QString& database)
 {

@@ -8,6 +8,23 @@ namespace {
 
 CommandLineResult fail(const QString& why) { return {std::nullopt, text::badCommandLine(why)}; }
 
+// The options of the list window's job that only make sense together.
+CommandLineResult checkMainOptions(const CommandLine& cmd)
+{
+    if (!cmd.card.isEmpty() && cmd.newCard) return fail(text::optionsExclusive("--card", "--new-card"));
+    if (!cmd.card.isEmpty() && cmd.screenshot.isEmpty())
+        return fail(text::optionNeedsOption("--card", "--screenshot"));
+    if (cmd.newCard && cmd.screenshot.isEmpty())
+        return fail(text::optionNeedsOption("--new-card", "--screenshot"));
+    if (!cmd.pdf.isEmpty() && cmd.structure.isEmpty())
+        return fail(text::optionNeedsOption("--pdf", "--structure"));
+    if (!cmd.structure.isEmpty() && cmd.pdf.isEmpty())
+        return fail(text::optionNeedsOption("--structure", "--pdf"));
+    if (!cmd.pdf.isEmpty() && !cmd.screenshot.isEmpty())
+        return fail(text::optionsExclusive("--pdf", "--screenshot"));
+    return {cmd, {}};
+}
+
 }  // namespace
 
 CommandLineResult parseCommandLine(const QStringList& args)
@@ -64,7 +81,8 @@ CommandLineResult parseCommandLine(const QStringList& args)
     }
 
     if (cmd.job == CommandLine::Job::Help) return {cmd, {}};
-    if (positional.isEmpty()) return fail(text::kMissingDatabase);
+    // No database named: the list window on the demo company of the user's data directory.
+    if (positional.isEmpty()) return checkMainOptions(cmd);
 
     const QString first = positional.front();
     QString command;
@@ -97,19 +115,7 @@ CommandLineResult parseCommandLine(const QStringList& args)
     if (positional.size() != 1) return fail(text::wrongArgumentCount(QStringLiteral("qxprostru")));
     cmd.database = first;
     if (cmd.database.isEmpty()) return fail(text::kMissingDatabase);
-
-    if (!cmd.card.isEmpty() && cmd.newCard) return fail(text::optionsExclusive("--card", "--new-card"));
-    if (!cmd.card.isEmpty() && cmd.screenshot.isEmpty())
-        return fail(text::optionNeedsOption("--card", "--screenshot"));
-    if (cmd.newCard && cmd.screenshot.isEmpty())
-        return fail(text::optionNeedsOption("--new-card", "--screenshot"));
-    if (!cmd.pdf.isEmpty() && cmd.structure.isEmpty())
-        return fail(text::optionNeedsOption("--pdf", "--structure"));
-    if (!cmd.structure.isEmpty() && cmd.pdf.isEmpty())
-        return fail(text::optionNeedsOption("--structure", "--pdf"));
-    if (!cmd.pdf.isEmpty() && !cmd.screenshot.isEmpty())
-        return fail(text::optionsExclusive("--pdf", "--screenshot"));
-    return {cmd, {}};
+    return checkMainOptions(cmd);
 }
 
 }  // namespace qx

@@ -1,7 +1,8 @@
 #pragma once
 
 // The host executable's command line:
-//   qxprostru [--read-only] DB [--screenshot PNG [--card CODE | --new-card]]
+//   qxprostru [--read-only] [DB] [--screenshot PNG [--card CODE | --new-card]]
+//     (no DB: the demo company of the user's data directory)
 //   qxprostru [--read-only] DB --pdf FILE --structure CODE
 //   qxprostru demo DB
 //   qxprostru verify DB
@@ -18,7 +19,7 @@ struct CommandLine {
     enum class Job { Main, Demo, Verify, CheckCycle, Help };
 
     Job job = Job::Main;
-    QString database;  // connection string as given
+    QString database;  // connection string as given; empty: the default demo company
     bool readOnly = false;
 
     QString screenshot;  // PNG to render to, empty: none

@@ -14,7 +14,7 @@ namespace {
 void handOver(FrmPS& w, QXProStru& host)
 {
     w.setDatabase(host.db());
-    w.setReadOnly(host.ReadOnly());
+    w.setReadOnly(host.ReadOnly(), host.Unwritable());
     w.setRecordsets(host.parentRecords(), host.childRecords(), host.joinedRecords());
 }
 

@@ -6,6 +6,7 @@
 #include "data/texts.h"
 #include "data/verify.h"
 #include "host/command_line.h"
+#include "host/company_open.h"
 #include "host/list_window.h"
 #include "host/card_shot.h"
 #include "host/pdf_job.h"
@@ -16,7 +17,6 @@
 
 #include <QApplication>
 #include <QCoreApplication>
-#include <QFileInfo>
 
 #include <cstdio>
 #include <memory>
@@ -42,19 +42,14 @@ void complain(const QString& line)
     std::fputc('\n', stderr);
 }
 
-bool isAbsentSqliteFile(const QString& connection)
+// Opens a company that must already exist (an absent SQLite file is an error, not a new
+// company) for a job that only reads it, so that an archived company can be checked too.
+std::unique_ptr<qx::Database> openForReading(const QString& connection)
 {
-    const qx::ConnectionInfo info = qx::parseConnectionString(connection);
-    return info.backend == qx::Backend::Sqlite && !QFileInfo::exists(info.path);
-}
-
-// Opens a company that must already exist: an absent SQLite file is an error, not a new company.
-std::unique_ptr<qx::Database> openExisting(const QString& connection)
-{
-    if (isAbsentSqliteFile(connection))
-        throw qx::DbError(qx::DbErrorKind::Other,
-                          qx::text::databaseFileMissing(qx::parseConnectionString(connection).path));
-    return qx::Database::open(connection);
+    qx::OpenOptions options;
+    options.create = false;
+    options.readOnly = true;
+    return qx::Database::open(connection, options);
 }
 
 int runDemo(const CommandLine& cmd)
@@ -72,7 +67,7 @@ int runDemo(const CommandLine& cmd)
 
 int runVerify(const CommandLine& cmd)
 {
-    auto db = openExisting(cmd.database);
+    auto db = openForReading(cmd.database);
     const qx::VerifyReport report = qx::verifyStructures(*db);
     for (const QString& line : report.lines) say(line);
     say(report.clean ? qx::text::kVerifyClean : qx::text::verifyProblems(report.lines.size()));
@@ -81,7 +76,7 @@ int runVerify(const CommandLine& cmd)
 
 int runCheckCycle(const CommandLine& cmd)
 {
-    auto db = openExisting(cmd.database);
+    auto db = openForReading(cmd.database);
     // The routine leaves a child equal to its parent to its callers; a placement of a product
     // under itself is a loop all the same, whatever the letter case (as the card judges it).
     const bool allowed = cmd.parent.compare(cmd.child, Qt::CaseInsensitive) != 0 &&
@@ -105,15 +100,19 @@ void reportOpened(const qx::QXProStru& host)
 
 int runMain(const CommandLine& cmd)
 {
-    // A site without the suite starts from the demo company.
-    if (isAbsentSqliteFile(cmd.database)) {
-        auto fresh = qx::Database::open(cmd.database);
-        qx::schema::createDemoCompany(*fresh);
-        say(qx::text::demoCreated(cmd.database));
+    QString connection = cmd.database;
+    if (connection.isEmpty()) {
+        // No database named: the demo company in the user's data directory.
+        bool created = false;
+        connection = qx::defaultDemoCompany(&created);
+        if (created) say(qx::text::demoCreated(connection));
     }
-    auto db = qx::Database::open(cmd.database);
+    qx::OpenedCompany company = qx::openCompany(connection, cmd.readOnly);
+    if (company.unwritable) say(qx::text::openedUnwritable(connection));
+    auto db = std::move(company.db);
     qx::QXProStru host;
-    if (!host.Init(*db, cmd.readOnly)) {
+    host.setUnwritable(company.unwritable);
+    if (!host.Init(*db, cmd.readOnly || company.unwritable)) {
         complain(qx::text::kInitFailed);
         return kFailed;
     }

@@ -37,7 +37,7 @@ QXProStru::~QXProStru() = default;
 bool QXProStru::Init(Database& dbase, bool blnread)
 {
     db_ = &dbase;
-    schema::upgradeWasteRate(dbase);
+    if (!blnread) schema::upgradeWasteRate(dbase);
     readOnly_ = blnread;
     parent_ = OpenRecordset(dbase, kParentQuery, blnread, text::kParentRecordset);
     child_ = OpenRecordset(dbase, kChildQuery, blnread, text::kChildRecordset);

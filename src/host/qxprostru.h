@@ -50,8 +50,12 @@ public:
 
     bool ReadOnly() const { return readOnly_; }
     void setReadOnly(bool readOnly) { readOnly_ = readOnly; }
+    // Read-only because the company cannot be written: the list window says so in its title.
+    bool Unwritable() const { return unwritable_; }
+    void setUnwritable(bool unwritable) { unwritable_ = unwritable; }
 
-    // Stores the database, upgrades ProductStructures (errors ignored), keeps the flag and opens
+    // Stores the database, upgrades ProductStructures (errors ignored; not when read-only, which
+    // writes nothing), keeps the flag and opens
     // the parent, child and joined recordsets (snapshots when read-only, dynasets otherwise).
     // True only when all three opened; no message either way.
     bool Init(Database& dbase, bool blnread);
@@ -68,6 +72,7 @@ private:
     Database* db_ = nullptr;
     Recordset* record_ = nullptr;
     bool readOnly_ = false;
+    bool unwritable_ = false;
     std::unique_ptr<Recordset> parent_;
     std::unique_ptr<Recordset> child_;
     std::unique_ptr<Recordset> joined_;

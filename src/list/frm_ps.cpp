@@ -120,9 +120,10 @@ void FrmPS::setDatabase(Database* db)
     locks_.setDatabase(db);
 }
 
-void FrmPS::setReadOnly(bool readOnly)
+void FrmPS::setReadOnly(bool readOnly, bool unwritable)
 {
     ctx_.readOnly = readOnly;
+    ctx_.unwritable = unwritable;
     // Read-only: nothing may be added, deleted or copied; edit will open the card for viewing.
     for (const char* key : {"ButAdd", "ButDelete", "ButCopy"})
         if (QAction* a = action(QString::fromLatin1(key))) a->setEnabled(!readOnly);

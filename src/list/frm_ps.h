@@ -47,7 +47,8 @@ public:
 
     // What Init hands over before the window is shown (DBFrm, the read flag, the recordsets).
     void setDatabase(Database* db);
-    void setReadOnly(bool readOnly);
+    // unwritable: read-only because the company cannot be written; the title says so.
+    void setReadOnly(bool readOnly, bool unwritable = false);
     void setRecordsets(Recordset* parent, Recordset* child, Recordset* joined);
 
     // The form's loading; runs once, when the window is first shown (or when called).

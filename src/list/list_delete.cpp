@@ -53,8 +53,9 @@ bool BeUsed(const QString& code, Recordset& rs, Database& db)
         rs.requery();
         rs.findFirst(onCode);
         return false;
-    } catch (const DbError&) {
+    } catch (const DbError& e) {
         db.rollback();
+        if (e.kind() == DbErrorKind::ConnectionLost) throw;  // not an answer either way
         // The set saw its row go inside the trial; read it again so that it matches the table.
         try {
             rs.requery();
@@ -101,7 +102,7 @@ void FrmPS::FDelete()
                 return;
             }
             const QString trimmed = code.trimmed();
-            {
+            retryOnceOnLostConnection(db, [&] {
                 Transaction t(db);
                 // Lines first, so that the header never leaves lines without their parent.
                 db.execute(QStringLiteral("delete from ProductStructures where cPSPCode=?"),
@@ -110,7 +111,7 @@ void FrmPS::FDelete()
                                {trimmed}) == 0)
                     throw DbError(DbErrorKind::RecordDeleted, trimmed);
                 t.commit();
-            }
+            });
             // The grids follow the deletion without a reload.
             if (supPS1_->rows() == 2) {
                 supPS1_->setRows(1);
@@ -148,7 +149,7 @@ void FrmPS::FDelete()
                 locks_.unlockRecord();
                 return;
             }
-            {
+            retryOnceOnLostConnection(db, [&] {
                 Transaction t(db);
                 mrecPros.findFirst(Criteria::eq(QStringLiteral("cpspCode"), trimRight(parent))
                                        .andEq(QStringLiteral("cpscode"), trimRight(child)));
@@ -160,7 +161,7 @@ void FrmPS::FDelete()
                     // Nothing matched, nothing was deleted; the transaction still ends here.
                     t.commit();
                 }
-            }
+            });
             locks_.unlockRecord();
         } else {
             locks_.unlockRecord();

@@ -6,6 +6,7 @@
 #include "data/texts.h"
 #include "list/frm_ps.h"
 #include "platform/grid.h"
+#include "platform/prompter.h"
 
 #include <QLabel>
 #include <QSignalBlocker>
@@ -239,12 +240,16 @@ void FrmPS::refresh()
     supPS2_->setRows(1);
     label2_->clear();
     // Reloading reads what other workstations have saved meanwhile.
+    bool told = false;
     for (Recordset* rs : {ctx_.parentRecords, ctx_.childRecords}) {
         if (!rs) continue;
         try {
             rs->requery();
-        } catch (const DbError&) {
-            // The rows fetched before stay.
+        } catch (const DbError& e) {
+            // The rows fetched before stay; a lost connection is said (once), not hidden.
+            if (e.kind() == DbErrorKind::ConnectionLost && !told)
+                Prompter::current().inform(e.description(), text::kTitle);
+            told = told || e.kind() == DbErrorKind::ConnectionLost;
         }
     }
     fillParentGrid();

@@ -51,7 +51,8 @@ void FrmPS::load()
     Database* db = ctx_.dbase;
 
     // 1. The caption table, its index and its three rows; each fails harmlessly once they exist.
-    if (db) schema::ensureMenuDef(*db);
+    // Read-only writes nothing: the built-in words stand in for a missing table.
+    if (db && !ctx_.readOnly) schema::ensureMenuDef(*db);
     // 2. The caption words.
     loadCaptionWords();
     // 3. The scratch print database, fresh at every loading.
@@ -78,7 +79,7 @@ void FrmPS::load()
     // 14. The lines of the selected parent.
     if (supPS1_->rows() >= 2) selectParentRow(supPS1_->row() >= 1 ? supPS1_->row() : 1);
     // 15. The title.
-    setWindowTitle(ctx_.sProStru);
+    setWindowTitle(ctx_.unwritable ? ctx_.sProStru + text::kUnwritableNotice : ctx_.sProStru);
 
     supPS1_->view()->setFocus();
     loaded_ = true;

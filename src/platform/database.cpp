@@ -3,6 +3,7 @@
 #include "data/texts.h"
 #include "platform/sql_dialects.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QHash>
 #include <QSqlDatabase>
@@ -13,9 +14,13 @@
 #include <QSqlRecord>
 #include <QUrl>
 
+#include <libpq-fe.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <atomic>
 #include <unordered_map>
+#include <utility>
 
 namespace qx {
 
@@ -113,18 +118,112 @@ struct Database::Impl {
     QString connectionName;
     QString connectionString;
     ConnectionInfo info;
+    OpenOptions options;
     std::unique_ptr<SqlDialect> dialect;
     QSqlDatabase db;
     bool inTransaction = false;
+    bool lost = false;
+    bool opened = false;     // connected once: connecting again never creates a file
+    QByteArray nativePath;  // the SQLite file, for the check that it is still there
+    // Read-only on a WAL-mode file whose directory cannot be written: SQLite cannot make the
+    // shared-memory file beside it, so the file is read as one that nobody changes.
+    bool immutable = false;
     // Statements that failed inside a transaction: on PostgreSQL they cannot be deallocated
     // until the aborted transaction ends, so they live until rollback.
     std::vector<QSqlQuery> failedInTransaction;
+    std::vector<std::pair<QString, QVariantList>> whenConnected;
+
+    // The server said nothing about why, but the connection itself is broken.
+    bool connectionBroken() const
+    {
+        if (info.backend != Backend::PostgreSql) return false;
+        // The driver closes a connection it found broken.
+        if (!db.isOpen() || !db.driver() || !db.driver()->isOpen()) return true;
+        const QVariant handle = db.driver()->handle();
+        if (!handle.isValid() || (qstrcmp(handle.typeName(), "PGconn*") != 0 &&
+                                  qstrcmp(handle.typeName(), "pg_conn*") != 0))
+            return false;
+        PGconn* conn = *static_cast<PGconn* const*>(handle.constData());
+        return !conn || PQstatus(conn) == CONNECTION_BAD;
+    }
 
     DbError errorOf(const QSqlError& e, const QString& sql) const
     {
+        DbErrorKind kind = dialect->classify(e, sql);
+        if (kind != DbErrorKind::ConnectionLost && connectionBroken())
+            kind = DbErrorKind::ConnectionLost;
+        // A company file that is gone, whatever SQLite made of it.
+        if (kind != DbErrorKind::ConnectionLost && info.backend == Backend::Sqlite &&
+            !QFileInfo::exists(info.path))
+            kind = DbErrorKind::ConnectionLost;
+        // These two are the operator's message as they stand: every command shows them.
+        if (kind == DbErrorKind::ConnectionLost) return DbError(kind, text::kConnectionLost);
+        if (kind == DbErrorKind::DiskFull) return DbError(kind, text::kDiskFull);
         QString description = e.text().trimmed();
         if (description.isEmpty()) description = sql;
-        return DbError(dialect->classify(e, sql), description);
+        return DbError(kind, description);
+    }
+
+    QString sqliteName() const
+    {
+        // A URI opens without creating (mode=rw) or for reading only (mode=ro).
+        if (!options.readOnly && options.create && !opened) return info.path;
+        QString uri = QStringLiteral("file:") +
+                      QString::fromLatin1(QUrl::toPercentEncoding(
+                          QFileInfo(info.path).absoluteFilePath(), QByteArrayLiteral("/")));
+        uri += options.readOnly ? QStringLiteral("?mode=ro") : QStringLiteral("?mode=rw");
+        if (immutable) uri += QStringLiteral("&immutable=1");
+        return uri;
+    }
+
+    // Opens the connection with the stored settings and runs the connect statements; false
+    // with the reason when it could not.
+    bool connect(QString& reason)
+    {
+        if (info.backend == Backend::Sqlite) {
+            QStringList opts;
+            if (options.readOnly || !options.create || opened) opts << QStringLiteral("QSQLITE_OPEN_URI");
+            if (options.readOnly) opts << QStringLiteral("QSQLITE_OPEN_READONLY");
+            db.setConnectOptions(opts.join(QLatin1Char(';')));
+            db.setDatabaseName(sqliteName());
+        }
+        if (!db.open()) {
+            reason = db.lastError().text().simplified();
+            return false;
+        }
+        QStringList statements = dialect->connectStatements(options.readOnly);
+        // A file that is no database at all is noticed only when something is read from it.
+        statements << QStringLiteral("SELECT 1");
+        if (info.backend == Backend::Sqlite)
+            statements << QStringLiteral("SELECT count(*) FROM sqlite_master");
+        for (const QString& sql : statements) {
+            QSqlQuery q(db);
+            if (!q.exec(sql) || (q.isSelect() && !q.next() && q.lastError().isValid())) {
+                reason = q.lastError().text().simplified();
+                q = QSqlQuery();
+                db.close();
+                return false;
+            }
+        }
+        return true;
+    }
+
+    bool connectReadOnlyOrWhole(QString& reason)
+    {
+        if (connect(reason)) return true;
+        if (info.backend != Backend::Sqlite || !options.readOnly || immutable) return false;
+        immutable = true;
+        QString second;
+        if (connect(second)) return true;
+        immutable = false;
+        return false;
+    }
+
+    void markLost()
+    {
+        lost = true;
+        inTransaction = false;
+        failedInTransaction.clear();
     }
 };
 
@@ -140,13 +239,14 @@ Database::~Database()
     QSqlDatabase::removeDatabase(name);
 }
 
-std::unique_ptr<Database> Database::open(const QString& connectionString)
+std::unique_ptr<Database> Database::open(const QString& connectionString, OpenOptions options)
 {
     static std::atomic<int> counter{0};
     const ConnectionInfo info = parseConnectionString(connectionString);
     std::unique_ptr<Database> self(new Database());
     Impl& d = *self->d;
     d.info = info;
+    d.options = options;
     d.connectionString = connectionString;
     d.connectionName = QStringLiteral("qx_db_%1").arg(++counter);
 
@@ -154,8 +254,9 @@ std::unique_ptr<Database> Database::open(const QString& connectionString)
     if (info.backend == Backend::Sqlite) {
         d.dialect = makeSqliteDialect();
         what = QFileInfo(info.path).absoluteFilePath();
+        if (!options.create && !QFileInfo::exists(info.path))
+            throw DbError(DbErrorKind::Other, text::cannotOpenDatabase(what, text::kFileMissing));
         d.db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), d.connectionName);
-        d.db.setDatabaseName(info.path);
     } else {
         d.dialect = makePostgresDialect();
         what = (info.host.isEmpty() ? QStringLiteral("localhost") : info.host) +
@@ -171,21 +272,13 @@ std::unique_ptr<Database> Database::open(const QString& connectionString)
     }
     if (!d.db.isValid())
         throw DbError(DbErrorKind::Other, text::cannotOpenDatabase(what, text::kNoSqlDriver));
-    if (!d.db.open()) {
-        const QString reason = d.db.lastError().text().simplified();
+    QString reason;
+    if (!d.connectReadOnlyOrWhole(reason)) {
         self.reset();  // releases the connection name
         throw DbError(DbErrorKind::Other, text::cannotOpenDatabase(what, reason));
     }
-    try {
-        for (const QString& sql : d.dialect->connectStatements()) self->execute(sql);
-        // A file that is no database at all is noticed only when something is read from it.
-        self->run(QStringLiteral("SELECT 1"), {});
-        if (info.backend == Backend::Sqlite)
-            self->run(QStringLiteral("SELECT count(*) FROM sqlite_master"), {});
-    } catch (const DbError& e) {
-        self.reset();
-        throw DbError(DbErrorKind::Other, text::cannotOpenDatabase(what, e.description()));
-    }
+    d.opened = true;
+    if (info.backend == Backend::Sqlite) d.nativePath = QFile::encodeName(what);
     return self;
 }
 
@@ -193,8 +286,82 @@ Backend Database::backend() const { return d->info.backend; }
 const SqlDialect& Database::dialect() const { return *d->dialect; }
 const ConnectionInfo& Database::info() const { return d->info; }
 QString Database::connectionString() const { return d->connectionString; }
+bool Database::readOnly() const { return d->options.readOnly; }
+bool Database::connectionLost() const { return d->lost; }
+
+bool Database::reconnect()
+{
+    if (!d->lost) return true;
+    d->db.close();
+    QString reason;
+    if (!d->connectReadOnlyOrWhole(reason)) return false;
+    d->lost = false;
+    const auto pending = std::exchange(d->whenConnected, {});
+    for (const auto& [sql, params] : pending) {
+        try {
+            runOnce(sql, params);
+        } catch (const DbError&) {
+        }
+    }
+    return true;
+}
+
+void Database::runWhenConnected(const QString& sql, const QVariantList& params)
+{
+    d->whenConnected.emplace_back(sql, params);
+}
+
+bool Database::canWrite(const QStringList& tables)
+{
+    if (d->options.readOnly || d->inTransaction || d->lost) return false;
+    // Straight on the connection: a failure here is an answer, never a lost connection.
+    QSqlQuery q(d->db);
+    if (d->info.backend == Backend::Sqlite) {
+        // Taking the write lock needs a file (and a directory, for its journal) that can be
+        // written. Another workstation holding it says nothing either way: writable.
+        if (q.exec(d->dialect->beginStatement())) {
+            QSqlQuery(d->db).exec(QStringLiteral("ROLLBACK"));
+            return true;
+        }
+        return d->dialect->classify(q.lastError(), q.lastQuery()) == DbErrorKind::ConcurrentChange;
+    }
+    // A server in recovery or a read-only default, then what the role may do with the tables
+    // (one that does not exist yet is no answer).
+    if (!q.exec(QStringLiteral("SELECT current_setting('transaction_read_only') = 'off'")) ||
+        !q.next() || !q.value(0).toBool())
+        return false;
+    for (const QString& table : tables) {
+        QSqlQuery t(d->db);
+        if (!t.prepare(QStringLiteral(
+                "SELECT coalesce(has_table_privilege(to_regclass(?), 'INSERT,UPDATE,DELETE'), true)")))
+            return false;
+        t.addBindValue(table);
+        if (!t.exec() || !t.next() || !t.value(0).toBool()) return false;
+    }
+    return true;
+}
 
 QSqlQuery Database::run(const QString& sql, const QVariantList& params)
+{
+    // A company file removed or renamed under the connection is still read and written through
+    // its open descriptor, out of everybody else's sight: it counts as lost, not as there.
+    if (!d->nativePath.isEmpty() && !d->inTransaction && !d->lost &&
+        ::access(d->nativePath.constData(), F_OK) != 0)
+        d->markLost();
+    if (d->lost && !reconnect()) throw DbError(DbErrorKind::ConnectionLost, text::kConnectionLost);
+    try {
+        return runOnce(sql, params);
+    } catch (const DbError& e) {
+        if (e.kind() != DbErrorKind::ConnectionLost) throw;
+        const bool inTransaction = d->inTransaction;
+        d->markLost();
+        // A transaction that was open is gone with the connection: its command runs again.
+        if (inTransaction || !reconnect()) throw;
+    }
+    return runOnce(sql, params);
+}
+
+QSqlQuery Database::runOnce(const QString& sql, const QVariantList& params)
 {
     QSqlQuery q(d->db);
     q.setForwardOnly(true);

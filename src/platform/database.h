@@ -46,14 +46,24 @@ struct ConnectionInfo {
 // Throws DbError(Other) naming what is wrong with the text.
 ConnectionInfo parseConnectionString(const QString& text);
 
+// How a database is opened.
+struct OpenOptions {
+    // Read-only: nothing is written, not even the journal mode (SQLite) or a session setting
+    // that writes; the server refuses writes (PostgreSQL).
+    bool readOnly = false;
+    // SQLite: create the file when it is absent. Otherwise an absent file is an error.
+    bool create = true;
+};
+
 // One open connection to a company database. Every statement goes through here; values are
 // always bound as parameters ("?" placeholders), never spliced into the text.
 // Recordsets keep a reference to their Database: the Database must outlive them.
 class Database {
 public:
-    // Opens the database (creating an empty SQLite file if absent). Throws DbError(Other) with a
-    // one-line description naming what failed.
-    static std::unique_ptr<Database> open(const QString& connectionString);
+    // Opens the database (by default creating an empty SQLite file if absent). Throws
+    // DbError(Other) with a one-line description naming what failed.
+    static std::unique_ptr<Database> open(const QString& connectionString,
+                                          OpenOptions options = {});
     ~Database();
 
     Database(const Database&) = delete;
@@ -63,6 +73,25 @@ public:
     const SqlDialect& dialect() const;
     const ConnectionInfo& info() const;
     QString connectionString() const;
+    bool readOnly() const;
+
+    // Whether this connection may change these tables: on SQLite a write transaction that
+    // changes nothing, always rolled back; on PostgreSQL the server's read-only setting and the
+    // role's privileges on the tables. False on a read-only connection.
+    bool canWrite(const QStringList& tables);
+
+    // A lost connection (the server went away, the company file vanished) is noticed by the
+    // statement that fails: it throws DbError(ConnectionLost) and the connection is marked lost.
+    // The next statement first connects again with the same parameters; outside a transaction
+    // the failing statement itself is tried once more on a new connection. A transaction that
+    // was open is gone: its command must run again.
+    bool connectionLost() const;
+    // Connects again now when the connection is marked lost. True when connected.
+    bool reconnect();
+    // A statement to run first thing once the lost connection is back (a lock to give back
+    // that could not be given back while the server was away). Run on the next reconnect,
+    // its failure ignored.
+    void runWhenConnected(const QString& sql, const QVariantList& params);
 
     // Runs a statement without a result. Returns the number of rows affected.
     int execute(const QString& sql, const QVariantList& params = {});
@@ -93,9 +122,24 @@ public:
 
 private:
     Database();
+    QSqlQuery runOnce(const QString& sql, const QVariantList& params);
     struct Impl;
     std::unique_ptr<Impl> d;
 };
+
+// Runs `work` (a whole transaction, or a command's database part); when the connection was lost
+// on the way, connects again and runs it once more. A second loss, or a server still away,
+// reaches the caller as DbError(ConnectionLost).
+template <class Work>
+auto retryOnceOnLostConnection(Database& db, Work&& work)
+{
+    try {
+        return work();
+    } catch (const DbError& e) {
+        if (e.kind() != DbErrorKind::ConnectionLost || !db.reconnect()) throw;
+    }
+    return work();
+}
 
 // Commits only when told to; otherwise rolls back when it leaves scope (also on exceptions).
 class Transaction {

@@ -13,6 +13,8 @@ enum class DbErrorKind {
     InUse,             // a foreign key of another table still refers to the row
     Duplicate,         // a unique key is already taken
     TooLong,           // a value is longer than its column
+    ConnectionLost,    // the server went away or the company file vanished or became unreadable
+    DiskFull,          // the disk (or the database's size limit) has no room for the write
     Other,             // anything else; shown with its own description
 };
 

@@ -184,12 +184,15 @@ bool LockService::lockRecord(const QString& category, const QString& system, con
             return false;
         }
         return true;
-    } catch (const DbError&) {
+    } catch (const DbError& e) {
         // A lock table that cannot be written refuses; it never grants.
         try {
             unlockRecord(category, granted);
         } catch (...) {
         }
+        // A lost connection or a full disk is no refusal: the caller tells the operator what
+        // happened.
+        if (e.kind() == DbErrorKind::ConnectionLost || e.kind() == DbErrorKind::DiskFull) throw;
         return false;
     }
 }
@@ -200,7 +203,11 @@ bool LockService::unlockRecord(const QString& category, const QStringList& keys)
     for (const QString& key : keys) {
         try {
             all = removeOwn(category, key) > 0 && all;
-        } catch (const DbError&) {
+        } catch (const DbError& e) {
+            // The server is away: the lock goes as soon as it is back, so that no row of a
+            // closed card is left behind.
+            if (e.kind() == DbErrorKind::ConnectionLost)
+                db_.runWhenConnected(removeOwnStatement(), removeOwnParams(category, key));
             all = false;
         }
     }
@@ -213,20 +220,32 @@ QStringList LockService::release(const QString& category, const QStringList& key
     for (const QString& key : keys) {
         try {
             removeOwn(category, key);
-        } catch (const DbError&) {
-            failed << key;
+        } catch (const DbError& e) {
+            // The server is away: the lock goes as soon as it is back, at the next statement.
+            if (e.kind() == DbErrorKind::ConnectionLost)
+                db_.runWhenConnected(removeOwnStatement(), removeOwnParams(category, key));
+            else
+                failed << key;
         }
     }
     return failed;
 }
 
+QString LockService::removeOwnStatement() const
+{
+    return QStringLiteral("DELETE FROM %1 WHERE cCategory = ? AND cKey = ? AND cComputer = ? AND "
+                          "iPid = ? AND cMachine = ? AND cRun = ?")
+        .arg(tableName());
+}
+
+QVariantList LockService::removeOwnParams(const QString& category, const QString& key) const
+{
+    return {category, key, computer_, pid_, machine_, run_};
+}
+
 int LockService::removeOwn(const QString& category, const QString& key)
 {
-    return db_.execute(
-        QStringLiteral("DELETE FROM %1 WHERE cCategory = ? AND cKey = ? AND cComputer = ? AND "
-                       "iPid = ? AND cMachine = ? AND cRun = ?")
-            .arg(tableName()),
-        {category, key, computer_, pid_, machine_, run_});
+    return db_.execute(removeOwnStatement(), removeOwnParams(category, key));
 }
 
 }  // namespace qx

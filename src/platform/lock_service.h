@@ -22,10 +22,12 @@ public:
     explicit LockService(Database& db, long long pid = 0);
 
     // True when every key was granted to this holder. A lock table that cannot be written
-    // refuses (false), never grants.
+    // refuses (false), never grants. A lost connection or a full disk is thrown
+    // (DbError ConnectionLost / DiskFull): that is no refusal by another workstation.
     bool lockRecord(const QString& category, const QString& system, const QString& mode,
                     const QString& computer, const QStringList& keys);
     // Frees the keys held by this holder (computer + process). Result not needed by callers.
+    // While the server is away, the keys are freed as soon as it is back.
     bool unlockRecord(const QString& category, const QStringList& keys);
     // As unlockRecord; returns the keys that could not be freed because the lock table could not
     // be written (e.g. another workstation's transaction kept the database busy): they are
@@ -42,6 +44,8 @@ private:
     bool ours(const Holder& h) const;
     bool goneFromThisComputer(const Holder& h) const;
     int removeOwn(const QString& category, const QString& key);  // throws DbError
+    QString removeOwnStatement() const;
+    QVariantList removeOwnParams(const QString& category, const QString& key) const;
 
     Database& db_;
     long long pid_;

@@ -17,8 +17,9 @@ public:
     virtual QString name() const = 0;  // "sqlite" or "postgresql"
     // The statement that starts a write transaction.
     virtual QString beginStatement() const = 0;
-    // Statements run once after connecting (foreign keys, WAL, busy timeout, ...).
-    virtual QStringList connectStatements() const = 0;
+    // Statements run once after connecting (foreign keys, WAL, busy timeout, ...). A read-only
+    // connection gets only those that write nothing.
+    virtual QStringList connectStatements(bool readOnly) const = 0;
     // Column type names used by the schema.
     // A text column definition "name varchar(width)" with the width enforced by the database.
     virtual QString textColumn(const QString& column, int width) const = 0;

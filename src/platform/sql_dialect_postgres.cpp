@@ -11,10 +11,13 @@ public:
     QString beginStatement() const override { return QStringLiteral("BEGIN"); }
     // A row lock held by another workstation is reported as a concurrent change after a while,
     // as SQLite's busy timeout does, instead of waiting for ever.
-    QStringList connectStatements() const override
+    QStringList connectStatements(bool readOnly) const override
     {
-        return {QStringLiteral("SET client_min_messages TO warning"),
-                QStringLiteral("SET lock_timeout TO 5000")};
+        QStringList statements{QStringLiteral("SET client_min_messages TO warning"),
+                               QStringLiteral("SET lock_timeout TO 5000")};
+        // The server itself refuses every write of a connection opened for reading.
+        if (readOnly) statements << QStringLiteral("SET default_transaction_read_only TO on");
+        return statements;
     }
     QString textColumn(const QString& column, int width) const override
     {
@@ -30,6 +33,14 @@ public:
     DbErrorKind classify(const QSqlError& error, const QString& statement) const override
     {
         const QString state = error.nativeErrorCode();
+        // Class 08 (connection exception), and the server shutting down or starting up
+        // (57P01-57P03).
+        if (error.type() == QSqlError::ConnectionError || state.startsWith(QLatin1String("08")) ||
+            state == QLatin1String("57P01") || state == QLatin1String("57P02") ||
+            state == QLatin1String("57P03"))
+            return DbErrorKind::ConnectionLost;
+        // 53100: disk full.
+        if (state == QLatin1String("53100")) return DbErrorKind::DiskFull;
         if (state == QLatin1String("23503"))
             return isInsertStatement(statement) ? DbErrorKind::RecordDeleted : DbErrorKind::InUse;
         if (state == QLatin1String("23505")) return DbErrorKind::Duplicate;

@@ -17,10 +17,13 @@ public:
     // IMMEDIATE takes the write lock at once: two workstations that both read first and then
     // write would otherwise deadlock on upgrading their read locks.
     QString beginStatement() const override { return QStringLiteral("BEGIN IMMEDIATE"); }
-    QStringList connectStatements() const override
+    QStringList connectStatements(bool readOnly) const override
     {
-        return {QStringLiteral("PRAGMA busy_timeout=5000"), QStringLiteral("PRAGMA foreign_keys=ON"),
-                QStringLiteral("PRAGMA journal_mode=WAL")};
+        QStringList statements{QStringLiteral("PRAGMA busy_timeout=5000"),
+                               QStringLiteral("PRAGMA foreign_keys=ON")};
+        // Changing the journal mode writes the file's header.
+        if (!readOnly) statements << QStringLiteral("PRAGMA journal_mode=WAL");
+        return statements;
     }
     QString textColumn(const QString& column, int width) const override
     {
@@ -48,6 +51,17 @@ public:
         // SQLITE_BUSY (5) and SQLITE_LOCKED (6), also as extended codes (low byte).
         bool ok = false;
         const int native = code.toInt(&ok);
+        const int primary = ok ? (native & 0xff) : -1;
+        // SQLITE_FULL (13): the disk, or the database's page limit, has no room.
+        if (primary == 13 || text.contains(QLatin1String("database or disk is full"), Qt::CaseInsensitive))
+            return DbErrorKind::DiskFull;
+        // SQLITE_IOERR (10), SQLITE_CANTOPEN (14), SQLITE_NOTADB (26) and SQLITE_READONLY_DBMOVED
+        // (the file was removed or renamed under the open connection): the company file is no
+        // longer there to read or write.
+        if (primary == 10 || primary == 14 || primary == 26 || native == 1032 ||
+            text.contains(QLatin1String("unable to open database file"), Qt::CaseInsensitive) ||
+            text.contains(QLatin1String("disk I/O error"), Qt::CaseInsensitive))
+            return DbErrorKind::ConnectionLost;
         if ((ok && ((native & 0xff) == 5 || (native & 0xff) == 6)) ||
             text.contains(QLatin1String("database is locked"), Qt::CaseInsensitive) ||
             text.contains(QLatin1String("database table is locked"), Qt::CaseInsensitive))

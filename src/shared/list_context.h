@@ -14,6 +14,7 @@ namespace qx {
 struct ListContext {
     Database* dbase = nullptr;  // DBFrm
     bool readOnly = false;
+    bool unwritable = false;  // read-only because the company cannot be written
 
     // Caption terms (CA_MenuDef may rename them).
     QString sProStru = QStringLiteral("产品结构");

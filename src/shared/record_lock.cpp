@@ -57,7 +57,9 @@ bool RecordLocks::lockRecord(const QString& code, KeyTrim trim)
         if (!lockDll().lockRecord(kLockCategory, kLockSystem, kLockMode, computer_,
                                   QStringList{locks_}))
             return false;
-    } catch (const DbError&) {
+    } catch (const DbError& e) {
+        // Told as such, not as a refusal.
+        if (e.kind() == DbErrorKind::ConnectionLost || e.kind() == DbErrorKind::DiskFull) throw;
         return false;  // a lock that cannot be recorded is not granted
     }
     if (!held_.contains(locks_)) held_ << locks_;
@@ -67,8 +69,13 @@ bool RecordLocks::lockRecord(const QString& code, KeyTrim trim)
 bool RecordLocks::lockOrRefuse(const QString& code, KeyTrim trim, LockPurpose purpose,
                                const QString& sProStru)
 {
-    if (lockRecord(code, trim)) return true;
-    Prompter::current().inform(lockRefusal(purpose, sProStru), text::kTitle);
+    try {
+        if (lockRecord(code, trim)) return true;
+        Prompter::current().inform(lockRefusal(purpose, sProStru), text::kTitle);
+    } catch (const DbError& e) {
+        // The connection is lost or the disk is full: the error carries the message.
+        Prompter::current().inform(e.description(), text::kTitle);
+    }
     return false;
 }
 

@@ -45,9 +45,10 @@ public:
     void setComputerName(const QString& name) { computer_ = name; }
 
     // Sets Locks to the trimmed code and asks the service for it. True when granted; without a
-    // database nothing can be granted.
+    // database nothing can be granted. A lost connection or a full disk is thrown.
     bool lockRecord(const QString& code, KeyTrim trim);
-    // As lockRecord; on a refusal shows the command's refusal message ("提示！").
+    // As lockRecord; on a refusal shows the command's refusal message ("提示！"), on a lost
+    // connection or a full disk their own message.
     bool lockOrRefuse(const QString& code, KeyTrim trim, LockPurpose purpose,
                       const QString& sProStru);
     // Frees the key named by Locks (also when nothing was locked: the service then has nothing
