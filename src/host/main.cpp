@@ -6,6 +6,7 @@
 #include "data/texts.h"
 #include "data/verify.h"
 #include "host/command_line.h"
+#include "host/explorer_job.h"
 #include "host/list_window.h"
 #include "host/card_shot.h"
 #include "host/pdf_job.h"
@@ -148,6 +149,10 @@ int main(int argc, char** argv)
 {
     QStringList args;
     for (int i = 1; i < argc; ++i) args << QString::fromLocal8Bit(argv[i]);
+    if (qx::isExplorerJob(args)) {
+        QCoreApplication app(argc, argv);
+        return qx::runExplorerJob(args);
+    }
     const qx::CommandLineResult parsed = qx::parseCommandLine(args);
     if (!parsed.command) {
         complain(parsed.error);

@@ -21,6 +21,9 @@ class QToolBar;
 
 namespace qx {
 
+namespace explorer {
+class ExplorerWindow;
+}
 class FrmProStru;
 class Grid;
 
@@ -79,6 +82,13 @@ public:
     void FSetup();
     void FSetItem();
     void FHelp();
+    // The multi-level explorer (list_explorer.cpp): "ButExplode" for the selected parent,
+    // "ButWhereUsed" for the selected child line. Both work in read-only mode too.
+    void FExplode();
+    void FWhereUsed();
+    // How an explorer window is shown: modally, returning when it closes. Tests put their own
+    // steps here.
+    std::function<void(explorer::ExplorerWindow&)> showExplorer;
 
     Grid* SupPS1() const { return supPS1_; }
     Grid* SupPS2() const { return supPS2_; }
@@ -129,6 +139,10 @@ private:
     void createActions();
     void setUpToolbar();
     bool handleKey(QKeyEvent* event);
+    // list_explorer.cpp
+    void addExplorerActions();
+    bool dispatchExplorer(const QString& key);
+    bool handleExplorerKey(QKeyEvent* event);
     void installKeyHandler(QWidget* w);
     // list_card.cpp
     void fillCard(FrmProStru& card);
