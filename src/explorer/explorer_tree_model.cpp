@@ -82,7 +82,8 @@ QVariant ExplorerTreeModel::data(const QModelIndex& index, int role) const
         case Qt::DisplayRole:
             return cell.text;
         case Qt::TextAlignmentRole:
-            return int((cell.number ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
+            // The level stands beside the tree's own indentation, so it keeps to the left.
+            return int((cell.number && c != TreeLevel ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
         case Qt::ForegroundRole:
             // A loop and a cost without every price stand out.
             if (n->loop || n->cells.back().text == text::kNoPriceMark) return QBrush(QColor(Qt::red));

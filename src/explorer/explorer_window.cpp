@@ -222,6 +222,15 @@ void ExplorerWindow::fillSummary()
             summary_->setColAlignment(c, CellAlignment::RightCenter);
 }
 
+void ExplorerWindow::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_F1) {
+        dispatch(QStringLiteral("ButHelp"));
+        return;
+    }
+    QDialog::keyPressEvent(event);
+}
+
 QString ExplorerWindow::statusText() const { return status_->text(); }
 
 void ExplorerWindow::updateStatus()
@@ -291,11 +300,19 @@ void ExplorerWindow::printOrPreview(bool preview)
     source.head.parentCode = report_->top().code;
     source.head.parentName = report_->top().name;
     source.head.specification = report_->top().spec;
+    try {
+        auto rs = db_.openRecordset(QStringLiteral("select cDepCode from ProductStructure where cPSPCode=?"),
+                                    RecordsetType::Snapshot, 0, {report_->top().code});
+        if (!rs->eof()) source.head.departmentCode = rs->field(0).toString();
+    } catch (const DbError&) {
+        // The head goes without a department rather than the print without a page.
+    }
     source.head.year = QDate::currentDate().year();
     source.head.date = QDate::currentDate();
     const QStringList captions = report_->treeCaptions();
     for (int c = 0; c < captions.size(); ++c)
-        source.columns.push_back({captions[c], kPrintWidths[c], c == TreeLevel || (c >= TreeQuantity && c <= TreeCumCost)});
+        source.columns.push_back({captions[c], kPrintWidths[c],
+                                  c == TreeLevel || (c >= TreeQuantity && c < captions.size() - 1)});
     source.lines = visibleRows();
     if (preview)
         print::previewStructure(source, dataDirectory_, this);

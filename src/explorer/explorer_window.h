@@ -64,6 +64,9 @@ public:
     // The rows the tree shows now (expanded nodes' children included), as print takes them.
     std::vector<QStringList> visibleRows() const;
 
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+
 private:
     void createActions();
     bool query();
