@@ -193,6 +193,31 @@ TEST_P(ExplorerData, LatticeOfTwoToTheTwentyFourPathsIsSummedOverItsLinesOnce)
     ASSERT_EQ(up.usage().tops.size(), 2u);
     EXPECT_EQ(up.usage().tops[0].quantity, std::ldexp(1.0, kDepth - 1));
 
+    // A wide structure is read by the recursive query: the same sums, the loop ended all the same.
+    {
+        Transaction t(*db);
+        db->execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"), {QStringLiteral("W"), QStringLiteral("D1")});
+        item(*db, QStringLiteral("W"), std::nullopt);
+        item(*db, QStringLiteral("X"), 1.5);
+        for (int k = 0; k < 70; ++k) {
+            const QString sub = QStringLiteral("K%1").arg(k, 2, 10, QLatin1Char('0'));
+            item(*db, sub, std::nullopt);
+            db->execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"), {sub, QStringLiteral("D1")});
+            line(*db, QStringLiteral("W"), sub, 1, std::nullopt);
+            line(*db, sub, QStringLiteral("X"), 2, 50);
+        }
+        line(*db, QStringLiteral("K00"), QStringLiteral("W"), 1, std::nullopt);
+        t.commit();
+    }
+    const Report wide(*db, QStringLiteral("W"), Direction::Down, 1, 2);
+    ASSERT_EQ(wide.explosion().summary.size(), 1u);
+    EXPECT_NEAR(wide.explosion().summary[0].quantity, 210, 1e-9);
+    EXPECT_NEAR(wide.explosion().totalCost, 315, 1e-9);
+    EXPECT_EQ(countTreeRows(wide.graph(), maxTreeRows()), 141);
+    const Report wideUp(*db, QStringLiteral("X"), Direction::Up, 1, 2);
+    ASSERT_EQ(wideUp.usage().tops.size(), 0u);  // W is K00's child: no product stands above all
+    EXPECT_NEAR(wideUp.usage().perUnit[size_t(wideUp.graph().find(QStringLiteral("W")))], 210, 1e-9);
+
     // Too many rows for a sheet: the summary alone is written, and the file is whole.
     QTemporaryDir dir;
     const QString file = dir.filePath(QStringLiteral("lattice.xlsx"));

@@ -10,9 +10,9 @@ namespace qx::explorer {
 
 namespace {
 
-// The seed is read from the lines themselves, so that its type is the column's on both backends
-// and a code longer than the column is never cut to fit; "union" reads each code once, which
-// ends the recursion on a stored loop.
+// A wide graph in one recursive query: "union" reads each code once, which ends the recursion
+// on a stored loop. The seed comes from the lines themselves, so that its type is the column's
+// on both backends and a code longer than the column is never cut to fit.
 const QString kDownQuery = QStringLiteral(
     "with recursive reach(code) as ("
     "select distinct cPSPCode from ProductStructures where cPSPCode=? "
@@ -21,7 +21,6 @@ const QString kDownQuery = QStringLiteral(
     "i.cInvName,i.cInvStd,i.cInvM_Unit,i.iInvRCost,i.cInvCode "
     "from reach inner join ProductStructures s on s.cPSPCode=reach.code "
     "left join Inventory i on i.cInvCode=s.cPSCode");
-
 const QString kUpQuery = QStringLiteral(
     "with recursive reach(code) as ("
     "select distinct cPSCode from ProductStructures where cPSCode=? "
@@ -30,6 +29,22 @@ const QString kUpQuery = QStringLiteral(
     "i.cInvName,i.cInvStd,i.cInvM_Unit,i.iInvRCost,i.cInvCode "
     "from reach inner join ProductStructures s on s.cPSCode=reach.code "
     "left join Inventory i on i.cInvCode=s.cPSPCode");
+
+// A narrow graph generation by generation: the lines of a generation's codes, then the item
+// master's rows of the codes met first (each statement ends in its "in" list).
+const QString kGenerationDown = QStringLiteral(
+    "select cPSPCode,cPSCode,iPSQuantity,iWasteRate from ProductStructures where cPSPCode in (");
+const QString kGenerationUp = QStringLiteral(
+    "select cPSPCode,cPSCode,iPSQuantity,iWasteRate from ProductStructures where cPSCode in (");
+const QString kItems = QStringLiteral(
+    "select cInvCode,cInvName,cInvStd,cInvM_Unit,iInvRCost from Inventory where cInvCode in (");
+// Longer generations are asked in pieces, within the backends' limits on bound values.
+constexpr qsizetype kCodesPerStatement = 500;
+// A graph whose generations stay this narrow is read generation by generation; a wider one is
+// read again with one recursive query. The backends answer a wide graph faster with the
+// recursion, and a narrow deep one (where PostgreSQL plans each step of a recursion as a scan of
+// all lines) faster by generations.
+constexpr qsizetype kNarrowGeneration = 64;
 
 const QString kDownSteps = QStringLiteral(
     "select s.cPSCode,s.iPSQuantity,s.iWasteRate,i.cInvName,i.cInvStd,i.cInvM_Unit,i.iInvRCost,i.cInvCode,"
@@ -149,32 +164,112 @@ void BomGraph::sortSteps()
         });
 }
 
-BomGraph BomGraph::load(Database& db, const QString& code, Direction direction)
+void BomGraph::addRows(const Recordset& rs)
+{
+    const int rows = rs.recordCount();
+    const int farColumn = direction_ == Direction::Down ? 1 : 0;
+    const int nearColumn = 1 - farColumn;
+    for (int r = 0; r < rows; ++r) {
+        // The far end of the line carries the item master's row, read once per code; the near
+        // end was met before (the seed or an earlier line's far end), or is met as a far end later.
+        const QString farCode = rs.value(r, farColumn).toString();
+        int farId = find(farCode);
+        if (farId < 0 || !items_[size_t(farId)].known) {
+            ItemInfo far;
+            far.code = farCode;
+            far.known = !rs.value(r, 8).isNull();
+            far.name = rs.value(r, 4).toString();
+            far.spec = rs.value(r, 5).toString();
+            far.unit = rs.value(r, 6).toString();
+            far.price = number(rs.value(r, 7));
+            farId = node(far);
+        }
+        const QString nearCode = rs.value(r, nearColumn).toString();
+        int nearId = find(nearCode);
+        if (nearId < 0) nearId = node(ItemInfo{nearCode, {}, {}, {}, std::nullopt, false});
+        Line l;
+        l.parent = direction_ == Direction::Down ? nearId : farId;
+        l.child = direction_ == Direction::Down ? farId : nearId;
+        l.quantity = number(rs.value(r, 2)).value_or(0.0);
+        l.wasteRate = number(rs.value(r, 3));
+        addLine(l);
+    }
+}
+
+BomGraph BomGraph::loadWide(Database& db, const QString& code, Direction direction)
 {
     BomGraph g(direction, readItem(db, code));
     auto rs = db.openRecordset(direction == Direction::Down ? kDownQuery : kUpQuery,
                                RecordsetType::Snapshot, 0, {code});
-    const int rows = rs->recordCount();
-    for (int r = 0; r < rows; ++r) {
-        // The far end of the line carries the item master's row; the near end was met before
-        // (the seed or an earlier line's far end), or is met as a far end later.
-        ItemInfo far;
-        far.code = rs->value(r, direction == Direction::Down ? 1 : 0).toString();
-        far.known = !rs->value(r, 8).isNull();
-        far.name = rs->value(r, 4).toString();
-        far.spec = rs->value(r, 5).toString();
-        far.unit = rs->value(r, 6).toString();
-        far.price = number(rs->value(r, 7));
-        ItemInfo nearEnd;
-        nearEnd.code = rs->value(r, direction == Direction::Down ? 0 : 1).toString();
-        const int farId = g.node(far);
-        const int nearId = g.node(nearEnd);
-        Line l;
-        l.parent = direction == Direction::Down ? nearId : farId;
-        l.child = direction == Direction::Down ? farId : nearId;
-        l.quantity = number(rs->value(r, 2)).value_or(0.0);
-        l.wasteRate = number(rs->value(r, 3));
-        g.addLine(l);
+    g.addRows(*rs);
+    g.sortSteps();
+    return g;
+}
+
+namespace {
+
+QString inList(const QString& select, qsizetype count)
+{
+    return select + QStringLiteral("?") + QStringLiteral(",?").repeated(count - 1) + QLatin1Char(')');
+}
+
+// Runs `select` once per piece of `codes`, handing each recordset to `take`.
+template <typename Take>
+void inPieces(Database& db, const QString& select, const QStringList& codes, Take take)
+{
+    for (qsizetype from = 0; from < codes.size(); from += kCodesPerStatement) {
+        const qsizetype n = std::min<qsizetype>(kCodesPerStatement, codes.size() - from);
+        QVariantList values;
+        values.reserve(n);
+        for (qsizetype i = from; i < from + n; ++i) values << codes[i];
+        auto rs = db.openRecordset(inList(select, n), RecordsetType::Snapshot, 0, values);
+        take(*rs);
+    }
+}
+
+}  // namespace
+
+BomGraph BomGraph::load(Database& db, const QString& code, Direction direction)
+{
+    BomGraph g(direction, readItem(db, code));
+    const bool down = direction == Direction::Down;
+    // Generation by generation, each code's lines read once (which ends the walk on a stored
+    // loop). The codes of a generation are bound into "in" lists that the indexes answer, and
+    // the item master is asked once for the codes the generation met first.
+    QStringList generation{code};
+    while (!generation.isEmpty()) {
+        if (generation.size() > kNarrowGeneration) return loadWide(db, code, direction);
+        QStringList fresh;
+        inPieces(db, down ? kGenerationDown : kGenerationUp, generation, [&](const Recordset& rs) {
+            for (int r = 0; r < rs.recordCount(); ++r) {
+                const QString parent = rs.value(r, 0).toString();
+                const QString child = rs.value(r, 1).toString();
+                const QString& far = down ? child : parent;
+                int farId = g.find(far);
+                if (farId < 0) {
+                    farId = g.node(ItemInfo{far, {}, {}, {}, std::nullopt, false});
+                    fresh << far;
+                }
+                const int nearId = g.find(down ? parent : child);
+                Line l;
+                l.parent = down ? nearId : farId;
+                l.child = down ? farId : nearId;
+                l.quantity = number(rs.value(r, 2)).value_or(0.0);
+                l.wasteRate = number(rs.value(r, 3));
+                g.addLine(l);
+            }
+        });
+        inPieces(db, kItems, fresh, [&](const Recordset& rs) {
+            for (int r = 0; r < rs.recordCount(); ++r) {
+                ItemInfo& info = g.items_[size_t(g.find(rs.value(r, 0).toString()))];
+                info.known = true;
+                info.name = rs.value(r, 1).toString();
+                info.spec = rs.value(r, 2).toString();
+                info.unit = rs.value(r, 3).toString();
+                info.price = number(rs.value(r, 4));
+            }
+        });
+        generation = std::move(fresh);
     }
     g.sortSteps();
     return g;

@@ -11,6 +11,7 @@
 
 namespace qx {
 class Database;
+class Recordset;
 }
 
 namespace qx::explorer {
@@ -60,7 +61,7 @@ std::vector<Step> readSteps(Database& db, const QString& code, Direction directi
 // The lines reachable from one item, with its nodes numbered from 0 (the item itself).
 class BomGraph {
 public:
-    // Reads with one recursive query; a stored loop ends the reading (each code is read once).
+    // Reads generation by generation; a stored loop ends the reading (each code is read once).
     static BomGraph load(Database& db, const QString& code, Direction direction);
     // A graph given directly (tests and benchmarks build one without a database).
     BomGraph(Direction direction, const ItemInfo& root);
@@ -90,6 +91,11 @@ public:
     bool unknownRoot() const { return !items_[0].known && steps_[0].empty() && !seenAsTarget_; }
 
 private:
+    // Reads with one recursive query.
+    static BomGraph loadWide(Database& db, const QString& code, Direction direction);
+    // Adds the lines of the recursive query's recordset.
+    void addRows(const Recordset& rs);
+
     Direction direction_;
     std::vector<ItemInfo> items_;
     QHash<QString, int> ids_;
