@@ -464,6 +464,15 @@ TEST_P(ExplorerWindowTest, ExplodeOpensTheSelectedParentReadsNodesAsOpenedAndSho
         prompter.clear();
         w.dispatch(QStringLiteral("Butpre"));
         EXPECT_EQ(control->previewPages, (std::vector<int>{1}));
+        // The page shows the rows the tree shows, the code indented by its level.
+        QProcess text;
+        text.start(QStringLiteral("pdftotext"), {QStringLiteral("-layout"), outDir.filePath(QStringLiteral("preview.pdf")), QStringLiteral("-")});
+        text.waitForFinished(30000);
+        const QString page = QString::fromUtf8(text.readAllStandardOutput());
+        EXPECT_TRUE(page.contains(QStringLiteral("多级展开"))) << page.toStdString();
+        EXPECT_TRUE(page.contains(QStringLiteral("父产品编码：T"))) << page.toStdString();
+        EXPECT_TRUE(page.contains(QStringLiteral("累计用量"))) << page.toStdString();
+        EXPECT_EQ(page.count(QRegularExpression(QStringLiteral("\\b2\\s+S\\s"))), 2) << page.toStdString();
         const QString file = outDir.filePath(QStringLiteral("t.xlsx"));
         w.chooseExportFile = [&file] { return file; };
         w.dispatch(QStringLiteral("Butout"));
