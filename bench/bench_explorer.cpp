@@ -9,6 +9,7 @@
 #include "explorer/explorer_tree_model.h"
 #include "platform/database.h"
 #include "support/large_company.h"
+#include "support/scratch_server.h"
 
 #include <QCoreApplication>
 #include <QTemporaryDir>
@@ -23,6 +24,7 @@
 
 namespace {
 
+using qx::bench::medianMs;
 using Clock = std::chrono::steady_clock;
 using qx::Database;
 using namespace qx::explorer;
@@ -40,17 +42,6 @@ const QString kUpLines = QStringLiteral(
     "select s.cPSPCode,s.cPSCode,s.iPSQuantity,s.iWasteRate from reach "
     "inner join ProductStructures s on s.cPSCode=reach.code");
 
-double medianMs(int reps, const std::function<void()>& work)
-{
-    std::vector<double> times;
-    for (int i = 0; i < reps; ++i) {
-        const auto t0 = Clock::now();
-        work();
-        times.push_back(std::chrono::duration<double, std::milli>(Clock::now() - t0).count());
-    }
-    std::sort(times.begin(), times.end());
-    return times[times.size() / 2];
-}
 
 int reachableLines(Database& db, const QString& query, const QString& code)
 {
@@ -119,35 +110,6 @@ void benchOne(const QString& connection, const char* backendName, int reps)
     std::printf("  summary of %s: reading %.2fms, sums %.2fms\n", qPrintable(deepest), read, sums);
 }
 
-QString createScratchDatabase(const QString& maintenance, const QString& name)
-{
-    PGconn* conn = PQconnectdb(maintenance.toUtf8().constData());
-    if (PQstatus(conn) != CONNECTION_OK) {
-        std::fprintf(stderr, "cannot connect to %s: %s", qPrintable(maintenance), PQerrorMessage(conn));
-        PQfinish(conn);
-        return {};
-    }
-    PQclear(PQexec(conn, ("drop database if exists " + name.toStdString()).c_str()));
-    PGresult* res = PQexec(conn, ("create database " + name.toStdString()).c_str());
-    const bool ok = PQresultStatus(res) == PGRES_COMMAND_OK;
-    PQclear(res);
-    PQfinish(conn);
-    if (!ok) return {};
-    const qx::ConnectionInfo info = qx::parseConnectionString(maintenance);
-    QString out = QStringLiteral("postgresql://") + info.user + QStringLiteral("@");
-    if (!info.host.startsWith(QLatin1Char('/'))) out += info.host;
-    if (info.port > 0) out += QLatin1Char(':') + QString::number(info.port);
-    out += QLatin1Char('/') + name;
-    if (info.host.startsWith(QLatin1Char('/'))) out += QStringLiteral("?host=") + info.host;
-    return out;
-}
-
-void dropScratchDatabase(const QString& maintenance, const QString& name)
-{
-    PGconn* conn = PQconnectdb(maintenance.toUtf8().constData());
-    PQclear(PQexec(conn, ("drop database if exists " + name.toStdString()).c_str()));
-    PQfinish(conn);
-}
 
 }  // namespace
 
@@ -175,10 +137,10 @@ int main(int argc, char** argv)
         benchOne(QStringLiteral("sqlite:") + file, "SQLite", reps);
         if (!pg.isEmpty()) {
             const QString name = QStringLiteral("qx_bench_explorer_%1").arg(QCoreApplication::applicationPid());
-            const QString connection = createScratchDatabase(pg, name);
+            const QString connection = qx::bench::createScratchDatabase(pg, name);
             if (connection.isEmpty()) return 2;
             benchOne(connection, "PostgreSQL", reps);
-            dropScratchDatabase(pg, name);
+            qx::bench::dropScratchDatabase(pg, name);
         }
     } catch (const std::exception& e) {
         std::fprintf(stderr, "%s\n", e.what());
