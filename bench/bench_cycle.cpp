@@ -10,6 +10,7 @@
 #include "data/common.h"
 #include "platform/database.h"
 #include "support/large_company.h"
+#include "support/scratch_server.h"
 
 #include <QCoreApplication>
 #include <QSet>
@@ -27,6 +28,7 @@
 
 namespace {
 
+using qx::bench::medianMs;
 using Clock = std::chrono::steady_clock;
 using qx::Database;
 
@@ -35,17 +37,6 @@ const QString kAncestorsQuery = QStringLiteral(
     "union select p.cpspcode from productstructures p inner join anc on p.cpscode=anc.code) "
     "select code from anc");
 
-double medianMs(int reps, const std::function<void()>& work)
-{
-    std::vector<double> times;
-    for (int i = 0; i < reps; ++i) {
-        const auto t0 = Clock::now();
-        work();
-        times.push_back(std::chrono::duration<double, std::milli>(Clock::now() - t0).count());
-    }
-    std::sort(times.begin(), times.end());
-    return times[times.size() / 2];
-}
 
 QSet<QString> ancestorsByQuery(Database& db, const QString& code)
 {
@@ -145,37 +136,6 @@ bool benchOne(const QString& connection, const char* backendName, int reps)
     return ok;
 }
 
-// A scratch database on the server named by `maintenance`; its connection string.
-QString createScratchDatabase(const QString& maintenance, const QString& name)
-{
-    PGconn* conn = PQconnectdb(maintenance.toUtf8().constData());
-    if (PQstatus(conn) != CONNECTION_OK) {
-        std::fprintf(stderr, "cannot connect to %s: %s", qPrintable(maintenance), PQerrorMessage(conn));
-        PQfinish(conn);
-        return {};
-    }
-    PQclear(PQexec(conn, ("drop database if exists " + name.toStdString()).c_str()));
-    PGresult* res = PQexec(conn, ("create database " + name.toStdString()).c_str());
-    const bool ok = PQresultStatus(res) == PGRES_COMMAND_OK;
-    if (!ok) std::fprintf(stderr, "create database: %s", PQerrorMessage(conn));
-    PQclear(res);
-    PQfinish(conn);
-    if (!ok) return {};
-    qx::ConnectionInfo info = qx::parseConnectionString(maintenance);
-    QString out = QStringLiteral("postgresql://") + info.user + QStringLiteral("@");
-    if (!info.host.startsWith(QLatin1Char('/'))) out += info.host;
-    if (info.port > 0) out += QLatin1Char(':') + QString::number(info.port);
-    out += QLatin1Char('/') + name;
-    if (info.host.startsWith(QLatin1Char('/'))) out += QStringLiteral("?host=") + info.host;
-    return out;
-}
-
-void dropScratchDatabase(const QString& maintenance, const QString& name)
-{
-    PGconn* conn = PQconnectdb(maintenance.toUtf8().constData());
-    PQclear(PQexec(conn, ("drop database if exists " + name.toStdString()).c_str()));
-    PQfinish(conn);
-}
 
 }  // namespace
 
@@ -201,12 +161,12 @@ int main(int argc, char** argv)
         ok = benchOne(QStringLiteral("sqlite:") + dir.filePath(QStringLiteral("large.db")), "SQLite", reps);
         if (!pg.isEmpty()) {
             const QString name = QStringLiteral("qx_bench_cycle_%1").arg(QCoreApplication::applicationPid());
-            const QString connection = createScratchDatabase(pg, name);
+            const QString connection = qx::bench::createScratchDatabase(pg, name);
             if (connection.isEmpty()) return 2;
             {
                 ok = benchOne(connection, "PostgreSQL", reps) && ok;
             }
-            dropScratchDatabase(pg, name);
+            qx::bench::dropScratchDatabase(pg, name);
         }
     } catch (const std::exception& e) {
         std::fprintf(stderr, "%s\n", e.what());

@@ -276,6 +276,8 @@ inline const QString kUsage = QStringLiteral(
     "      qxprostru demo 数据库\n"
     "      qxprostru verify 数据库\n"
     "      qxprostru check-cycle 数据库 父项编码 子项编码\n"
+    "      qxprostru explode 数据库 编码 [--qty 数量] [--summary] [--xlsx 文件 | --csv 文件]\n"
+    "      qxprostru where-used 数据库 编码 [--summary] [--xlsx 文件 | --csv 文件]\n"
     "不指定数据库时打开用户数据目录中的演示账套（首次使用时建立）。");
 inline QString unknownOption(const QString& option)
 {
@@ -371,6 +373,67 @@ inline const QString kVerifyClean = QStringLiteral("产品结构数据完整，�
 inline QString verifyProblems(qsizetype count)
 {
     return QStringLiteral("共发现 ") + QString::number(count) + QStringLiteral(" 个问题");
+}
+
+// Multi-level explorer: explosion and where-used windows, their exports and command line
+inline const QString kCapExplode = QStringLiteral("展开");
+inline const QString kTipExplode = QStringLiteral("多级展开选中的产品结构");
+inline const QString kCapWhereUsed = QStringLiteral("反查");
+inline const QString kTipWhereUsed = QStringLiteral("反查子件用于哪些产品");
+inline const QString kExplodeSheet = QStringLiteral("多级展开");
+inline const QString kWhereUsedSheet = QStringLiteral("多级反查");
+inline const QString kSummarySheet = QStringLiteral("汇总需求");
+inline const QString kLevel = QStringLiteral("层次");
+inline const QString kPartCode = QStringLiteral("子件编码");
+inline const QString kPartName = QStringLiteral("子件名称");
+inline const QString kUsingCode = QStringLiteral("父件编码");
+inline const QString kUsingName = QStringLiteral("父件名称");
+inline const QString kTopCode = QStringLiteral("产品编码");
+inline const QString kTopName = QStringLiteral("产品名称");
+inline const QString kUnit = QStringLiteral("计量单位");
+inline const QString kUnitQuantity = QStringLiteral("单位用量");
+inline const QString kCumQuantity = QStringLiteral("累计用量");
+inline const QString kCumCost = QStringLiteral("累计成本");
+inline const QString kRemark = QStringLiteral("说明");
+inline const QString kLoopMark = QStringLiteral("循环");
+inline const QString kNoPriceMark = QStringLiteral("缺计划价");
+inline const QString kQuantityLabel = QStringLiteral("数量");
+inline const QString kItemCodeLabel = QStringLiteral("存货编码");
+inline const QString kQuery = QStringLiteral("查询");
+inline const QString kExpandAll = QStringLiteral("全部展开");
+inline const QString kCollapseAll = QStringLiteral("全部折叠");
+inline const QString kExpandToLevel = QStringLiteral("展开到层次");
+inline const QString kClose = QStringLiteral("关闭");
+inline const QString kExportFilter = QStringLiteral("Excel 工作簿 (*.xlsx);;CSV 文件 (*.csv)");
+inline QString missingPrices(int count)
+{
+    return kNoPriceMark + QStringLiteral(" ") + QString::number(count);
+}
+inline QString totalCost(const QString& cost)
+{
+    return QStringLiteral("累计成本合计：") + cost;
+}
+inline QString topProducts(qsizetype count)
+{
+    return QStringLiteral("最终产品 ") + QString::number(count) + QStringLiteral(" 个");
+}
+inline const QString kEmptyItemCode = QStringLiteral("存货编码不能为空！");
+inline QString unknownItemCode(const QString& code)
+{
+    // A pasted page of text is named by its beginning.
+    constexpr int kShown = 40;
+    const QString shown = code.size() > kShown ? code.left(kShown) + QStringLiteral("…") : code;
+    return QStringLiteral("存货编码不存在：") + shown;
+}
+inline const QString kBadQuantity = QStringLiteral("数量必须是大于零的数字！");
+inline QString treeTooLarge(const QString& sheet, long long rows)
+{
+    return sheet + QStringLiteral("超过 ") + QString::number(rows) +
+           QStringLiteral(" 行，一张工作表放不下，只输出了汇总需求。");
+}
+inline QString expandLimited(int rows)
+{
+    return QStringLiteral("展开的行数过多，只展开了 ") + QString::number(rows) + QStringLiteral(" 行。");
 }
 
 }  // namespace qx::text

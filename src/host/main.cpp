@@ -7,6 +7,7 @@
 #include "data/verify.h"
 #include "host/command_line.h"
 #include "host/company_open.h"
+#include "host/explorer_job.h"
 #include "host/list_window.h"
 #include "host/card_shot.h"
 #include "host/pdf_job.h"
@@ -149,6 +150,10 @@ int main(int argc, char** argv)
 {
     QStringList args;
     for (int i = 1; i < argc; ++i) args << QString::fromLocal8Bit(argv[i]);
+    if (qx::isExplorerJob(args)) {
+        QCoreApplication app(argc, argv);
+        return qx::runExplorerJob(args);
+    }
     const qx::CommandLineResult parsed = qx::parseCommandLine(args);
     if (!parsed.command) {
         complain(parsed.error);

@@ -22,6 +22,9 @@ class QToolBar;
 
 namespace qx {
 
+namespace explorer {
+class ExplorerWindow;
+}
 class FrmProStru;
 class Grid;
 
@@ -81,6 +84,13 @@ public:
     void FSetup();
     void FSetItem();
     void FHelp();
+    // The multi-level explorer (list_explorer.cpp): "ButExplode" for the selected parent,
+    // "ButWhereUsed" for the selected child line. Both work in read-only mode too.
+    void FExplode();
+    void FWhereUsed();
+    // How an explorer window is shown: modally, returning when it closes. Tests put their own
+    // steps here.
+    std::function<void(explorer::ExplorerWindow&)> showExplorer;
 
     Grid* SupPS1() const { return supPS1_; }
     Grid* SupPS2() const { return supPS2_; }
@@ -131,6 +141,10 @@ private:
     void createActions();
     void setUpToolbar();
     bool handleKey(QKeyEvent* event);
+    // list_explorer.cpp
+    void addExplorerActions();
+    bool dispatchExplorer(const QString& key);
+    bool handleExplorerKey(QKeyEvent* event);
     void installKeyHandler(QWidget* w);
     // Every command that may lock runs inside one: on its way out the keys are given back, and a
     // key the database was too busy to free is tried again later, never while a command runs.

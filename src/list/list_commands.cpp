@@ -97,6 +97,7 @@ void FrmPS::createActions()
         a->setObjectName(key);
         connect(a, &QAction::triggered, this, [this, key] { dispatch(key); });
     }
+    addExplorerActions();
 }
 
 QList<QAction*> FrmPS::toolbarActions() const
@@ -143,6 +144,7 @@ void FrmPS::dispatch(const QString& key)
     if (ctx_.readOnly && (key == QLatin1String("ButAdd") || key == QLatin1String("ButDelete") ||
                           key == QLatin1String("ButCopy")))
         return;
+    if (dispatchExplorer(key)) return;
 
     if (key == QLatin1String("ButHelp")) {
         // The help opens on F1, as the window's own key.
@@ -223,6 +225,7 @@ bool FrmPS::handleKey(QKeyEvent* event)
         FHelp();
         handled = true;
     }
+    if (handleExplorerKey(event)) handled = true;
     return handled;
 }
 
