@@ -189,14 +189,15 @@ Verdict checkChildCode(const CardLookups& lk, const LineGrid& lines, const QStri
 }
 
 Verdict validateCell(const CardLookups& lk, LineGrid& lines, const QString& parentCode, int row,
-                     int col, QString& text)
+                     int col, QString& text, const WholeCard& whole)
 {
     // Before anything is looked up, so that no lookup ever sees a quote or a bar.
     if (hasIllegalChars(text)) return Verdict::refuse(text::kIllegalChars);
 
     switch (col) {
         case ColChildCode: {
-            const Verdict v = checkChildCode(lk, lines, parentCode, row, text);
+            const Verdict v =
+                checkChildCode(lk, lines, parentCode, row, text, {whole.ancestors, nullptr});
             if (!v) return v;
             return fillFromItem(lk, lines, row, text);
         }

@@ -53,29 +53,6 @@ LineRow lineRow(const CardLookups& lk, const LineGrid& lines, int i)
     return r;
 }
 
-// The lines of a structure, in grid order, a slice of rows per statement: the rows stored are
-// those the line recordset's AddNew/Update would store, without one statement per line.
-void writeLines(const CardLookups& lk, const LineGrid& lines, const QString& parent)
-{
-    constexpr int kRowsPerStatement = 10;
-    const QString head = QStringLiteral(
-        "insert into ProductStructures (cPSPCode, cPSCode, cWhCode, ipsquantity, iWasteRate, "
-        "cProcedureName, cDepCode, cPersonName, cFree1, cFree2) values ");
-    const QString marks = QStringLiteral("(?,?,?,?,?,?,?,?,?,?)");
-    for (int from = 1; from < lines.rows(); from += kRowsPerStatement) {
-        const int to = std::min(lines.rows(), from + kRowsPerStatement);
-        QStringList tuples;
-        QVariantList params;
-        for (int i = from; i < to; ++i) {
-            const LineRow r = lineRow(lk, lines, i);
-            tuples << marks;
-            params << parent << r.child << r.warehouse << r.quantity << r.waste << r.procedure
-                   << r.department << r.person << r.free1 << r.free2;
-        }
-        lk.db->execute(head + tuples.join(QLatin1Char(',')), params);
-    }
-}
-
 void saveRecord(const CardLookups& lk, const LineGrid& lines, const SaveRequest& req)
 {
     Recordset& head = *req.headerRows;
@@ -83,7 +60,7 @@ void saveRecord(const CardLookups& lk, const LineGrid& lines, const SaveRequest&
     head.setField(QStringLiteral("cPSPCode"), req.parentCode);
     head.setField(QStringLiteral("cDepCode"), NameToCode_Dep(req.department, lk.department));
     head.update();
-    writeLines(lk, lines, req.parentCode);
+    writeStructureLines(lk, lines, req.parentCode);
 }
 
 void editModeWrite(const CardLookups& lk, const LineGrid& lines, const SaveRequest& req)
@@ -100,7 +77,7 @@ void editModeWrite(const CardLookups& lk, const LineGrid& lines, const SaveReque
     // All lines of the parent go and the grid's lines are written again.
     lk.db->execute(QStringLiteral("delete from ProductStructures where cPSPCode=?"),
                    {req.parentCode});
-    writeLines(lk, lines, req.parentCode);
+    writeStructureLines(lk, lines, req.parentCode);
 }
 
 QString failureMessage(const DbError& e, bool editWriting)
@@ -133,6 +110,29 @@ void requeryQuietly(Recordset* rs)
 
 }  // namespace
 
+// The lines of a structure, in grid order, a slice of rows per statement: the rows stored are
+// those the line recordset's AddNew/Update would store, without one statement per line.
+void writeStructureLines(const CardLookups& lk, const LineGrid& lines, const QString& parent)
+{
+    constexpr int kRowsPerStatement = 10;
+    const QString head = QStringLiteral(
+        "insert into ProductStructures (cPSPCode, cPSCode, cWhCode, ipsquantity, iWasteRate, "
+        "cProcedureName, cDepCode, cPersonName, cFree1, cFree2) values ");
+    const QString marks = QStringLiteral("(?,?,?,?,?,?,?,?,?,?)");
+    for (int from = 1; from < lines.rows(); from += kRowsPerStatement) {
+        const int to = std::min(lines.rows(), from + kRowsPerStatement);
+        QStringList tuples;
+        QVariantList params;
+        for (int i = from; i < to; ++i) {
+            const LineRow r = lineRow(lk, lines, i);
+            tuples << marks;
+            params << parent << r.child << r.warehouse << r.quantity << r.waste << r.procedure
+                   << r.department << r.person << r.free1 << r.free2;
+        }
+        lk.db->execute(head + tuples.join(QLatin1Char(',')), params);
+    }
+}
+
 Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& req)
 {
     if (!req.department.isEmpty() &&
@@ -143,7 +143,8 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
 
     // Every line has the same parent: its stored ancestors are read once and each child is
     // judged against them, with the answers one walk per line would give.
-    const Ancestors ancestors = CollectAncestors(req.parentCode, *lk.db);
+    const Ancestors ancestors =
+        req.ancestors ? *req.ancestors : CollectAncestors(req.parentCode, *lk.db);
     for (int i = 1; i < lines.rows(); ++i)
         if (!ancestors.allows(lines.cell(i, ColChildCode)))
             return Verdict::refuse(text::cycleAtLine(i));

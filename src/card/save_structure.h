@@ -11,6 +11,7 @@ namespace qx {
 
 class LineGrid;
 class Recordset;
+struct Ancestors;
 
 struct SaveRequest {
     QString parentCode;  // EdtcPSPCode
@@ -20,6 +21,9 @@ struct SaveRequest {
     Recordset* lineRows = nullptr;    // ProductStructures
     // Edit mode: this workstation must still hold the structure's lock (empty: not asked).
     QString lockComputer;
+    // The parent's ancestors when the caller has judged all structures at once (an import):
+    // the checks then ask them instead of walking the stored structures again.
+    const Ancestors* ancestors = nullptr;
 };
 
 // The checks of a save, in their order; the first failure is returned with its message. The
@@ -31,6 +35,10 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
 // that two workstations cannot together close a loop). Shows the refusal or failure message and
 // returns false with nothing written, or returns true with the structure written.
 bool saveStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& req);
+
+// The lines of a structure written as the save writes them (warehouse and department names
+// turned into codes, the person cut to its width, an empty waste rate as NULL), in grid order.
+void writeStructureLines(const CardLookups& lk, const LineGrid& lines, const QString& parent);
 
 // Would the structure's header or lines be refused deletion (other data refer to them)? A trial
 // deletion that is always rolled back.

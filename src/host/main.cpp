@@ -5,6 +5,7 @@
 #include "data/schema.h"
 #include "data/texts.h"
 #include "data/verify.h"
+#include "host/bulk_jobs.h"
 #include "host/command_line.h"
 #include "host/list_window.h"
 #include "host/card_shot.h"
@@ -148,6 +149,8 @@ int main(int argc, char** argv)
 {
     QStringList args;
     for (int i = 1; i < argc; ++i) args << QString::fromLocal8Bit(argv[i]);
+    // Structures in bulk (import, import-template, replace) have their own arguments.
+    if (const auto rc = qx::runBulkJob(args, argc, argv)) return *rc;
     const qx::CommandLineResult parsed = qx::parseCommandLine(args);
     if (!parsed.command) {
         complain(parsed.error);
@@ -170,7 +173,7 @@ int main(int argc, char** argv)
     try {
         switch (cmd.job) {
         case CommandLine::Job::Help:
-            say(qx::text::kUsage);
+            say(qx::text::kUsage + QLatin1Char('\n') + qx::text::kBulkUsage);
             return kOk;
         case CommandLine::Job::Demo:
             return runDemo(cmd);

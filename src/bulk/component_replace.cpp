@@ -1,0 +1,174 @@
+#include "bulk/component_replace.h"
+
+#include "card/line_validation.h"
+#include "data/code_graph.h"
+#include "data/texts.h"
+#include "platform/database.h"
+#include "platform/lock_service.h"
+#include "platform/sql_dialect.h"
+#include "shared/record_lock.h"
+
+#include <QSet>
+
+#include <algorithm>
+
+namespace qx {
+
+namespace {
+
+QStringList parentsUsing(Database& db, const QString& child)
+{
+    auto rs = db.openRecordset(
+        QStringLiteral("select distinct cPSPCode from ProductStructures where cPSCode=?"),
+        RecordsetType::Snapshot, 0, {child});
+    QStringList parents;
+    for (int r = 0; r < rs->recordCount(); ++r) parents << rs->value(r, 0).toString();
+    parents.sort();
+    return parents;
+}
+
+// The codes the new item reaches once the old one is gone from every line: a parent among them
+// would hold the new item below itself. One walk from the new item over all stored lines.
+QSet<QString> reachedFrom(Database& db, const QString& newCode, const QString& oldCode)
+{
+    CodeGraph graph;
+    auto rs = db.openRecordset(QStringLiteral("select cPSPCode, cPSCode from ProductStructures"),
+                               RecordsetType::Snapshot);
+    for (int r = 0; r < rs->recordCount(); ++r) {
+        const QString child = rs->value(r, 1).toString();
+        if (child != oldCode) graph.addEdge(rs->value(r, 0).toString(), child);
+    }
+    QSet<QString> reached{newCode};
+    const int start = graph.find(newCode);
+    if (start < 0) return reached;
+    std::vector<char> seen(size_t(graph.size()), 0);
+    std::vector<int> queue{start};
+    seen[size_t(start)] = 1;
+    for (size_t head = 0; head < queue.size(); ++head) {
+        for (int w : graph.children(queue[head])) {
+            if (seen[size_t(w)]) continue;
+            seen[size_t(w)] = 1;
+            reached.insert(graph.code(w));
+            queue.push_back(w);
+        }
+    }
+    return reached;
+}
+
+}  // namespace
+
+QStringList ReplaceResult::report() const
+{
+    QStringList out = refusals;
+    switch (outcome) {
+        case Outcome::Written:
+            out << text::replaceDone(structures, lines);
+            break;
+        case Outcome::Checked:
+            out << text::replaceChecked(structures, lines);
+            break;
+        case Outcome::Refused:
+            out << text::replaceRefused(int(refusals.size()));
+            break;
+        case Outcome::Failed:
+            out << error;
+            break;
+    }
+    return out;
+}
+
+int ReplaceResult::exitCode() const
+{
+    switch (outcome) {
+        case Outcome::Written:
+        case Outcome::Checked:
+            return 0;
+        case Outcome::Refused:
+            return 1;
+        default:
+            return 2;
+    }
+}
+
+ReplaceResult replaceComponent(Database& db, const ReplaceRequest& req)
+{
+    ReplaceResult result;
+    const auto refuseWhole = [&](const QString& message) {
+        result.refusals << message;
+        result.outcome = ReplaceResult::Outcome::Refused;
+        return result;
+    };
+    if (hasIllegalChars(req.oldCode) || hasIllegalChars(req.newCode))
+        return refuseWhole(text::kIllegalChars);
+    if (req.oldCode.isEmpty() || req.newCode.isEmpty()) return refuseWhole(text::kChildEmpty);
+    if (!(req.factor > 0)) return refuseWhole(text::kFactorNotPositive);
+
+    QStringList locked;
+    LockService locks(db);
+    try {
+        // Locks first, outside the transaction, as the list takes them before it edits.
+        const QStringList candidates = parentsUsing(db, req.oldCode);
+        if (candidates.isEmpty()) return refuseWhole(text::kNoStructureUses + QStringLiteral("：") + req.oldCode);
+        for (const QString& p : candidates) {
+            if (locks.lockRecord(kLockCategory, kLockSystem, kLockMode, req.computer, {p}))
+                locked << p;
+            else
+                result.refusals << text::replaceRefusal(p, text::kLockedCannotModify);
+        }
+
+        Transaction tx(db);
+        const QString serialize = db.dialect().structureWriteLockStatement();
+        if (!serialize.isEmpty()) db.execute(serialize);
+        const QStringList parents = parentsUsing(db, req.oldCode);
+        // A structure that took the old item since the locks were taken is another
+        // workstation's change under way.
+        for (const QString& p : parents)
+            if (!candidates.contains(p)) result.refusals << text::replaceRefusal(p, text::kConcurrentChange);
+
+        auto item = db.openRecordset(
+            QStringLiteral("select cInvCode, bService from inventory where cInvCode=?"),
+            RecordsetType::Snapshot, 0, {req.newCode});
+        const bool known = item->recordCount() > 0;
+        const bool service = known && item->value(0, 1).toDouble() != 0;
+        const QStringList holders = parentsUsing(db, req.newCode);
+        const QSet<QString> reached = reachedFrom(db, req.newCode, req.oldCode);
+        for (const QString& p : parents) {
+            QString message;
+            if (!known || service)
+                message = text::kInvNotExist;  // a service is no item the card offers
+            else if (holders.contains(p) || p.compare(req.newCode, Qt::CaseInsensitive) == 0)
+                message = text::kProductRepeated;
+            else if (reached.contains(p))
+                message = text::kCycle;
+            if (!message.isEmpty()) result.refusals << text::replaceRefusal(p, message);
+        }
+        if (!result.refusals.isEmpty()) {
+            std::sort(result.refusals.begin(), result.refusals.end());
+            tx.rollback();
+            result.outcome = ReplaceResult::Outcome::Refused;
+            return result;
+        }
+        result.structures = int(parents.size());
+        result.lines = db.execute(
+            QStringLiteral("update ProductStructures set cPSCode=?, iPSQuantity=iPSQuantity*? "
+                           "where cPSCode=?"),
+            {req.newCode, req.factor, req.oldCode});
+        if (req.dryRun) {
+            tx.rollback();
+            result.outcome = ReplaceResult::Outcome::Checked;
+        } else {
+            tx.commit();
+            result.outcome = ReplaceResult::Outcome::Written;
+        }
+    } catch (const DbError& e) {
+        result.error = e.description();
+        result.outcome = ReplaceResult::Outcome::Failed;
+    }
+    try {
+        if (!locked.isEmpty()) locks.unlockRecord(kLockCategory, locked);
+    } catch (const DbError&) {
+    }
+    return result;
+}
+
+}  // namespace qx
