@@ -55,6 +55,23 @@ QSet<QString> reachedFrom(Database& db, const QString& newCode, const QString& o
     return reached;
 }
 
+void writeReplacement(Database& db, const ReplaceRequest& req, Transaction& tx,
+                      ReplaceResult& result, int structures)
+{
+    result.structures = structures;
+    result.lines = db.execute(
+        QStringLiteral("update ProductStructures set cPSCode=?, iPSQuantity=iPSQuantity*? "
+                       "where cPSCode=?"),
+        {req.newCode, req.factor, req.oldCode});
+    if (req.dryRun) {
+        tx.rollback();
+        result.outcome = ReplaceResult::Outcome::Checked;
+    } else {
+        tx.commit();
+        result.outcome = ReplaceResult::Outcome::Written;
+    }
+}
+
 }  // namespace
 
 QStringList ReplaceResult::report() const
@@ -146,19 +163,8 @@ ReplaceResult replaceComponent(Database& db, const ReplaceRequest& req)
             std::sort(result.refusals.begin(), result.refusals.end());
             tx.rollback();
             result.outcome = ReplaceResult::Outcome::Refused;
-            return result;
-        }
-        result.structures = int(parents.size());
-        result.lines = db.execute(
-            QStringLiteral("update ProductStructures set cPSCode=?, iPSQuantity=iPSQuantity*? "
-                           "where cPSCode=?"),
-            {req.newCode, req.factor, req.oldCode});
-        if (req.dryRun) {
-            tx.rollback();
-            result.outcome = ReplaceResult::Outcome::Checked;
         } else {
-            tx.commit();
-            result.outcome = ReplaceResult::Outcome::Written;
+            writeReplacement(db, req, tx, result, int(parents.size()));
         }
     } catch (const DbError& e) {
         result.error = e.description();

@@ -22,6 +22,7 @@
 #include <QSet>
 
 #include <map>
+#include <memory>
 
 namespace qx {
 
@@ -226,6 +227,7 @@ private:
     Layout layout_;
     std::vector<Group> groups_;
     QSet<QString> storedParents_;
+    std::unique_ptr<LockService> locks_;
     QStringList locked_;
     FileGraph graph_;
     int done_ = 0;
@@ -274,7 +276,8 @@ bool Importer::takeLocks()
     auto rs = db_.openRecordset(QStringLiteral("select cPSPCode from ProductStructure"),
                                 RecordsetType::Snapshot);
     for (int r = 0; r < rs->recordCount(); ++r) stored.insert(rs->value(r, 0).toString());
-    LockService locks(db_);
+    locks_ = std::make_unique<LockService>(db_);
+    LockService& locks = *locks_;
     bool all = true;
     for (Group& g : groups_) {
         if (!stored.contains(g.parent)) continue;
@@ -293,8 +296,8 @@ void Importer::releaseLocks()
 {
     if (locked_.isEmpty()) return;
     try {
-        LockService locks(db_);
-        locks.unlockRecord(kLockCategory, locked_);
+        // The same holder that took them (computer and process) gives them back.
+        locks_->unlockRecord(kLockCategory, locked_);
     } catch (const DbError&) {
         // A lock left behind is taken over when this process is gone.
     }
