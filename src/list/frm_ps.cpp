@@ -114,8 +114,9 @@ void FrmPS::setDatabase(Database* db)
 void FrmPS::setReadOnly(bool readOnly)
 {
     ctx_.readOnly = readOnly;
-    // Read-only: nothing may be added, deleted or copied; edit will open the card for viewing.
-    for (const char* key : {"ButAdd", "ButDelete", "ButCopy"})
+    // Read-only: nothing may be added, deleted, copied, imported or replaced; edit will open the
+    // card for viewing.
+    for (const char* key : {"ButAdd", "ButDelete", "ButCopy", "ButImport", "ButReplace"})
         if (QAction* a = action(QString::fromLatin1(key))) a->setEnabled(!readOnly);
 }
 

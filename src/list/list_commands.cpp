@@ -2,6 +2,7 @@
 
 #include "data/texts.h"
 #include "list/frm_ps.h"
+#include "list/list_bulk.h"
 #include "platform/grid.h"
 #include "platform/prompter.h"
 
@@ -97,6 +98,7 @@ void FrmPS::createActions()
         a->setObjectName(key);
         connect(a, &QAction::triggered, this, [this, key] { dispatch(key); });
     }
+    addBulkActions(*this, *tlbPS_);
 }
 
 QList<QAction*> FrmPS::toolbarActions() const
@@ -188,6 +190,8 @@ void FrmPS::dispatch(const QString& key)
         FCopy();
     } else if (key == QLatin1String("setItem")) {
         FSetItem();
+    } else if (isBulkCommand(key)) {
+        runBulkCommand(*this, key);
     }
 }
 
