@@ -126,11 +126,17 @@ ReplaceResult replaceComponent(Database& db, const ReplaceRequest& req)
         // Locks first, outside the transaction, as the list takes them before it edits.
         const QStringList candidates = parentsUsing(db, req.oldCode);
         if (candidates.isEmpty()) return refuseWhole(text::kNoStructureUses + QStringLiteral("：") + req.oldCode);
-        for (const QString& p : candidates) {
-            if (locks.lockRecord(kLockCategory, kLockSystem, kLockMode, req.computer, {p}))
-                locked << p;
-            else
-                result.refusals << text::replaceRefusal(p, text::kLockedCannotModify);
+        // One commit for all the keys.
+        LockService::ensureTable(db);
+        {
+            Transaction lockTx(db);
+            for (const QString& p : candidates) {
+                if (locks.lockRecord(kLockCategory, kLockSystem, kLockMode, req.computer, {p}))
+                    locked << p;
+                else
+                    result.refusals << text::replaceRefusal(p, text::kLockedCannotModify);
+            }
+            lockTx.commit();
         }
 
         Transaction tx(db);
@@ -171,7 +177,11 @@ ReplaceResult replaceComponent(Database& db, const ReplaceRequest& req)
         result.outcome = ReplaceResult::Outcome::Failed;
     }
     try {
-        if (!locked.isEmpty()) locks.unlockRecord(kLockCategory, locked);
+        if (!locked.isEmpty()) {
+            Transaction unlockTx(db);
+            locks.unlockRecord(kLockCategory, locked);
+            unlockTx.commit();
+        }
     } catch (const DbError&) {
     }
     return result;

@@ -279,6 +279,9 @@ bool Importer::takeLocks()
     locks_ = std::make_unique<LockService>(db_);
     LockService& locks = *locks_;
     bool all = true;
+    // One transaction for all the keys, so that many structures are locked in one commit.
+    LockService::ensureTable(db_);
+    Transaction tx(db_);
     for (Group& g : groups_) {
         if (!stored.contains(g.parent)) continue;
         if (locks.lockRecord(kLockCategory, kLockSystem, kLockMode, options_.computer, {g.parent})) {
@@ -289,6 +292,7 @@ bool Importer::takeLocks()
         g.refused = true;
         for (int i : g.rows) refuse(i, layout_.parentCol, text::kLockedCannotModify);
     }
+    tx.commit();
     return all;
 }
 
@@ -297,7 +301,9 @@ void Importer::releaseLocks()
     if (locked_.isEmpty()) return;
     try {
         // The same holder that took them (computer and process) gives them back.
+        Transaction tx(db_);
         locks_->unlockRecord(kLockCategory, locked_);
+        tx.commit();
     } catch (const DbError&) {
         // A lock left behind is taken over when this process is gone.
     }
