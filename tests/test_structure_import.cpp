@@ -14,6 +14,8 @@
 #include <QStringEncoder>
 #include <QTemporaryDir>
 
+#include <zip.h>
+
 #include <gtest/gtest.h>
 
 using namespace qx;
@@ -203,6 +205,32 @@ TEST_P(StructureImport, GoodFileIsWrittenAsTheCardWouldSaveIt)
     EXPECT_TRUE(rs->value(1, 3).isNull());            // no waste rate: NULL
 }
 
+TEST_P(StructureImport, HostileCellsAreRefusedNamingRowAndColumn)
+{
+    const QString drop = QStringLiteral("1; drop table ProductStructures --");
+    const QString longCode(10000, u'码');
+    const ImportResult r = run({
+        "父项编码,子项编码,定额数量,存放仓库,库管员,用料工序,损耗率",
+        "P1,A3,1,W2," + drop + ",,",
+        "P1,A1,1," + drop + ",,,",
+        "P1," + longCode + ",1,W2,,,",
+        "P1,A2,1,W2,,\"\"\"装配\"\"\",",
+        "P1,X1,1,W2,,,5%",
+        "\"" + drop + "\",A2,1,W2,,,",
+    });
+    const QStringList want = {
+        "第 2 行\t库管员\t“" + drop + "”\t所填职员不存在，请修改！",
+        "第 3 行\t存放仓库\t“" + drop + "”\t所填仓库不存在，请重新填写！",
+        "第 4 行\t子项编码\t“" + longCode + "”\t所填存货编码不存在，请修改！",
+        "第 5 行\t用料工序\t“\"装配\"”\t所填工序不存在，请修改！",
+        "第 6 行\t损耗率\t“5%”\t不是数字，请修改！",
+        "第 7 行\t父项编码\t“" + drop + "”\t所填存货编码不存在，请修改！",
+        "有 6 行被拒绝，没有写入任何数据",
+    };
+    EXPECT_EQ(r.report(), want);
+    EXPECT_EQ(count(*db, "ProductStructures"), 3);
+}
+
 TEST_P(StructureImport, ReplaceDryRunAndCancelWriteOnlyWhenAllowed)
 {
     const QStringList file = {kHeader, "P2,,A3,,,,1,,W2,,,", "P2,,A2,,,,2,,W2,,,"};
@@ -347,6 +375,26 @@ TEST_F(SheetFiles, UnreadableFilesAreToldApart)
               QStringLiteral("文件不是有效的 XLSX 文件（无法作为 zip 打开）"));
     EXPECT_EQ(readSheetFile(dir.filePath("missing.csv")).error,
               QStringLiteral("无法读取文件 ") + dir.filePath("missing.csv"));
+    // Over the size limit: refused before anything is read.
+    const QString huge = write("huge.csv", "a");
+    ASSERT_TRUE(QFile::resize(huge, 100LL * 1024 * 1024));
+    EXPECT_EQ(readSheetFile(huge).error,
+              QStringLiteral("文件 ") + huge + QStringLiteral(" 过大（超过 64 MB），请分成几个文件导入"));
+    // A sheet whose XML breaks off.
+    const QString malformed = dir.filePath("m.xlsx");
+    {
+        int err = 0;
+        zip_t* z = zip_open(QFile::encodeName(malformed).constData(), ZIP_CREATE | ZIP_TRUNCATE, &err);
+        ASSERT_NE(z, nullptr);
+        static const char xml[] = "<worksheet><sheetData><row r=\"1\"><c r=\"A1\" t=\"inlineStr\">"
+                                  "<is><t>父项编码</t></is></c></row><row r=\"2\"><c r=";
+        zip_source_t* src = zip_source_buffer(z, xml, sizeof xml - 1, 0);
+        ASSERT_GE(zip_file_add(z, "xl/worksheets/sheet1.xml", src, ZIP_FL_OVERWRITE), 0);
+        ASSERT_EQ(zip_close(z), 0);
+    }
+    const SheetFile m = readSheetFile(malformed);
+    EXPECT_TRUE(m.rows.empty());
+    EXPECT_TRUE(m.error.startsWith(QStringLiteral("XLSX 文件的 xl/worksheets/sheet1.xml 第 1 行格式错误："))) << m.error.toStdString();
     // A workbook cut short is no zip any more.
     const QString good = dir.filePath("g.xlsx");
     ASSERT_TRUE(writeWorkbook(good, {{"父项编码"}, {"P1"}}, {}));
