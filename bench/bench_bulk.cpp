@@ -131,6 +131,7 @@ int main(int argc, char** argv)
                                         : QStringLiteral("sqlite:") + dir.filePath("bulk.db");
     try {
         std::printf("generating the large company on %s ...\n", qPrintable(connection));
+        std::fflush(stdout);
         bench::generateLargeCompany(connection);
         auto db = Database::open(connection);
         for (const char* code : {"R0", "R1"})

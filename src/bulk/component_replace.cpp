@@ -145,15 +145,17 @@ ReplaceResult replaceComponent(Database& db, const ReplaceRequest& req)
         const QStringList parents = parentsUsing(db, req.oldCode);
         // A structure that took the old item since the locks were taken is another
         // workstation's change under way.
+        const QSet<QString> asked(candidates.begin(), candidates.end());
         for (const QString& p : parents)
-            if (!candidates.contains(p)) result.refusals << text::replaceRefusal(p, text::kConcurrentChange);
+            if (!asked.contains(p)) result.refusals << text::replaceRefusal(p, text::kConcurrentChange);
 
         auto item = db.openRecordset(
             QStringLiteral("select cInvCode, bService from inventory where cInvCode=?"),
             RecordsetType::Snapshot, 0, {req.newCode});
         const bool known = item->recordCount() > 0;
         const bool service = known && item->value(0, 1).toDouble() != 0;
-        const QStringList holders = parentsUsing(db, req.newCode);
+        const QStringList holderList = parentsUsing(db, req.newCode);
+        const QSet<QString> holders(holderList.begin(), holderList.end());
         const QSet<QString> reached = reachedFrom(db, req.newCode, req.oldCode);
         for (const QString& p : parents) {
             QString message;

@@ -12,6 +12,7 @@
 #include "platform/database.h"
 #include "platform/lock_service.h"
 #include "platform/sql_dialect.h"
+#include "shared/cls_ref.h"
 #include "shared/grid_captions.h"
 #include "shared/line_grid.h"
 #include "shared/list_context.h"
@@ -215,7 +216,7 @@ private:
     bool takeLocks();
     void releaseLocks();
     void readStored();
-    void checkGroup(Group& g, const CardLookups& lk);
+    void checkGroup(Group& g, CardLookups lk);
     void checkLine(Group& g, const CardLookups& lk, int dataRow, const Ancestors& ancestors);
     void writeGroup(const Group& g, const CardLookups& lk);
 
@@ -227,6 +228,7 @@ private:
     Layout layout_;
     std::vector<Group> groups_;
     QSet<QString> storedParents_;
+    QHash<QString, FreshItem> freshItems_;
     std::unique_ptr<LockService> locks_;
     QStringList locked_;
     FileGraph graph_;
@@ -318,6 +320,20 @@ void Importer::readStored()
                                      RecordsetType::Snapshot);
     for (int r = 0; r < parents->recordCount(); ++r) storedParents_.insert(parents->value(r, 0).toString());
 
+    // Every item once, afresh, instead of one query per accepted line.
+    auto items = db_.openRecordset(
+        QStringLiteral("select cInvCode,cInvA_Unit,iInvExchRate,bFree1,bFree2,bService from inventory"),
+        RecordsetType::Snapshot);
+    const auto flag = [](const QVariant& v) { return v.isValid() && !v.isNull() && v.toDouble() != 0; };
+    freshItems_.reserve(items->recordCount());
+    for (int r = 0; r < items->recordCount(); ++r) {
+        const QString code = items->value(r, 0).toString();
+        if (freshItems_.contains(code)) continue;  // the first row of a code, as a search finds it
+        freshItems_.insert(code, {NullToText(items->value(r, 1)), NullToText(items->value(r, 2)),
+                                  flag(items->value(r, 3)), flag(items->value(r, 4)),
+                                  flag(items->value(r, 5))});
+    }
+
     QSet<QString> replaced;
     for (const Group& g : groups_)
         if (options_.replace && storedParents_.contains(g.parent)) replaced.insert(g.parent);
@@ -378,8 +394,9 @@ void Importer::checkLine(Group& g, const CardLookups& lk, int dataRow, const Anc
     g.lineRows.push_back(dataRow);
 }
 
-void Importer::checkGroup(Group& g, const CardLookups& lk)
+void Importer::checkGroup(Group& g, CardLookups lk)
 {
+    lk.freshItems = &freshItems_;
     const int first = g.rows.front();
     const auto refuseAll = [&](int fileCol, const QString& message) {
         for (int i : g.rows) refuse(i, fileCol, message);
@@ -515,12 +532,12 @@ ImportResult Importer::run()
         for (Group& g : groups_) {
             if (g.refused) continue;  // refused when its lock was asked for
             checkGroup(g, lk);
-            if (options_.progress && done_ >= 0 && !step(0)) {
+            if (options_.progress && !options_.progress(done_, total_)) {
                 cancelled = true;
                 break;
             }
         }
-        std::sort(result_.refusals.begin(), result_.refusals.end(),
+        std::stable_sort(result_.refusals.begin(), result_.refusals.end(),
                   [](const ImportRefusal& a, const ImportRefusal& b) { return a.fileRow < b.fileRow; });
         for (const Group& g : groups_) {
             if (g.refused) continue;

@@ -99,6 +99,17 @@ QString failureMessage(const DbError& e, bool editWriting)
     }
 }
 
+// The flags of the items on the lines, from items read once by the caller.
+QHash<QString, ItemFlags> itemFlagsOf(const LineGrid& lines, const QHash<QString, FreshItem>& items)
+{
+    QHash<QString, ItemFlags> flags;
+    for (int i = 1; i < lines.rows(); ++i) {
+        const auto it = items.constFind(lines.cell(i, ColChildCode));
+        if (it != items.constEnd()) flags.insert(it.key(), {it->free1, it->free2, it->service});
+    }
+    return flags;
+}
+
 void requeryQuietly(Recordset* rs)
 {
     if (!rs) return;
@@ -166,7 +177,8 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
         if (lines.cell(i, ColChildCode).compare(req.parentCode, Qt::CaseInsensitive) == 0)
             return Verdict::refuse(text::kChildEqualsParent);
 
-    const QHash<QString, ItemFlags> items = readItemFlags(lines, *lk.db);
+    const QHash<QString, ItemFlags> items =
+        lk.freshItems ? itemFlagsOf(lines, *lk.freshItems) : readItemFlags(lines, *lk.db);
     if (lk.list) {
         const QString freeMessage = freeItemRefusal(lines, *lk.list, items);
         if (!freeMessage.isEmpty()) return Verdict::refuse(freeMessage);
