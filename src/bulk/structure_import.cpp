@@ -480,23 +480,6 @@ void Importer::writeGroup(const Group& g, const CardLookups& lk)
     writeStructureLines(lk, g.grid, g.parent);
 }
 
-QString writeFailure(const DbError& e, bool adding)
-{
-    switch (e.kind()) {
-        case DbErrorKind::Duplicate:
-            return text::kStructureExists;
-        case DbErrorKind::RecordDeleted:
-            return text::kDeletedCannotSave;
-        case DbErrorKind::TooLong:
-            return text::kTooLong;
-        case DbErrorKind::InUse:
-            return adding ? text::kUsedCannotModifySave : text::kUsedCannotModifyEdit;
-        case DbErrorKind::ConcurrentChange:
-            return text::kConcurrentChange;
-        default:
-            return e.description();
-    }
-}
 
 ImportResult Importer::run()
 {
@@ -572,7 +555,7 @@ ImportResult Importer::run()
         if (writing) {
             result_.refusals.push_back({rows_[size_t(writing->rows.front())].fileRow,
                                         layout_.columns[size_t(layout_.parentCol)].caption,
-                                        writing->parent, writeFailure(e, writing->adding)});
+                                        writing->parent, saveFailureMessage(e, !writing->adding)});
             result_.outcome = ImportResult::Outcome::Refused;
         } else {
             result_.refusals.clear();

@@ -80,24 +80,6 @@ void editModeWrite(const CardLookups& lk, const LineGrid& lines, const SaveReque
     writeStructureLines(lk, lines, req.parentCode);
 }
 
-QString failureMessage(const DbError& e, bool editWriting)
-{
-    switch (e.kind()) {
-        case DbErrorKind::Duplicate:
-            return text::kStructureExists;
-        case DbErrorKind::RecordDeleted:
-            return text::kDeletedCannotSave;
-        case DbErrorKind::TooLong:
-            return text::kTooLong;
-        case DbErrorKind::InUse:
-            return editWriting ? text::kUsedCannotModifyEdit : text::kUsedCannotModifySave;
-        case DbErrorKind::ConcurrentChange:
-            return text::kConcurrentChange;
-        case DbErrorKind::Other:
-        default:
-            return e.description();
-    }
-}
 
 // The flags of the items on the lines, from items read once by the caller.
 QHash<QString, ItemFlags> itemFlagsOf(const LineGrid& lines, const QHash<QString, FreshItem>& items)
@@ -120,6 +102,25 @@ void requeryQuietly(Recordset* rs)
 }
 
 }  // namespace
+
+QString saveFailureMessage(const DbError& e, bool editWriting)
+{
+    switch (e.kind()) {
+        case DbErrorKind::Duplicate:
+            return text::kStructureExists;
+        case DbErrorKind::RecordDeleted:
+            return text::kDeletedCannotSave;
+        case DbErrorKind::TooLong:
+            return text::kTooLong;
+        case DbErrorKind::InUse:
+            return editWriting ? text::kUsedCannotModifyEdit : text::kUsedCannotModifySave;
+        case DbErrorKind::ConcurrentChange:
+            return text::kConcurrentChange;
+        case DbErrorKind::Other:
+        default:
+            return e.description();
+    }
+}
 
 // The lines of a structure, in grid order, a slice of rows per statement: the rows stored are
 // those the line recordset's AddNew/Update would store, without one statement per line.
@@ -237,7 +238,7 @@ bool saveStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& re
         tx.commit();
         return true;
     } catch (const DbError& e) {
-        message = failureMessage(e, writing && !req.adding);
+        message = saveFailureMessage(e, writing && !req.adding);
     }
     // The transaction is rolled back; the recordsets forget any row it had added.
     requeryQuietly(req.headerRows);

@@ -9,6 +9,7 @@
 
 namespace qx {
 
+class DbError;
 class LineGrid;
 class Recordset;
 struct Ancestors;
@@ -39,6 +40,11 @@ bool saveStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& re
 // The lines of a structure written as the save writes them (warehouse and department names
 // turned into codes, the person cut to its width, an empty waste rate as NULL), in grid order.
 void writeStructureLines(const CardLookups& lk, const LineGrid& lines, const QString& parent);
+
+// The card's message for a write that failed: a structure another workstation added meanwhile,
+// one deleted meanwhile, a text too long, a structure in use (editWriting: while its lines were
+// rewritten), ...
+QString saveFailureMessage(const DbError& e, bool editWriting);
 
 // Would the structure's header or lines be refused deletion (other data refer to them)? A trial
 // deletion that is always rolled back.
