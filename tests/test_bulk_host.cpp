@@ -177,6 +177,50 @@ TEST_P(BulkHost, KilledImportLeavesTheCompanyAsItWas)
     EXPECT_TRUE(mine.lockRecord(kLockCategory, kLockSystem, kLockMode, computerName(), {"K00000"}));
 }
 
+// A replacement killed once its locks are taken: all of it or none of it is there, never a part,
+// and the dead process's locks are taken over.
+TEST_P(BulkHost, KilledReplaceLeavesAllOrNothing)
+{
+    constexpr int kStructures = 3000;
+    {
+        Transaction tx(*db);
+        for (int i = 0; i < kStructures; ++i) {
+            const QString code = QStringLiteral("K%1").arg(i, 5, 10, QLatin1Char('0'));
+            db->execute(QStringLiteral("insert into Inventory(cInvCode,cInvName,cInvM_Unit,iInvRCost,"
+                                       "bFree1,bFree2,bService) values(?,?,?,?,0,0,0)"),
+                        {code, QStringLiteral("件"), QStringLiteral("个"), 1.0});
+            db->execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,'D1')"), {code});
+            db->execute(QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,cWhCode) "
+                                       "values(?,'A2',1,'W2')"),
+                        {code});
+        }
+        tx.commit();
+    }
+    QProcess p;
+    p.setProcessEnvironment(env());
+    p.start(exe, {"replace", connection, "A2", "A3"});
+    ASSERT_TRUE(p.waitForStarted());
+    const qint64 pid = p.processId();
+    bool locked = false;
+    QElapsedTimer t;
+    t.start();
+    while (!locked && t.elapsed() < 60000 && p.state() == QProcess::Running) {
+        locked = db->openRecordset(QStringLiteral("select count(*) from QX_RecordLock where iPid=?"),
+                                   RecordsetType::Snapshot, 0, {pid})
+                     ->field(0)
+                     .toInt() > 0;
+        if (!locked) QThread::msleep(1);
+    }
+    ASSERT_TRUE(locked) << "the replacement never took its locks";
+    p.kill();
+    ASSERT_TRUE(p.waitForFinished());
+    const int old = count("ProductStructures where cPSCode='A2'");
+    const int now = count("ProductStructures where cPSCode='A3'");
+    EXPECT_TRUE((old == kStructures && now == 0) || (old == 0 && now == kStructures)) << old << " " << now;
+    LockService mine(*db);
+    EXPECT_TRUE(mine.lockRecord(kLockCategory, kLockSystem, kLockMode, computerName(), {"K00000"}));
+}
+
 QX_INSTANTIATE_BACKENDS(BulkHost);
 
 }  // namespace
