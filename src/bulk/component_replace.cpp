@@ -130,11 +130,14 @@ ReplaceResult replaceComponent(Database& db, const ReplaceRequest& req)
         LockService::ensureTable(db);
         {
             Transaction lockTx(db);
+            const QStringList refused =
+                locks.lockRecords(kLockCategory, kLockSystem, kLockMode, req.computer, candidates);
+            const QSet<QString> refusedSet(refused.begin(), refused.end());
             for (const QString& p : candidates) {
-                if (locks.lockRecord(kLockCategory, kLockSystem, kLockMode, req.computer, {p}))
-                    locked << p;
-                else
+                if (refusedSet.contains(p))
                     result.refusals << text::replaceRefusal(p, text::kLockedCannotModify);
+                else
+                    locked << p;
             }
             lockTx.commit();
         }
@@ -181,7 +184,7 @@ ReplaceResult replaceComponent(Database& db, const ReplaceRequest& req)
     try {
         if (!locked.isEmpty()) {
             Transaction unlockTx(db);
-            locks.unlockRecord(kLockCategory, locked);
+            locks.unlockRecords(kLockCategory, locked);
             unlockTx.commit();
         }
     } catch (const DbError&) {

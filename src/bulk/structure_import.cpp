@@ -284,9 +284,15 @@ bool Importer::takeLocks()
     // One transaction for all the keys, so that many structures are locked in one commit.
     LockService::ensureTable(db_);
     Transaction tx(db_);
+    QStringList wanted;
+    for (const Group& g : groups_)
+        if (stored.contains(g.parent)) wanted << g.parent;
+    const QStringList refusedList =
+        locks.lockRecords(kLockCategory, kLockSystem, kLockMode, options_.computer, wanted);
+    const QSet<QString> refused(refusedList.begin(), refusedList.end());
     for (Group& g : groups_) {
         if (!stored.contains(g.parent)) continue;
-        if (locks.lockRecord(kLockCategory, kLockSystem, kLockMode, options_.computer, {g.parent})) {
+        if (!refused.contains(g.parent)) {
             locked_ << g.parent;
             continue;
         }
@@ -304,7 +310,7 @@ void Importer::releaseLocks()
     try {
         // The same holder that took them (computer and process) gives them back.
         Transaction tx(db_);
-        locks_->unlockRecord(kLockCategory, locked_);
+        locks_->unlockRecords(kLockCategory, locked_);
         tx.commit();
     } catch (const DbError&) {
         // A lock left behind is taken over when this process is gone.

@@ -5,6 +5,7 @@
 #include "platform/sql_dialect.h"
 
 #include <QDateTime>
+#include <QSet>
 
 #include <cerrno>
 #include <signal.h>
@@ -147,6 +148,72 @@ bool LockService::unlockRecord(const QString& category, const QStringList& keys)
         }
     }
     return all;
+}
+
+QStringList LockService::lockRecords(const QString& category, const QString& system,
+                                     const QString& mode, const QString& computer,
+                                     const QStringList& keys)
+{
+    if (!computer.isEmpty()) computer_ = computer;
+    constexpr int kSlice = 100;
+    QStringList refused;
+    const QString table = tableName();
+    const QString now = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"));
+    for (qsizetype from = 0; from < keys.size(); from += kSlice) {
+        const QStringList slice = keys.mid(from, kSlice);
+        QStringList tuples, marks;
+        QVariantList insertParams, readParams{category};
+        for (const QString& key : slice) {
+            tuples << QStringLiteral("(?, ?, ?, ?, ?)");
+            marks << QStringLiteral("?");
+            insertParams << category << key << computer_ << pid_ << now;
+            readParams << key;
+        }
+        QSet<QString> mine;
+        try {
+            ensureTable(db_);
+            db_.execute(QStringLiteral("INSERT INTO %1 (cCategory, cKey, cComputer, iPid, dTime) VALUES %2 "
+                                       "ON CONFLICT (cCategory, cKey) DO NOTHING")
+                            .arg(table, tuples.join(QLatin1Char(','))),
+                        insertParams);
+            auto rs = db_.openRecordset(
+                QStringLiteral("SELECT cKey, cComputer, iPid FROM %1 WHERE cCategory = ? AND cKey IN (%2)")
+                    .arg(table, marks.join(QLatin1Char(','))),
+                RecordsetType::Snapshot, 0, readParams);
+            for (int r = 0; r < rs->recordCount(); ++r)
+                if (rs->value(r, 1).toString() == computer_ && rs->value(r, 2).toLongLong() == pid_)
+                    mine.insert(rs->value(r, 0).toString());
+        } catch (const DbError&) {
+            // Asked again one by one below, where a table that cannot be written refuses.
+        }
+        // What another holder has is asked for key by key: a dead process's lock is taken over.
+        for (const QString& key : slice)
+            if (!mine.contains(key) && !lockRecord(category, system, mode, computer_, {key}))
+                refused << key;
+    }
+    return refused;
+}
+
+void LockService::unlockRecords(const QString& category, const QStringList& keys)
+{
+    constexpr int kSlice = 100;
+    for (qsizetype from = 0; from < keys.size(); from += kSlice) {
+        const QStringList slice = keys.mid(from, kSlice);
+        QStringList marks;
+        QVariantList params{category, computer_, pid_};
+        for (const QString& key : slice) {
+            marks << QStringLiteral("?");
+            params << key;
+        }
+        try {
+            db_.execute(QStringLiteral("DELETE FROM %1 WHERE cCategory = ? AND cComputer = ? AND iPid = ? "
+                                       "AND cKey IN (%2)")
+                            .arg(tableName(), marks.join(QLatin1Char(','))),
+                        params);
+        } catch (const DbError&) {
+            // A lock left behind is taken over once this process is gone.
+        }
+    }
 }
 
 }  // namespace qx
