@@ -460,7 +460,11 @@ void Importer::checkGroup(Group& g, CardLookups lk)
         const int dataRow = g.lineRows[size_t(line - 1)];
         if (v.message == text::cycleAtLine(line)) return refuse(dataRow, layout_.lineCols[ColChildCode], v.message);
         if (v.message.startsWith(QStringLiteral("第") + QString::number(line) + QStringLiteral("条"))) {
-            const int col = g.grid.cell(line, ColFree1).isEmpty() ? ColFree2 : ColFree1;
+            // The message names the free item.
+            const int col = !g.grid.cell(line, ColFree1).isEmpty() &&
+                                    v.message.contains(ctx_.FreeName1 + QStringLiteral(",请清空"))
+                                ? ColFree1
+                                : ColFree2;
             return refuse(dataRow, layout_.lineCols[col] >= 0 ? layout_.lineCols[col] : layout_.lineCols[0],
                           v.message);
         }
