@@ -1,7 +1,6 @@
 #include "bulk/component_replace.h"
 
 #include "card/line_validation.h"
-#include "data/code_graph.h"
 #include "data/texts.h"
 #include "platform/database.h"
 #include "platform/lock_service.h"
@@ -28,29 +27,36 @@ QStringList parentsUsing(Database& db, const QString& child)
 }
 
 // The codes the new item reaches once the old one is gone from every line: a parent among them
-// would hold the new item below itself. One walk from the new item over all stored lines.
+// would hold the new item below itself. One walk down from the new item, a generation per
+// statement (a slice of codes each), as the cycle check walks up.
 QSet<QString> reachedFrom(Database& db, const QString& newCode, const QString& oldCode)
 {
-    CodeGraph graph;
-    auto rs = db.openRecordset(QStringLiteral("select cPSPCode, cPSCode from ProductStructures"),
-                               RecordsetType::Snapshot);
-    for (int r = 0; r < rs->recordCount(); ++r) {
-        const QString child = rs->value(r, 1).toString();
-        if (child != oldCode) graph.addEdge(rs->value(r, 0).toString(), child);
-    }
+    constexpr int kSlice = 100;
     QSet<QString> reached{newCode};
-    const int start = graph.find(newCode);
-    if (start < 0) return reached;
-    std::vector<char> seen(size_t(graph.size()), 0);
-    std::vector<int> queue{start};
-    seen[size_t(start)] = 1;
-    for (size_t head = 0; head < queue.size(); ++head) {
-        for (int w : graph.children(queue[head])) {
-            if (seen[size_t(w)]) continue;
-            seen[size_t(w)] = 1;
-            reached.insert(graph.code(w));
-            queue.push_back(w);
+    QStringList generation{newCode};
+    while (!generation.isEmpty()) {
+        QStringList next;
+        for (qsizetype from = 0; from < generation.size(); from += kSlice) {
+            const QStringList slice = generation.mid(from, kSlice);
+            QStringList marks;
+            QVariantList params{oldCode};
+            for (const QString& code : slice) {
+                marks << QStringLiteral("?");
+                params << code;
+            }
+            auto rs = db.openRecordset(
+                QStringLiteral("select distinct cPSCode from ProductStructures where cPSCode<>? and "
+                               "cPSPCode in (") +
+                    marks.join(QLatin1Char(',')) + QLatin1Char(')'),
+                RecordsetType::Snapshot, 0, params);
+            for (int r = 0; r < rs->recordCount(); ++r) {
+                const QString child = rs->value(r, 0).toString();
+                if (reached.contains(child)) continue;  // a stored loop is walked once
+                reached.insert(child);
+                next << child;
+            }
         }
+        generation = next;
     }
     return reached;
 }
