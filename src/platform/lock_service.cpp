@@ -155,7 +155,8 @@ QStringList LockService::lockRecords(const QString& category, const QString& sys
                                      const QStringList& keys)
 {
     if (!computer.isEmpty()) computer_ = computer;
-    constexpr int kSlice = 100;
+    // Few values per statement: the driver binds each by a search through the placeholders.
+    constexpr int kSlice = 20;
     QStringList refused;
     const QString table = tableName();
     const QString now = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"));
