@@ -536,7 +536,7 @@ TEST_P(ListWindowTest, ToolbarCarriesEveryKeyWithCaptionsByPosition)
     keys.sort();
     QStringList all{"ButAdd",   "ButDelete",  "ButEdit", "Butprint", "Butpre",  "Butout",
                     "Butsetup", "ButHelp",    "Butref",  "ButCopy",  "setItem", "ButExit",
-                    "Butfirst", "Butprivous", "Butnext", "Butlast"};
+                    "Butfirst", "Butprivous", "Butnext", "Butlast", "ButImport", "ButReplace"};
     all.sort();
     EXPECT_EQ(keys, all);
     EXPECT_EQ(w->imageKeys(),
