@@ -306,7 +306,7 @@ bool Importer::takeLocks()
 
 void Importer::releaseLocks()
 {
-    if (locked_.isEmpty()) return;
+    if (locked_.isEmpty() || !locks_) return;
     try {
         // The same holder that took them (computer and process) gives them back.
         Transaction tx(db_);
@@ -513,11 +513,10 @@ ImportResult Importer::run()
     CardLists lists;
     lists.open(db_);
     const CardLookups lk = lists.lookups(ctx_);
-    takeLocks();
-
     const Group* writing = nullptr;
     bool cancelled = false;
     try {
+        takeLocks();
         Transaction tx(db_);
         const QString serialize = db_.dialect().structureWriteLockStatement();
         if (!serialize.isEmpty()) db_.execute(serialize);
