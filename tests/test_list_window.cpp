@@ -565,7 +565,8 @@ TEST_P(ListWindowTest, ToolbarCarriesEveryKeyWithCaptionsByPosition)
     keys.sort();
     QStringList all{"ButAdd",   "ButDelete",  "ButEdit", "Butprint", "Butpre",  "Butout",
                     "Butsetup", "ButHelp",    "Butref",  "ButCopy",  "setItem", "ButExit",
-                    "Butfirst", "Butprivous", "Butnext", "Butlast",  "ButExplode", "ButWhereUsed"};
+                    "Butfirst", "Butprivous", "Butnext", "Butlast",  "ButExplode", "ButWhereUsed",
+                    "ButImport", "ButReplace"};
     all.sort();
     EXPECT_EQ(keys, all);
     EXPECT_EQ(w->imageKeys(),

@@ -1,4 +1,5 @@
 #include "platform/database.h"
+#include "platform/host_facts.h"
 #include "platform/lock_service.h"
 #include "support/company.h"
 
@@ -173,6 +174,27 @@ TEST_P(LockServiceTest, LockTableThatCannotBeWrittenRefuses)
     LockService::ensureTable(*dbA);
     EXPECT_FALSE(a.lockRecord(kCat, kSys, kMode, kA, {QString(300, QLatin1Char('x'))}));
     EXPECT_TRUE(a.lockRecord(kCat, kSys, kMode, kA, {QStringLiteral("P2")}));
+}
+
+// Many keys at once: free keys and keys of a dead process of this computer are granted, another
+// workstation's key is refused and named, and all are given back in slices.
+TEST_P(LockServiceTest, ManyKeysAtOnceAsOneByOne)
+{
+    LockService other(*dbB);
+    ASSERT_TRUE(other.lockRecord(kCat, kSys, kMode, kB, {QStringLiteral("K150")}));
+    LockService dead(*dbB, deadPid());
+    ASSERT_TRUE(dead.lockRecord(kCat, kSys, kMode, computerName(), {QStringLiteral("K7")}));
+    QStringList keys;
+    for (int i = 0; i < 250; ++i) keys << QStringLiteral("K%1").arg(i);
+    LockService a(*dbA);
+    EXPECT_EQ(a.lockRecords(kCat, kSys, kMode, computerName(), keys), QStringList{"K150"});
+    EXPECT_EQ(holder(QStringLiteral("K7")), me(computerName()));
+    EXPECT_EQ(holder(QStringLiteral("K249")), me(computerName()));
+    EXPECT_EQ(holder(QStringLiteral("K150")).section('/', 0, 0), kB);
+    a.unlockRecords(kCat, keys);
+    EXPECT_EQ(holder(QStringLiteral("K7")), QString());
+    EXPECT_EQ(holder(QStringLiteral("K249")), QString());
+    EXPECT_EQ(holder(QStringLiteral("K150")).section('/', 0, 0), kB);  // not ours to free
 }
 
 QX_INSTANTIATE_BACKENDS(LockServiceTest);

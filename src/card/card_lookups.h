@@ -12,6 +12,16 @@ class Database;
 class Recordset;
 struct ListContext;
 
+// What the rules read afresh of an item once it is accepted: its auxiliary unit and rate, and
+// the flags of its free items and of a service.
+struct FreshItem {
+    QString auxUnit;
+    QString rate;
+    bool free1 = false;
+    bool free2 = false;
+    bool service = false;
+};
+
 struct CardLookups {
     Database* db = nullptr;
     const ListContext* list = nullptr;
@@ -21,6 +31,9 @@ struct CardLookups {
     // Row of each code in `inventory` (its first row of that code), when the card has built it:
     // an item is then found without a search through the whole list.
     const QHash<QString, int>* inventoryRows = nullptr;
+    // Every item as read afresh once, when the caller judges many lines at a time (an import):
+    // then no line needs its own query. Null: each accepted item is read from the database.
+    const QHash<QString, FreshItem>* freshItems = nullptr;
 };
 
 // Code -> first row of that code, over the rows of an item list as it stands.

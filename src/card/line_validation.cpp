@@ -102,7 +102,14 @@ Verdict fillFromItem(const CardLookups& lk, LineGrid& lines, int row, const QStr
     QString auxUnit, rate;
     bool free1 = false;
     bool free2 = false;
-    if (lk.db) {
+    if (lk.freshItems) {
+        const auto it = lk.freshItems->constFind(code);
+        if (it == lk.freshItems->constEnd()) return Verdict::refuse(text::kInvNotExist);
+        auxUnit = it->auxUnit;
+        rate = it->rate;
+        free1 = it->free1;
+        free2 = it->free2;
+    } else if (lk.db) {
         auto item = lk.db->openRecordset(QStringLiteral("select * from inventory where cInvcode=?"),
                                          RecordsetType::Snapshot, 0, {code});
         if (item->recordCount() == 0) return Verdict::refuse(text::kInvNotExist);
@@ -121,7 +128,7 @@ Verdict fillFromItem(const CardLookups& lk, LineGrid& lines, int row, const QStr
     lines.setCell(row, ColChildName, NullToText(inv.field(QStringLiteral("cInvName"))));
     lines.setCell(row, ColSpec, NullToText(inv.field(QStringLiteral("cInvStd"))));
     lines.setCell(row, ColMainUnit, NullToText(inv.field(QStringLiteral("cInvM_Unit"))));
-    if (lk.db) {
+    if (lk.db || lk.freshItems) {
         lines.setCell(row, ColAuxUnit, auxUnit);
         lines.setCell(row, ColExchRate, rate);
     }
@@ -206,14 +213,15 @@ Verdict checkChildCode(const CardLookups& lk, const LineGrid& lines, const QStri
 }
 
 Verdict validateCell(const CardLookups& lk, LineGrid& lines, const QString& parentCode, int row,
-                     int col, QString& text)
+                     int col, QString& text, const WholeCard& whole)
 {
     // Before anything is looked up, so that no lookup ever sees a quote or a bar.
     if (hasIllegalChars(text)) return Verdict::refuse(text::kIllegalChars);
 
     switch (col) {
         case ColChildCode: {
-            const Verdict v = checkChildCode(lk, lines, parentCode, row, text);
+            const Verdict v =
+                checkChildCode(lk, lines, parentCode, row, text, {whole.ancestors, nullptr});
             if (!v) return v;
             return fillFromItem(lk, lines, row, text);
         }

@@ -27,9 +27,10 @@ bool hasIllegalChars(const QString& text);
 
 // First pass. `text` is what the user typed in (row, col); on acceptance it may be replaced
 // (a code by its name, a number reformatted) and dependent cells of the row are written; on
-// refusal nothing in the grid changes and `text` is left as typed.
+// refusal nothing in the grid changes and `text` is left as typed. With `whole.ancestors` (lines
+// judged in bulk against one pass over all structures) the child code's cycle test asks them.
 Verdict validateCell(const CardLookups& lk, LineGrid& lines, const QString& parentCode, int row,
-                     int col, QString& text);
+                     int col, QString& text, const WholeCard& whole = {});
 
 // Second pass over the whole line `row`, in the fixed order; the first failure refuses.
 // With `whole` (from the save) the cycle and repeat tests ask what was read once instead of

@@ -48,29 +48,6 @@ LineRow lineRow(const CardLookups& lk, const LineGrid& lines, int i)
     return r;
 }
 
-// The lines of a structure, in grid order, a slice of rows per statement: the rows stored are
-// those the line recordset's AddNew/Update would store, without one statement per line.
-void writeLines(const CardLookups& lk, const LineGrid& lines, const QString& parent)
-{
-    constexpr int kRowsPerStatement = 10;
-    const QString head = QStringLiteral(
-        "insert into ProductStructures (cPSPCode, cPSCode, cWhCode, ipsquantity, iWasteRate, "
-        "cProcedureName, cDepCode, cPersonName, cFree1, cFree2) values ");
-    const QString marks = QStringLiteral("(?,?,?,?,?,?,?,?,?,?)");
-    for (int from = 1; from < lines.rows(); from += kRowsPerStatement) {
-        const int to = std::min(lines.rows(), from + kRowsPerStatement);
-        QStringList tuples;
-        QVariantList params;
-        for (int i = from; i < to; ++i) {
-            const LineRow r = lineRow(lk, lines, i);
-            tuples << marks;
-            params << parent << r.child << r.warehouse << r.quantity << r.waste << r.procedure
-                   << r.department << r.person << r.free1 << r.free2;
-        }
-        lk.db->execute(head + tuples.join(QLatin1Char(',')), params);
-    }
-}
-
 void saveRecord(const CardLookups& lk, const LineGrid& lines, const SaveRequest& req)
 {
     Recordset& head = *req.headerRows;
@@ -78,7 +55,7 @@ void saveRecord(const CardLookups& lk, const LineGrid& lines, const SaveRequest&
     head.setField(QStringLiteral("cPSPCode"), req.parentCode);
     head.setField(QStringLiteral("cDepCode"), NameToCode_Dep(req.department, lk.department));
     head.update();
-    writeLines(lk, lines, req.parentCode);
+    writeStructureLines(lk, lines, req.parentCode);
 }
 
 void editModeWrite(const CardLookups& lk, const LineGrid& lines, const SaveRequest& req)
@@ -103,10 +80,32 @@ void editModeWrite(const CardLookups& lk, const LineGrid& lines, const SaveReque
     // All lines of the parent go and the grid's lines are written again.
     lk.db->execute(QStringLiteral("delete from ProductStructures where cPSPCode=?"),
                    {req.parentCode});
-    writeLines(lk, lines, req.parentCode);
+    writeStructureLines(lk, lines, req.parentCode);
 }
 
-QString failureMessage(const DbError& e, bool editWriting)
+// The flags of the items on the lines, from items read once by the caller.
+QHash<QString, ItemFlags> itemFlagsOf(const LineGrid& lines, const QHash<QString, FreshItem>& items)
+{
+    QHash<QString, ItemFlags> flags;
+    for (int i = 1; i < lines.rows(); ++i) {
+        const auto it = items.constFind(lines.cell(i, ColChildCode));
+        if (it != items.constEnd()) flags.insert(it.key(), {it->free1, it->free2, it->service});
+    }
+    return flags;
+}
+
+void requeryQuietly(Recordset* rs)
+{
+    if (!rs) return;
+    try {
+        rs->requery();
+    } catch (const DbError&) {
+    }
+}
+
+}  // namespace
+
+QString saveFailureMessage(const DbError& e, bool editWriting)
 {
     switch (e.kind()) {
         case DbErrorKind::Duplicate:
@@ -125,16 +124,28 @@ QString failureMessage(const DbError& e, bool editWriting)
     }
 }
 
-void requeryQuietly(Recordset* rs)
+// The lines of a structure, in grid order, a slice of rows per statement: the rows stored are
+// those the line recordset's AddNew/Update would store, without one statement per line.
+void writeStructureLines(const CardLookups& lk, const LineGrid& lines, const QString& parent)
 {
-    if (!rs) return;
-    try {
-        rs->requery();
-    } catch (const DbError&) {
+    constexpr int kRowsPerStatement = 10;
+    const QString head = QStringLiteral(
+        "insert into ProductStructures (cPSPCode, cPSCode, cWhCode, ipsquantity, iWasteRate, "
+        "cProcedureName, cDepCode, cPersonName, cFree1, cFree2) values ");
+    const QString marks = QStringLiteral("(?,?,?,?,?,?,?,?,?,?)");
+    for (int from = 1; from < lines.rows(); from += kRowsPerStatement) {
+        const int to = std::min(lines.rows(), from + kRowsPerStatement);
+        QStringList tuples;
+        QVariantList params;
+        for (int i = from; i < to; ++i) {
+            const LineRow r = lineRow(lk, lines, i);
+            tuples << marks;
+            params << parent << r.child << r.warehouse << r.quantity << r.waste << r.procedure
+                   << r.department << r.person << r.free1 << r.free2;
+        }
+        lk.db->execute(head + tuples.join(QLatin1Char(',')), params);
     }
 }
-
-}  // namespace
 
 Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& req)
 {
@@ -146,7 +157,8 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
 
     // Every line has the same parent: its stored ancestors are read once and each child is
     // judged against them, with the answers one walk per line would give.
-    const Ancestors ancestors = CollectAncestors(req.parentCode, *lk.db);
+    const Ancestors ancestors =
+        req.ancestors ? *req.ancestors : CollectAncestors(req.parentCode, *lk.db);
     for (int i = 1; i < lines.rows(); ++i)
         if (!ancestors.allows(lines.cell(i, ColChildCode)))
             return Verdict::refuse(text::cycleAtLine(i));
@@ -168,7 +180,8 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
         if (lines.cell(i, ColChildCode).compare(req.parentCode, Qt::CaseInsensitive) == 0)
             return Verdict::refuse(text::kChildEqualsParent);
 
-    const QHash<QString, ItemFlags> items = readItemFlags(lines, *lk.db);
+    const QHash<QString, ItemFlags> items =
+        lk.freshItems ? itemFlagsOf(lines, *lk.freshItems) : readItemFlags(lines, *lk.db);
     if (lk.list) {
         const QString freeMessage = freeItemRefusal(lines, *lk.list, items);
         if (!freeMessage.isEmpty()) return Verdict::refuse(freeMessage);
@@ -249,7 +262,7 @@ bool saveStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& re
         Prompter::current().inform(message, text::kTitle);
         return false;
     } catch (const DbError& e) {
-        message = failureMessage(e, writing && !req.adding);
+        message = saveFailureMessage(e, writing && !req.adding);
     }
     // The transaction is rolled back; the recordsets forget any row it had added.
     requeryQuietly(req.headerRows);

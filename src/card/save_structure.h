@@ -9,9 +9,11 @@
 
 namespace qx {
 
+class DbError;
 class LineGrid;
 class Recordset;
 class RecordLocks;
+struct Ancestors;
 
 struct SaveRequest {
     QString parentCode;  // EdtcPSPCode
@@ -22,6 +24,9 @@ struct SaveRequest {
     // Edit mode: the structure's lock, asked for again under its key (the trimmed parent code)
     // so that the write lands only while this workstation holds it (null: not asked).
     RecordLocks* lock = nullptr;
+    // The parent's ancestors when the caller has judged all structures at once (an import):
+    // the checks then ask them instead of walking the stored structures again.
+    const Ancestors* ancestors = nullptr;
 };
 
 // The checks of a save, in their order; the first failure is returned with its message. The
@@ -33,6 +38,15 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
 // that two workstations cannot together close a loop). Shows the refusal or failure message and
 // returns false with nothing written, or returns true with the structure written.
 bool saveStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& req);
+
+// The lines of a structure written as the save writes them (warehouse and department names
+// turned into codes, the person cut to its width, an empty waste rate as NULL), in grid order.
+void writeStructureLines(const CardLookups& lk, const LineGrid& lines, const QString& parent);
+
+// The card's message for a write that failed: a structure another workstation added meanwhile,
+// one deleted meanwhile, a text too long, a structure in use (editWriting: while its lines were
+// rewritten), ...
+QString saveFailureMessage(const DbError& e, bool editWriting);
 
 // Would the structure's header or lines be refused deletion (other data refer to them)? A trial
 // deletion that is always rolled back. A lost connection is thrown, not answered.

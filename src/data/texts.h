@@ -318,6 +318,10 @@ inline QString demoCreated(const QString& database)
 {
     return QStringLiteral("演示账套已建立：") + database;
 }
+inline QString cannotWriteCompany(const QString& database)
+{
+    return QStringLiteral("账套数据库不能写入，不能导入或替换：") + database;
+}
 inline QString openedUnwritable(const QString& database)
 {
     return QStringLiteral("账套数据库不能写入，已按只读方式打开：") + database;
@@ -435,5 +439,117 @@ inline QString expandLimited(int rows)
 {
     return QStringLiteral("展开的行数过多，只展开了 ") + QString::number(rows) + QStringLiteral(" 行。");
 }
+
+// Structures in bulk: import from a spreadsheet, replacing a component everywhere
+inline const QString kImport = QStringLiteral("导入");
+inline const QString kTipImport = QStringLiteral("从表格文件导入产品结构");
+inline const QString kReplaceComponent = QStringLiteral("替换子件");
+inline const QString kTipReplaceComponent = QStringLiteral("在所有产品结构中替换一个子件");
+inline const QString kImportReplaceExisting = QStringLiteral("替换已有的产品结构");
+inline const QString kImportCheck = QStringLiteral("检查");
+inline const QString kImportTemplate = QStringLiteral("模板");
+inline const QString kImportChooseFile = QStringLiteral("选择文件…");
+inline const QString kImportFile = QStringLiteral("文件：");
+inline const QString kImportFileFilter = QStringLiteral("表格文件 (*.xlsx *.csv *.txt);;所有文件 (*)");
+inline const QString kTemplateFileFilter = QStringLiteral("XLSX 文件 (*.xlsx)");
+inline const QString kReportFileFilter = QStringLiteral("文本文件 (*.txt)");
+inline const QString kSaveReport = QStringLiteral("保存报告");
+inline const QString kImportReport = QStringLiteral("导入报告");
+inline const QString kImportProgress = QStringLiteral("正在检查和导入…");
+inline const QString kImportNoFile = QStringLiteral("请先选择要导入的文件！");
+inline const QString kImportCancelled = QStringLiteral("已取消导入，没有写入任何数据");
+inline const QString kReplaceOld = QStringLiteral("原子件编码：");
+inline const QString kReplaceNew = QStringLiteral("新子件编码：");
+inline const QString kReplaceFactor = QStringLiteral("数量倍数：");
+inline const QString kTemplateSheet = QStringLiteral("产品结构");
+inline const QString kFileEmpty = QStringLiteral("文件是空的");
+inline const QString kFileNotXlsx = QStringLiteral("文件不是有效的 XLSX 文件（无法作为 zip 打开）");
+inline const QString kFileNoSheet = QStringLiteral("XLSX 文件中找不到工作表");
+inline const QString kFileBadEncoding =
+    QStringLiteral("文件的编码既不是 UTF-8 也不是 GB18030，请另存为 UTF-8 的 CSV 文件");
+inline const QString kControlChars = QStringLiteral("含有控制字符，请修改！");
+inline const QString kNotANumber = QStringLiteral("不是数字，请修改！");
+inline const QString kUnknownCaption = QStringLiteral("不认识的栏目名，请修改！");
+inline const QString kRepeatedCaption = QStringLiteral("栏目名重复，请修改！");
+inline const QString kCellWithoutCaption = QStringLiteral("该栏没有栏目名，请修改！");
+inline const QString kNoDataRows = QStringLiteral("文件中没有数据行");
+inline const QString kDepartmentDiffers = QStringLiteral("同一父项的生产部门不一致，请修改！");
+inline const QString kNoStructureUses = QStringLiteral("没有使用该子件的产品结构");
+inline const QString kFactorNotPositive = QStringLiteral("数量倍数必须大于零！");
+inline QString fileUnreadable(const QString& path)
+{
+    return QStringLiteral("无法读取文件 ") + path;
+}
+inline QString fileTooLarge(const QString& path, qint64 megabytes)
+{
+    return QStringLiteral("文件 ") + path + QStringLiteral(" 过大（超过 ") +
+           QString::number(megabytes) + QStringLiteral(" MB），请分成几个文件导入");
+}
+inline QString sheetMalformed(const QString& part, qint64 line, const QString& why)
+{
+    return QStringLiteral("XLSX 文件的 ") + part + QStringLiteral(" 第 ") + QString::number(line) +
+           QStringLiteral(" 行格式错误：") + why;
+}
+inline QString columnLetter(int column)
+{
+    QString letters;
+    for (int c = column + 1; c > 0; c = (c - 1) / 26) letters.prepend(QChar(u'A' + (c - 1) % 26));
+    return letters;
+}
+inline QString missingCaption(const QString& caption)
+{
+    return QStringLiteral("缺少必需的栏目“") + caption + QStringLiteral("”");
+}
+// One refused row of a file: row number, column caption, the value, the card's message.
+inline QString refusedRow(int fileRow, const QString& caption, const QString& value,
+                          const QString& message)
+{
+    return QStringLiteral("第 ") + QString::number(fileRow) + QStringLiteral(" 行\t") + caption +
+           QStringLiteral("\t“") + value + QStringLiteral("”\t") + message;
+}
+inline QString importWritten(int parents, int lines)
+{
+    return QStringLiteral("已导入 ") + QString::number(parents) + QStringLiteral(" 个产品结构，共 ") +
+           QString::number(lines) + QStringLiteral(" 行");
+}
+inline QString importChecked(int parents, int lines)
+{
+    return QStringLiteral("检查通过：") + QString::number(parents) +
+           QStringLiteral(" 个产品结构，共 ") + QString::number(lines) +
+           QStringLiteral(" 行，没有写入任何数据");
+}
+inline QString importRefused(int rows)
+{
+    return QStringLiteral("有 ") + QString::number(rows) +
+           QStringLiteral(" 行被拒绝，没有写入任何数据");
+}
+inline QString replaceRefusal(const QString& parent, const QString& message)
+{
+    return QStringLiteral("父项 ") + parent + QStringLiteral("：") + message;
+}
+inline QString replaceDone(int structures, int lines)
+{
+    return QStringLiteral("已替换：") + QString::number(structures) +
+           QStringLiteral(" 个产品结构，") + QString::number(lines) + QStringLiteral(" 行");
+}
+inline QString replaceChecked(int structures, int lines)
+{
+    return QStringLiteral("检查通过：将替换 ") + QString::number(structures) +
+           QStringLiteral(" 个产品结构，") + QString::number(lines) +
+           QStringLiteral(" 行，没有写入任何数据");
+}
+inline QString replaceRefused(int structures)
+{
+    return QStringLiteral("有 ") + QString::number(structures) +
+           QStringLiteral(" 个产品结构不能替换，没有写入任何数据");
+}
+inline QString templateWritten(const QString& path)
+{
+    return QStringLiteral("已写出导入模板 ") + path;
+}
+inline const QString kBulkUsage = QStringLiteral(
+    "      qxprostru import 数据库 文件.xlsx|文件.csv [--replace] [--dry-run]\n"
+    "      qxprostru import-template [数据库] 文件.xlsx\n"
+    "      qxprostru replace 数据库 原子件 新子件 [--factor 倍数] [--dry-run]");
 
 }  // namespace qx::text

@@ -1,5 +1,6 @@
 #include "data/verify.h"
 
+#include "data/code_graph.h"
 #include "data/texts.h"
 #include "platform/database.h"
 
@@ -18,19 +19,13 @@ struct Edge {
     QString child;
 };
 
-// The groups of codes that reach each other over stored lines (strongly connected components,
-// found without recursion so that a deep structure cannot exhaust the stack). Groups of one code
-// count only when the code holds itself as a line.
+// Every stored loop, one per group of codes that reach each other. Groups of one code count only
+// when the code holds itself as a line.
 class LoopFinder {
 public:
     explicit LoopFinder(const std::vector<Edge>& edges)
     {
-        for (const Edge& e : edges) {
-            const int p = id(e.parent);
-            const int c = id(e.child);
-            down_[p].push_back(c);
-            if (p == c) selfLoop_.insert(p);
-        }
+        for (const Edge& e : edges) graph_.addEdge(e.parent, e.child);
     }
 
     // Each loop spelled from the smallest code of its group back to that code, groups in order
@@ -38,8 +33,8 @@ public:
     std::vector<std::pair<QStringList, qsizetype>> loops()
     {
         std::vector<std::pair<QStringList, qsizetype>> result;
-        for (const std::vector<int>& group : components()) {
-            if (group.size() == 1 && !selfLoop_.contains(group.front())) continue;
+        for (const std::vector<int>& group : graph_.components()) {
+            if (group.size() == 1 && !graph_.holdsItself(group.front())) continue;
             result.emplace_back(loopThrough(group), static_cast<qsizetype>(group.size()));
         }
         std::sort(result.begin(), result.end(),
@@ -48,86 +43,24 @@ public:
     }
 
 private:
-    int id(const QString& code)
-    {
-        auto it = ids_.find(code);
-        if (it != ids_.end()) return it.value();
-        const int n = static_cast<int>(codes_.size());
-        ids_.insert(code, n);
-        codes_.push_back(code);
-        down_.emplace_back();
-        return n;
-    }
-
-    std::vector<std::vector<int>> components() const
-    {
-        const int n = static_cast<int>(codes_.size());
-        std::vector<int> index(n, -1), low(n, 0);
-        std::vector<char> onStack(n, 0);
-        std::vector<int> stack;
-        std::vector<std::vector<int>> groups;
-        int counter = 0;
-        struct Frame {
-            int node;
-            size_t next;
-        };
-        for (int start = 0; start < n; ++start) {
-            if (index[start] >= 0) continue;
-            std::vector<Frame> frames{{start, 0}};
-            index[start] = low[start] = counter++;
-            stack.push_back(start);
-            onStack[start] = 1;
-            while (!frames.empty()) {
-                Frame& f = frames.back();
-                if (f.next < down_[f.node].size()) {
-                    const int w = down_[f.node][f.next++];
-                    if (index[w] < 0) {
-                        index[w] = low[w] = counter++;
-                        stack.push_back(w);
-                        onStack[w] = 1;
-                        frames.push_back({w, 0});
-                    } else if (onStack[w]) {
-                        low[f.node] = std::min(low[f.node], index[w]);
-                    }
-                    continue;
-                }
-                const int v = f.node;
-                frames.pop_back();
-                if (!frames.empty()) low[frames.back().node] = std::min(low[frames.back().node], low[v]);
-                if (low[v] == index[v]) {
-                    std::vector<int> group;
-                    int w;
-                    do {
-                        w = stack.back();
-                        stack.pop_back();
-                        onStack[w] = 0;
-                        group.push_back(w);
-                    } while (w != v);
-                    groups.push_back(std::move(group));
-                }
-            }
-        }
-        return groups;
-    }
-
     // A shortest loop through the group's smallest code, found breadth first inside the group.
     QStringList loopThrough(const std::vector<int>& group) const
     {
         const int start = *std::min_element(group.begin(), group.end(), [this](int a, int b) {
-            return codes_[a] < codes_[b];
+            return graph_.code(a) < graph_.code(b);
         });
-        if (selfLoop_.contains(start)) return {codes_[start], codes_[start]};
+        if (graph_.holdsItself(start)) return {graph_.code(start), graph_.code(start)};
         const QSet<int> members(group.begin(), group.end());
         QHash<int, int> cameFrom;
         std::vector<int> queue{start};
         for (size_t head = 0; head < queue.size(); ++head) {
             const int v = queue[head];
-            for (int w : down_[v]) {
+            for (int w : graph_.children(v)) {
                 if (!members.contains(w)) continue;
                 if (w == start) {
-                    QStringList loop{codes_[start]};
-                    for (int u = v; u != start; u = cameFrom.value(u)) loop.insert(1, codes_[u]);
-                    loop << codes_[start];
+                    QStringList loop{graph_.code(start)};
+                    for (int u = v; u != start; u = cameFrom.value(u)) loop.insert(1, graph_.code(u));
+                    loop << graph_.code(start);
                     return loop;
                 }
                 if (cameFrom.contains(w)) continue;
@@ -135,13 +68,10 @@ private:
                 queue.push_back(w);
             }
         }
-        return {codes_[start]};  // not reached: every code of a group lies on a loop
+        return {graph_.code(start)};  // not reached: every code of a group lies on a loop
     }
 
-    QHash<QString, int> ids_;
-    std::vector<QString> codes_;
-    std::vector<std::vector<int>> down_;
-    QSet<int> selfLoop_;
+    CodeGraph graph_;
 };
 
 QSet<QString> codeSet(Database& db, const QString& sql)

@@ -5,6 +5,7 @@
 #include "data/schema.h"
 #include "data/texts.h"
 #include "data/verify.h"
+#include "host/bulk_jobs.h"
 #include "host/command_line.h"
 #include "host/company_open.h"
 #include "host/explorer_job.h"
@@ -154,6 +155,8 @@ int main(int argc, char** argv)
         QCoreApplication app(argc, argv);
         return qx::runExplorerJob(args);
     }
+    // Structures in bulk (import, import-template, replace) have their own arguments.
+    if (const auto rc = qx::runBulkJob(args, argc, argv)) return *rc;
     const qx::CommandLineResult parsed = qx::parseCommandLine(args);
     if (!parsed.command) {
         complain(parsed.error);
@@ -178,7 +181,7 @@ int main(int argc, char** argv)
     try {
         switch (cmd.job) {
         case CommandLine::Job::Help:
-            say(qx::text::kUsage);
+            say(qx::text::kUsage + QLatin1Char('\n') + qx::text::kBulkUsage);
             return kOk;
         case CommandLine::Job::Demo:
             return runDemo(cmd);

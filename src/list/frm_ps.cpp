@@ -124,8 +124,9 @@ void FrmPS::setReadOnly(bool readOnly, bool unwritable)
 {
     ctx_.readOnly = readOnly;
     ctx_.unwritable = unwritable;
-    // Read-only: nothing may be added, deleted or copied; edit will open the card for viewing.
-    for (const char* key : {"ButAdd", "ButDelete", "ButCopy"})
+    // Read-only: nothing may be added, deleted, copied, imported or replaced; edit will open the
+    // card for viewing.
+    for (const char* key : {"ButAdd", "ButDelete", "ButCopy", "ButImport", "ButReplace"})
         if (QAction* a = action(QString::fromLatin1(key))) a->setEnabled(!readOnly);
 }
 

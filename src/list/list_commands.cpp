@@ -2,6 +2,7 @@
 
 #include "data/texts.h"
 #include "list/frm_ps.h"
+#include "list/list_bulk.h"
 #include "platform/grid.h"
 #include "platform/prompter.h"
 
@@ -98,6 +99,7 @@ void FrmPS::createActions()
         connect(a, &QAction::triggered, this, [this, key] { dispatch(key); });
     }
     addExplorerActions();
+    addBulkActions(*this, *tlbPS_);
 }
 
 QList<QAction*> FrmPS::toolbarActions() const
@@ -190,6 +192,8 @@ void FrmPS::dispatch(const QString& key)
         FCopy();
     } else if (key == QLatin1String("setItem")) {
         FSetItem();
+    } else if (isBulkCommand(key)) {
+        runBulkCommand(*this, key);
     }
 }
 

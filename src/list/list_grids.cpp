@@ -7,6 +7,7 @@
 #include "list/frm_ps.h"
 #include "platform/grid.h"
 #include "platform/prompter.h"
+#include "shared/grid_captions.h"
 
 #include <QLabel>
 #include <QSignalBlocker>
@@ -73,10 +74,8 @@ void FrmPS::setUpParentColumns()
         g.setColWidth(c, kParentColumns[c].width);
         g.setColumnDef(c, kParentColumns[c].length, false, ColumnKind::Text);
     }
-    g.setTextMatrix(0, ParentColCode, ctx_.parentTerm + text::kCode);
-    g.setTextMatrix(0, ParentColName, ctx_.parentTerm + text::kName);
-    g.setTextMatrix(0, ParentColDept, text::kProduceDept);
-    g.setTextMatrix(0, ParentColSpec, text::kSpec);
+    const QStringList headers = parentGridCaptions(ctx_);
+    for (int c = 0; c < kParentColumnCount; ++c) g.setTextMatrix(0, c, headers[c]);
     for (int c = 0; c < kParentColumnCount; ++c) {
         g.setColAlignment(c, CellAlignment::LeftTop);
         g.setCellAlignment(0, c, CellAlignment::CenterCenter);
@@ -118,24 +117,7 @@ void FrmPS::setUpChildColumns()
         g.setColumnDef(c, kLengths[c], false,
                        c == ColPieces ? ColumnKind::Number : ColumnKind::Text);
 
-    const QString headers[kChildColumnCount] = {
-        ctx_.childTerm + text::kCode,
-        ctx_.childTerm + text::kName,
-        text::kSpec,
-        ctx_.HaveFree1 ? ctx_.FreeName1 : text::kFreeItem1,
-        ctx_.HaveFree2 ? ctx_.FreeName2 : text::kFreeItem2,
-        text::kAuxUnit,
-        text::kPieces,
-        text::kExchRate,
-        text::kMainUnit,
-        text::kStdQuantity,
-        text::kWasteRate,
-        text::kWarehouse,
-        text::kStorekeeper,
-        text::kUseDept,
-        text::kOperation,
-        text::kPlannedPrice,
-    };
+    const QStringList headers = childGridCaptions(ctx_);
     for (int c = 0; c < kChildColumnCount; ++c) g.setTextMatrix(0, c, headers[c]);
 
     for (int c : {ColChildCode, ColChildName, ColSpec, ColFree1, ColFree2, ColAuxUnit, ColMainUnit})

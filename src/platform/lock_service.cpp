@@ -5,6 +5,7 @@
 #include "platform/sql_dialect.h"
 
 #include <QDateTime>
+#include <QSet>
 
 #include <utility>
 
@@ -246,6 +247,78 @@ QVariantList LockService::removeOwnParams(const QString& category, const QString
 int LockService::removeOwn(const QString& category, const QString& key)
 {
     return db_.execute(removeOwnStatement(), removeOwnParams(category, key));
+}
+
+QStringList LockService::lockRecords(const QString& category, const QString& system,
+                                     const QString& mode, const QString& computer,
+                                     const QStringList& keys)
+{
+    if (!computer.isEmpty()) computer_ = computer;
+    // A hundred keys per statement: fewer round trips to a server weigh more than the driver's
+    // binding of many values.
+    constexpr int kSlice = 100;
+    QStringList refused;
+    const QString table = tableName();
+    const QString now = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"));
+    for (qsizetype from = 0; from < keys.size(); from += kSlice) {
+        const QStringList slice = keys.mid(from, kSlice);
+        QStringList tuples, marks;
+        QVariantList insertParams, readParams{category};
+        for (const QString& key : slice) {
+            tuples << QStringLiteral("(?, ?, ?, ?, ?, ?, ?)");
+            marks << QStringLiteral("?");
+            insertParams << category << key << computer_ << pid_ << now << machine_ << run_;
+            readParams << key;
+        }
+        QSet<QString> mine;
+        try {
+            if (!tableReady_) {
+                ensureTable(db_);
+                tableReady_ = true;
+            }
+            db_.execute(QStringLiteral("INSERT INTO %1 (cCategory, cKey, cComputer, iPid, dTime, cMachine, cRun) VALUES %2 "
+                                       "ON CONFLICT (cCategory, cKey) DO NOTHING")
+                            .arg(table, tuples.join(QLatin1Char(','))),
+                        insertParams);
+            auto rs = db_.openRecordset(
+                QStringLiteral("SELECT cKey, cComputer, iPid, cMachine, cRun FROM %1 WHERE cCategory = ? AND cKey IN (%2)")
+                    .arg(table, marks.join(QLatin1Char(','))),
+                RecordsetType::Snapshot, 0, readParams);
+            for (int r = 0; r < rs->recordCount(); ++r)
+                if (rs->value(r, 1).toString() == computer_ && rs->value(r, 2).toLongLong() == pid_ &&
+                    rs->value(r, 3).toString() == machine_ && rs->value(r, 4).toString() == run_)
+                    mine.insert(rs->value(r, 0).toString());
+        } catch (const DbError&) {
+            // Asked again one by one below, where a table that cannot be written refuses.
+        }
+        // What another holder has is asked for key by key: a dead process's lock is taken over.
+        for (const QString& key : slice)
+            if (!mine.contains(key) && !lockRecord(category, system, mode, computer_, {key}))
+                refused << key;
+    }
+    return refused;
+}
+
+void LockService::unlockRecords(const QString& category, const QStringList& keys)
+{
+    constexpr int kSlice = 100;
+    for (qsizetype from = 0; from < keys.size(); from += kSlice) {
+        const QStringList slice = keys.mid(from, kSlice);
+        QStringList marks;
+        QVariantList params{category, computer_, pid_, machine_, run_};
+        for (const QString& key : slice) {
+            marks << QStringLiteral("?");
+            params << key;
+        }
+        try {
+            db_.execute(QStringLiteral("DELETE FROM %1 WHERE cCategory = ? AND cComputer = ? AND iPid = ? "
+                                       "AND cMachine = ? AND cRun = ? AND cKey IN (%2)")
+                            .arg(tableName(), marks.join(QLatin1Char(','))),
+                        params);
+        } catch (const DbError&) {
+            // A lock left behind is taken over once this process is gone.
+        }
+    }
 }
 
 }  // namespace qx

@@ -34,6 +34,15 @@ public:
     // still held and must be asked for again.
     QStringList release(const QString& category, const QStringList& keys);
 
+    // Many keys at once, for commands that change many structures: a few statements per
+    // hundred keys instead of one per key. Each key is granted or refused as lockRecord would
+    // (a key of a dead process of this computer is taken over); returns the refused keys, and
+    // the granted ones stay held even when some are refused.
+    QStringList lockRecords(const QString& category, const QString& system, const QString& mode,
+                            const QString& computer, const QStringList& keys);
+    // Frees many keys of this holder, a slice of keys per statement.
+    void unlockRecords(const QString& category, const QStringList& keys);
+
     // Creates the lock table when missing (errors ignored).
     static void ensureTable(Database& db);
     static QString tableName();

@@ -1,0 +1,35 @@
+#include "bulk/card_lists.h"
+
+#include "shared/code_to_name.h"
+#include "shared/list_context.h"
+
+namespace qx {
+
+void CardLists::open(Database& db)
+{
+    const auto tryOpen = [&db](const QString& sql) -> std::unique_ptr<Recordset> {
+        try {
+            return db.openRecordset(sql, RecordsetType::Snapshot);
+        } catch (const DbError&) {
+            return nullptr;
+        }
+    };
+    inventory = tryOpen(kCardInventorySql);
+    inventoryRows = inventory ? indexItemRows(*inventory) : QHash<QString, int>();
+    department = tryOpen(kDepartmentListSql);
+    warehouse = tryOpen(kWarehouseListSql);
+}
+
+CardLookups CardLists::lookups(const ListContext& ctx) const
+{
+    CardLookups lk;
+    lk.db = ctx.dbase;
+    lk.list = &ctx;
+    lk.inventory = inventory.get();
+    lk.department = department.get();
+    lk.warehouse = warehouse.get();
+    lk.inventoryRows = inventory ? &inventoryRows : nullptr;
+    return lk;
+}
+
+}  // namespace qx
