@@ -1,6 +1,7 @@
 #include "platform/database.h"
 
 #include "data/texts.h"
+#include "platform/cell_store.h"
 #include "platform/sql_dialects.h"
 
 #include <QFileInfo>
@@ -12,6 +13,8 @@
 #include <QSqlQuery>
 #include <QSqlRecord>
 #include <QUrl>
+
+#include <sqlite3.h>
 
 #include <algorithm>
 #include <atomic>
@@ -119,6 +122,16 @@ struct Database::Impl {
     // Statements that failed inside a transaction: on PostgreSQL they cannot be deallocated
     // until the aborted transaction ends, so they live until rollback.
     std::vector<QSqlQuery> failedInTransaction;
+    // Statements with bound values that execute() ran, prepared once and reused (the most
+    // recently used last).
+    std::vector<std::pair<QString, QSqlQuery>> prepared;
+    static constexpr size_t kPreparedKept = 24;
+
+    // A failed or evicted statement: inside a transaction it lives until the transaction ends.
+    void retire(QSqlQuery&& q)
+    {
+        if (inTransaction) failedInTransaction.push_back(std::move(q));
+    }
 
     DbError errorOf(const QSqlError& e, const QString& sql) const
     {
@@ -134,6 +147,7 @@ Database::~Database()
 {
     if (!d) return;
     rollback();
+    d->prepared.clear();
     const QString name = d->connectionName;
     d->db.close();
     d->db = QSqlDatabase();
@@ -216,18 +230,69 @@ QSqlQuery Database::run(const QString& sql, const QVariantList& params)
     return q;
 }
 
-int Database::execute(const QString& sql, const QVariantList& params)
+std::vector<QString> Database::selectTexts(const QString& sql, const QVariantList& params)
 {
     QSqlQuery q = run(sql, params);
-    // SQLite leaves the count of the last data change in place after other statements.
+    const int n = q.record().count();
+    std::vector<QString> out;
+    while (q.next())
+        for (int i = 0; i < n; ++i) out.push_back(q.value(i).toString());
+    return out;
+}
+
+namespace {
+
+// SQLite leaves the count of the last data change in place after other statements.
+bool changesRows(const QString& sql)
+{
     const QString t = sql.trimmed();
     qsizetype n = 0;
     while (n < t.size() && t.at(n).isLetter()) ++n;
     const QString verb = t.left(n).toLower();
-    if (verb != QLatin1String("insert") && verb != QLatin1String("update") &&
-        verb != QLatin1String("delete") && verb != QLatin1String("replace"))
-        return 0;
-    return std::max(q.numRowsAffected(), 0);
+    return verb == QLatin1String("insert") || verb == QLatin1String("update") ||
+           verb == QLatin1String("delete") || verb == QLatin1String("replace");
+}
+
+}  // namespace
+
+int Database::execute(const QString& sql, const QVariantList& params)
+{
+    if (params.isEmpty()) {
+        QSqlQuery q = run(sql, params);
+        return changesRows(sql) ? std::max(q.numRowsAffected(), 0) : 0;
+    }
+    // The same statement again (a save's slices of lines, a delete per structure): prepared once.
+    auto& cache = d->prepared;
+    auto it = std::find_if(cache.begin(), cache.end(), [&](const auto& e) { return e.first == sql; });
+    if (it == cache.end()) {
+        QSqlQuery q(d->db);
+        q.setForwardOnly(true);
+        if (!q.prepare(sql)) {
+            const DbError error = d->errorOf(q.lastError(), sql);
+            d->retire(std::move(q));
+            throw error;
+        }
+        if (cache.size() >= Impl::kPreparedKept) {
+            d->retire(std::move(cache.front().second));
+            cache.erase(cache.begin());
+        }
+        cache.emplace_back(sql, std::move(q));
+        it = cache.end() - 1;
+    } else if (it != cache.end() - 1) {
+        std::rotate(it, it + 1, cache.end());
+        it = cache.end() - 1;
+    }
+    QSqlQuery& q = it->second;
+    for (qsizetype i = 0; i < params.size(); ++i) q.bindValue(int(i), params[i]);
+    if (!q.exec()) {
+        const DbError error = d->errorOf(q.lastError(), sql);
+        d->retire(std::move(q));
+        cache.erase(it);
+        throw error;
+    }
+    const int n = changesRows(sql) ? std::max(q.numRowsAffected(), 0) : 0;
+    q.finish();
+    return n;
 }
 
 bool Database::executeIgnoringErrors(const QString& sql)
@@ -371,7 +436,7 @@ struct Recordset::Impl {
     QStringList names;
     QHash<QString, int> byName;  // as the database spells them, tried first (no lower-casing)
     QHash<QString, int> byLowerName;
-    std::vector<std::vector<QVariant>> rows;
+    CellStore rows;
     std::vector<char> alive;   // a deleted row stays in `rows` so that indexes stay valid
     std::vector<int> visible;  // indices into rows, in order
     int pos = 0;               // index into visible; -1 = BOF, visible.size() = EOF
@@ -411,12 +476,13 @@ struct Recordset::Impl {
         if (f < 0) throw DbError(DbErrorKind::Other, text::unknownField(name));
         return f;
     }
-    const std::vector<QVariant>& currentRow() const
+    int currentIndex() const
     {
         requireOpen();
         if (!onRow()) throw DbError(DbErrorKind::Other, text::kNoCurrentRecord);
-        return rows[size_t(visible[size_t(pos)])];
+        return visible[size_t(pos)];
     }
+    std::vector<QVariant> currentRow() const { return rows.row(size_t(currentIndex())); }
     bool writable() const
     {
         return isTable && type == RecordsetType::Dynaset && !(options & kReadOnly);
@@ -427,30 +493,133 @@ struct Recordset::Impl {
         if (!writable()) throw DbError(DbErrorKind::Other, text::kReadOnlyRecordset);
     }
 
-    void fetch()
+    void setNames(const QStringList& fieldNames)
     {
-        const QString sql = isTable ? QStringLiteral("SELECT * FROM ") + source : source;
-        QSqlQuery q = db->run(sql, params);
-        const QSqlRecord rec = q.record();
-        const int n = rec.count();
         names.clear();
         byName.clear();
         byLowerName.clear();
-        for (int i = 0; i < n; ++i) {
-            names << rec.fieldName(i);
-            const QString lower = rec.fieldName(i).toLower();
+        for (int i = 0; i < fieldNames.size(); ++i) {
+            const QString& name = fieldNames[i];
+            names << name;
+            const QString lower = name.toLower();
             if (!byLowerName.contains(lower)) byLowerName.insert(lower, i);  // the first wins
-            if (!byName.contains(rec.fieldName(i))) byName.insert(rec.fieldName(i), i);
+            if (!byName.contains(name)) byName.insert(name, i);
         }
-        rows.clear();
-        if (q.size() > 0) rows.reserve(size_t(q.size()));
+    }
+
+    // SQLite: the rows straight from the library, each cell what the driver would make of it (a
+    // text as a string, an integer as a 64-bit integer, a real as a double, a blob as bytes, NULL
+    // as a null string), without a variant per cell on the way. False when it cannot serve (the
+    // driver then reads the rows and reports any error).
+    bool fetchDirect(const QString& sql)
+    {
+        if (db->backend() != Backend::Sqlite) return false;
+        for (const QVariant& p : params) {
+            switch (p.metaType().id()) {
+                case QMetaType::UnknownType:
+                case QMetaType::QString:
+                case QMetaType::Int:
+                case QMetaType::LongLong:
+                case QMetaType::Double:
+                case QMetaType::Bool:
+                    break;
+                default:
+                    return false;
+            }
+        }
+        sqlite3* handle = nullptr;
+        {
+            QSqlQuery probe = db->run(QStringLiteral("SELECT 1"), {});
+            const QVariant h = probe.driver()->handle();
+            if (qstrcmp(h.typeName(), "sqlite3*") != 0) return false;
+            handle = *static_cast<sqlite3* const*>(h.constData());
+        }
+        if (!handle) return false;
+        const QByteArray text = sql.toUtf8();
+        sqlite3_stmt* st = nullptr;
+        if (sqlite3_prepare_v2(handle, text.constData(), int(text.size()), &st, nullptr) != SQLITE_OK || !st ||
+            !sqlite3_stmt_readonly(st)) {
+            sqlite3_finalize(st);
+            return false;
+        }
+        for (int i = 0; i < params.size(); ++i) {
+            const QVariant& p = params[i];
+            int rc = SQLITE_OK;
+            if (p.isNull() || (p.metaType().id() == QMetaType::QString && p.toString().isNull()))
+                rc = sqlite3_bind_null(st, i + 1);
+            else if (p.metaType().id() == QMetaType::QString) {
+                const QString v = p.toString();
+                rc = sqlite3_bind_text16(st, i + 1, v.utf16(), int(v.size() * 2), SQLITE_TRANSIENT);
+            } else if (p.metaType().id() == QMetaType::Double)
+                rc = sqlite3_bind_double(st, i + 1, p.toDouble());
+            else
+                rc = sqlite3_bind_int64(st, i + 1, p.toLongLong());
+            if (rc != SQLITE_OK) {
+                sqlite3_finalize(st);
+                return false;
+            }
+        }
+        const int n = sqlite3_column_count(st);
+        QStringList fieldNames;
+        for (int i = 0; i < n; ++i)
+            fieldNames << QString(reinterpret_cast<const QChar*>(sqlite3_column_name16(st, i)))
+                              .remove(QLatin1Char('"'));
+        rows.reset(n);
+        int rc;
+        while ((rc = sqlite3_step(st)) == SQLITE_ROW) {
+            for (int i = 0; i < n; ++i) {
+                switch (sqlite3_column_type(st, i)) {
+                    case SQLITE_INTEGER:
+                        rows.push(i, QVariant(qlonglong(sqlite3_column_int64(st, i))));
+                        break;
+                    case SQLITE_FLOAT:
+                        rows.push(i, QVariant(sqlite3_column_double(st, i)));
+                        break;
+                    case SQLITE_NULL:
+                        rows.push(i, QVariant(QMetaType::fromType<QString>()));
+                        break;
+                    case SQLITE_BLOB:
+                        rows.push(i, QVariant(QByteArray(static_cast<const char*>(sqlite3_column_blob(st, i)),
+                                                         sqlite3_column_bytes(st, i))));
+                        break;
+                    default: {
+                        const auto* t = reinterpret_cast<const char*>(sqlite3_column_text(st, i));
+                        rows.pushText(i, t ? t : "", sqlite3_column_bytes(st, i));
+                    }
+                }
+            }
+            rows.endRow();
+        }
+        sqlite3_finalize(st);
+        if (rc != SQLITE_DONE) return false;
+        setNames(fieldNames);
+        return true;
+    }
+
+    void fetch()
+    {
+        const QString sql = isTable ? QStringLiteral("SELECT * FROM ") + source : source;
+        if (fetchDirect(sql)) {
+            rows.finish();
+            alive.assign(rows.rows(), 1);
+            dropIndex();
+            mode = EditMode::None;
+            applyFilter();
+            return;
+        }
+        QSqlQuery q = db->run(sql, params);
+        const QSqlRecord rec = q.record();
+        const int n = rec.count();
+        QStringList fieldNames;
+        for (int i = 0; i < n; ++i) fieldNames << rec.fieldName(i);
+        setNames(fieldNames);
+        rows.reset(n);
         while (q.next()) {
-            std::vector<QVariant> row;
-            row.reserve(size_t(n));
-            for (int i = 0; i < n; ++i) row.push_back(q.value(i));
-            rows.push_back(std::move(row));
+            for (int i = 0; i < n; ++i) rows.push(i, q.value(i));
+            rows.endRow();
         }
-        alive.assign(rows.size(), 1);
+        rows.finish();
+        alive.assign(rows.rows(), 1);
         dropIndex();
         mode = EditMode::None;
         applyFilter();
@@ -458,9 +627,8 @@ struct Recordset::Impl {
 
     bool rowMatches(int r, const std::vector<std::pair<int, QVariant>>& terms) const
     {
-        const auto& row = rows[size_t(r)];
         for (const auto& [f, v] : terms)
-            if (!cellMatches(row[size_t(f)], v)) return false;
+            if (!cellMatches(rows.at(size_t(r), f), v)) return false;
         return true;
     }
 
@@ -481,12 +649,12 @@ struct Recordset::Impl {
     {
         dropIndex();
         indexField = field;
-        textIndex.reserve(rows.size() / 4 + 1);
-        for (int r = 0; r < int(rows.size()); ++r) addToIndex(r);
+        textIndex.reserve(rows.rows() / 4 + 1);
+        for (int r = 0; r < int(rows.rows()); ++r) addToIndex(r);
     }
     void addToIndex(int r)
     {
-        const QVariant& v = rows[size_t(r)][size_t(indexField)];
+        const QVariant v = rows.at(size_t(r), indexField);
         if (v.isNull()) return;
         if (isNumeric(v))
             numberIndex[v.toDouble()].push_back(r);
@@ -500,8 +668,8 @@ struct Recordset::Impl {
     {
         visible.clear();
         if (!filtered) {
-            visible.reserve(rows.size());
-            for (int r = 0; r < int(rows.size()); ++r)
+            visible.reserve(rows.rows());
+            for (int r = 0; r < int(rows.rows()); ++r)
                 if (alive[size_t(r)]) visible.push_back(r);
         } else {
             const auto terms = resolve(filter);
@@ -642,12 +810,12 @@ QVariant Recordset::field(int index) const
         throw DbError(DbErrorKind::Other, text::unknownField(QString::number(index)));
     // While a row is being added or edited, its fields read back what was set.
     if (d->mode != EditMode::None) return d->buffer[size_t(index)];
-    return d->currentRow()[size_t(index)];
+    return d->rows.at(size_t(d->currentIndex()), index);
 }
 
 QVariant Recordset::value(int row, int fieldIndex) const
 {
-    return d->rows[size_t(d->visible[size_t(row)])][size_t(fieldIndex)];
+    return d->rows.at(size_t(d->visible[size_t(row)]), fieldIndex);
 }
 
 void Recordset::findFirst(const Criteria& criteria)
@@ -757,8 +925,8 @@ void Recordset::update()
         d->db->execute(sql, params);
         // The new row joins the fetched rows (at the end, as a dynaset shows added rows); the
         // current row stays the one before addNew.
-        const int r = int(d->rows.size());
-        d->rows.push_back(d->buffer);
+        const int r = int(d->rows.rows());
+        d->rows.appendRow(d->buffer);
         d->alive.push_back(1);
         if (d->indexField >= 0) d->addToIndex(r);
         if (!d->filtered || d->rowMatches(r, d->resolve(d->filter))) {
@@ -774,7 +942,7 @@ void Recordset::update()
         const int r = d->visible[size_t(d->pos)];
         if (!cols.isEmpty()) {
             QVariantList whereParams;
-            const QString where = d->whereClause(d->rows[size_t(r)], whereParams);
+            const QString where = d->whereClause(d->rows.row(size_t(r)), whereParams);
             QStringList sets;
             for (const QString& c : cols) sets << c + QStringLiteral(" = ?");
             const QString sql = QStringLiteral("UPDATE %1 SET %2 WHERE %3")
@@ -783,7 +951,7 @@ void Recordset::update()
                 throw DbError(DbErrorKind::RecordDeleted, text::kRecordDeleted);
             if (d->indexField >= 0 && d->changed[size_t(d->indexField)])
                 d->dropIndex();  // rebuilt on the next filter
-            d->rows[size_t(r)] = d->buffer;
+            d->rows.setRow(size_t(r), d->buffer);
         }
     }
     d->mode = EditMode::None;
@@ -801,7 +969,7 @@ void Recordset::deleteCurrent()
     (void)d->currentRow();
     const int r = d->visible[size_t(d->pos)];
     QVariantList params;
-    const QString where = d->whereClause(d->rows[size_t(r)], params);
+    const QString where = d->whereClause(d->rows.row(size_t(r)), params);
     if (d->db->execute(QStringLiteral("DELETE FROM %1 WHERE %2").arg(d->source, where), params) == 0)
         throw DbError(DbErrorKind::RecordDeleted, text::kRecordDeleted);
     d->alive[size_t(r)] = 0;

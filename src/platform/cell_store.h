@@ -1,0 +1,79 @@
+#pragma once
+
+// The cells of a recordset, held compactly. Each column keeps its distinct values once and a
+// reference of one, two or four bytes per row; texts are bare characters in one block per column,
+// without an object per cell (a column whose texts nearly all differ, codes and names, stops
+// looking them up). A cell reads back as exactly the value it was given (its type, its
+// null-ness, its text).
+
+#include <QHash>
+#include <QString>
+#include <QVariant>
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace qx {
+
+class CellColumn {
+public:
+    size_t size() const { return rows_; }
+    QVariant at(size_t row) const;
+    void push(const QVariant& v);
+    // A non-null text as UTF-8 bytes, straight from a driver: no text object is made for a text
+    // the column already holds.
+    void pushText(const char* utf8, int bytes);
+    void set(size_t row, const QVariant& v);
+    // After a fetch: references as narrow as the values allow; the fetch's lookups dropped.
+    void finish();
+    void clear();
+
+private:
+    uint32_t intern(const QVariant& v);
+    uint32_t ref(size_t row) const;
+    void putRef(size_t row, uint32_t r);
+    void widenFor(uint32_t r);
+    uint32_t addValue(const QVariant& v);
+    uint32_t addApart(const QString& s);
+    bool sameAsRef(uint32_t r, const QVariant& v) const;
+
+    std::vector<QVariant> values_;  // distinct values other than texts (reference 2*i)
+    std::vector<QChar> chars_;      // texts (reference 2*i+1): chars_[starts_[i]..starts_[i+1])
+    std::vector<uint32_t> starts_{0};
+    std::vector<uint8_t> refs_;
+    int width_ = 4;
+    size_t rows_ = 0;
+    bool unique_ = false;  // nearly every text differs: new texts are stored without a lookup
+    bool finished_ = false;
+    uint32_t last_ = UINT32_MAX;  // the reference pushed last
+    QHash<QString, uint32_t> texts_;
+    std::unordered_map<std::string, uint32_t> bytes_;  // texts by their UTF-8 bytes
+    std::string lastBytes_;                            // the bytes of the text pushed last
+    bool lastIsText_ = false;
+    QHash<quint64, uint32_t> numbers_;
+    std::vector<std::pair<int, uint32_t>> nulls_;  // per type of null: its value
+};
+
+class CellStore {
+public:
+    void reset(int columns);
+    size_t rows() const { return columns_.empty() ? count_ : columns_.front().size(); }
+    int columns() const { return int(columns_.size()); }
+    QVariant at(size_t row, int col) const { return columns_[size_t(col)].at(row); }
+    std::vector<QVariant> row(size_t r) const;
+    void push(int col, const QVariant& v) { columns_[size_t(col)].push(v); }
+    void pushText(int col, const char* utf8, int bytes) { columns_[size_t(col)].pushText(utf8, bytes); }
+    void endRow() { ++count_; }
+    void appendRow(const std::vector<QVariant>& cells);
+    void setRow(size_t r, const std::vector<QVariant>& cells);
+    void finish();
+    void clear();
+
+private:
+    std::vector<CellColumn> columns_;
+    size_t count_ = 0;  // rows of a store without columns
+};
+
+}  // namespace qx
