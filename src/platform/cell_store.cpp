@@ -8,9 +8,19 @@ namespace qx {
 
 namespace {
 
+// Empties a container and gives its memory back (assigning {} would keep the capacity).
+template <typename T>
+void release(T& c)
+{
+    T().swap(c);
+}
+
 // A column stops looking its texts up (they are stored as they come) once this many differ and
-// they are most of its rows: codes and names that are all different.
-constexpr size_t kUniqueAfter = 4096;
+// they are most of its rows: codes and names that are all different. (Fewer distinct texts than
+// this are looked up whatever their order, so that a column of codes repeated in no particular
+// order still holds each of them once.)
+constexpr size_t kUniqueAfter = 65536;
+constexpr size_t kSharedTexts = 256;
 bool nearlyAllDiffer(size_t distinct, size_t rows) { return distinct > kUniqueAfter && distinct * 4 > rows * 3; }
 
 // The empty text as the drivers give it: empty, not null.
@@ -49,29 +59,35 @@ const QString* textOf(const QVariant& v)
 
 }  // namespace
 
+namespace {
+
+uint32_t readRef(const uint8_t* refs, int width, size_t row)
+{
+    const uint8_t* p = refs + row * size_t(width);
+    if (width == 1) return p[0];
+    if (width == 2) {
+        uint16_t v;
+        std::memcpy(&v, p, 2);
+        return v;
+    }
+    uint32_t v;
+    std::memcpy(&v, p, 4);
+    return v;
+}
+
+}  // namespace
+
 uint32_t CellColumn::ref(size_t row) const
 {
-    const uint8_t* p = refs_.data() + row * size_t(width_);
-    switch (width_) {
-        case 1:
-            return p[0];
-        case 2: {
-            uint16_t v;
-            std::memcpy(&v, p, 2);
-            return v;
-        }
-        default: {
-            uint32_t v;
-            std::memcpy(&v, p, 4);
-            return v;
-        }
-    }
+    return width_ == 0 ? same_ : readRef(refs_.data(), width_, row);
 }
 
 void CellColumn::putRef(size_t row, uint32_t r)
 {
     uint8_t* p = refs_.data() + row * size_t(width_);
     switch (width_) {
+        case 0:
+            break;  // every row holds same_ (fits() saw to that)
         case 1:
             p[0] = uint8_t(r);
             break;
@@ -85,29 +101,27 @@ void CellColumn::putRef(size_t row, uint32_t r)
     }
 }
 
-void CellColumn::widenFor(uint32_t r)
+void CellColumn::setWidth(int width)
 {
-    const int need = widthFor(r);
-    if (need <= width_) return;
+    if (width == width_) return;
     std::vector<uint8_t> old;
     old.swap(refs_);
     const int oldWidth = width_;
-    std::vector<uint32_t> all(rows_);
-    for (size_t i = 0; i < rows_; ++i) {
-        const uint8_t* p = old.data() + i * size_t(oldWidth);
-        uint32_t v = 0;
-        if (oldWidth == 1) {
-            v = p[0];
-        } else {
-            uint16_t w;
-            std::memcpy(&w, p, 2);
-            v = w;
-        }
-        all[i] = v;
+    const uint32_t oldSame = same_;
+    width_ = width;
+    refs_.assign(rows_ * size_t(width_), 0);
+    for (size_t i = 0; i < rows_; ++i) putRef(i, oldWidth == 0 ? oldSame : readRef(old.data(), oldWidth, i));
+}
+
+void CellColumn::fits(uint32_t r)
+{
+    if (width_ == 0) {
+        if (rows_ == 0) same_ = r;
+        if (r == same_) return;
+        setWidth(std::max(widthFor(r), widthFor(same_)));
+        return;
     }
-    width_ = need;
-    refs_.resize(rows_ * size_t(width_));
-    for (size_t i = 0; i < rows_; ++i) putRef(i, all[i]);
+    if (widthFor(r) > width_) setWidth(widthFor(r));
 }
 
 QVariant CellColumn::at(size_t row) const
@@ -116,7 +130,15 @@ QVariant CellColumn::at(size_t row) const
     if (r & 1) {
         const size_t i = r >> 1;
         const qsizetype n = qsizetype(starts_[i + 1] - starts_[i]);
-        return n ? QString(chars_.data() + starts_[i], n) : emptyText();
+        if (!n) return emptyText();
+        // A column of few texts (units, departments, warehouses) hands out one shared string per
+        // text, so that the grids showing it hold no copy of their own.
+        if (width_ <= 1 && i < kSharedTexts) {
+            if (shared_.size() <= i) shared_.resize(std::min(starts_.size() - 1, kSharedTexts));
+            if (shared_[i].isNull()) shared_[i] = QString(chars_.data() + starts_[i], n);
+            return shared_[i];
+        }
+        return QString(chars_.data() + starts_[i], n);
     }
     return values_[r >> 1];
 }
@@ -175,7 +197,7 @@ uint32_t CellColumn::intern(const QVariant& v)
             texts_.insert(*text, r);
             if (nearlyAllDiffer(size_t(texts_.size()), rows_)) {
                 unique_ = true;
-                texts_ = {};
+                release(texts_);
             }
         }
         return r;
@@ -199,73 +221,109 @@ void CellColumn::push(const QVariant& v)
     const uint32_t r = intern(v);
     last_ = r;
     lastIsText_ = false;
-    widenFor(r);
-    refs_.resize(refs_.size() + size_t(width_));
-    ++rows_;
-    putRef(rows_ - 1, r);
+    append(r);
+}
+
+uint32_t CellColumn::lookUpText(const char* utf8, int bytes)
+{
+    const auto make = [&] { return bytes ? QString::fromUtf8(utf8, bytes) : emptyText(); };
+    // Texts are looked up by their bytes, so that a repeated one makes no text object; the table
+    // holds text numbers (ref >> 1), valid while every text of the column went through here.
+    if (unique_ || utf8Ends_.size() != starts_.size() - 1) return addApart(make());
+    if (slots_.empty()) slots_.assign(1024, 0);
+    size_t mask = slots_.size() - 1;
+    const auto bytesOf = [&](uint32_t i) {
+        const uint32_t from = i ? utf8Ends_[i - 1] : 0;
+        return std::string_view(utf8_.data() + from, utf8Ends_[i] - from);
+    };
+    const std::string_view wanted(utf8, size_t(bytes));
+    size_t h = qHashBits(utf8, size_t(bytes)) & mask;
+    for (; slots_[h]; h = (h + 1) & mask)
+        if (bytesOf(slots_[h] - 1) == wanted) return ((slots_[h] - 1) << 1) | 1;
+    const uint32_t r = addApart(make());
+    utf8_.append(utf8, size_t(bytes));
+    utf8Ends_.push_back(uint32_t(utf8_.size()));
+    slots_[h] = (r >> 1) + 1;
+    if (nearlyAllDiffer(utf8Ends_.size(), rows_)) {
+        unique_ = true;
+        dropLookups();
+    } else if (utf8Ends_.size() * 2 > slots_.size()) {
+        slots_.assign(slots_.size() * 2, 0);
+        mask = slots_.size() - 1;
+        for (uint32_t i = 0; i < utf8Ends_.size(); ++i) {
+            const std::string_view b = bytesOf(i);
+            size_t k = qHashBits(b.data(), b.size()) & mask;
+            while (slots_[k]) k = (k + 1) & mask;
+            slots_[k] = i + 1;
+        }
+    }
+    return r;
+}
+
+void CellColumn::dropLookups()
+{
+    release(texts_);
+    release(numbers_);
+    release(utf8_);
+    release(utf8Ends_);
+    release(slots_);
 }
 
 void CellColumn::pushText(const char* utf8, int bytes)
 {
-    uint32_t r = 0;
-    if (lastIsText_ && lastBytes_.size() == size_t(bytes) && std::memcmp(lastBytes_.data(), utf8, size_t(bytes)) == 0) {
-        r = last_;
-    } else {
-        const auto make = [&] { return bytes ? QString::fromUtf8(utf8, bytes) : emptyText(); };
-        if (unique_) {
-            r = addApart(make());
-        } else {
-            std::string key(utf8, size_t(bytes));
-            if (const auto it = bytes_.find(key); it != bytes_.end()) {
-                r = it->second;
-            } else {
-                r = addApart(make());
-                if (!finished_) {
-                    bytes_.emplace(std::move(key), r);
-                    if (nearlyAllDiffer(bytes_.size(), rows_)) {
-                        unique_ = true;
-                        bytes_ = {};
-                    }
-                }
-            }
-        }
+    uint32_t r = last_;
+    if (!(lastIsText_ && lastBytes_.size() == size_t(bytes) &&
+          std::memcmp(lastBytes_.data(), utf8, size_t(bytes)) == 0)) {
+        r = lookUpText(utf8, bytes);
         lastBytes_.assign(utf8, size_t(bytes));
         lastIsText_ = true;
     }
     last_ = r;
-    widenFor(r);
-    refs_.resize(refs_.size() + size_t(width_));
-    ++rows_;
-    putRef(rows_ - 1, r);
+    append(r);
 }
 
 void CellColumn::set(size_t row, const QVariant& v)
 {
     const uint32_t r = intern(v);
-    widenFor(r);
+    if (width_ == 0 && r != same_) setWidth(std::max(widthFor(r), widthFor(same_)));
+    else if (widthFor(r) > width_) setWidth(widthFor(r));
     putRef(row, r);
+}
+
+void CellColumn::append(uint32_t r)
+{
+    fits(r);
+    refs_.resize(refs_.size() + size_t(width_));
+    ++rows_;
+    putRef(rows_ - 1, r);
 }
 
 void CellColumn::finish()
 {
-    uint32_t most = 0;
-    for (size_t i = 0; i < rows_; ++i) most = std::max(most, ref(i));
-    const int need = widthFor(most);
-    if (need < width_) {
-        std::vector<uint32_t> all(rows_);
-        for (size_t i = 0; i < rows_; ++i) all[i] = ref(i);
-        width_ = need;
-        refs_.assign(rows_ * size_t(width_), 0);
-        for (size_t i = 0; i < rows_; ++i) putRef(i, all[i]);
+    // As narrow as the references allow: none at all when every row holds the same value.
+    if (width_ > 0 && rows_ > 0) {
+        uint32_t most = 0;
+        bool allSame = true;
+        const uint32_t first = ref(0);
+        for (size_t i = 0; i < rows_; ++i) {
+            const uint32_t r = ref(i);
+            most = std::max(most, r);
+            allSame = allSame && r == first;
+        }
+        if (allSame) {
+            release(refs_);
+            width_ = 0;
+            same_ = first;
+        } else {
+            setWidth(widthFor(most));
+        }
     }
     refs_.shrink_to_fit();
     values_.shrink_to_fit();
     chars_.shrink_to_fit();
     starts_.shrink_to_fit();
-    texts_ = {};
-    numbers_ = {};
-    bytes_ = {};
-    lastBytes_ = {};
+    dropLookups();
+    release(lastBytes_);
     lastIsText_ = false;
     finished_ = true;
 }

@@ -12,7 +12,7 @@
 
 #include <cstdint>
 #include <string>
-#include <unordered_map>
+#include <string_view>
 #include <vector>
 
 namespace qx {
@@ -34,22 +34,31 @@ private:
     uint32_t intern(const QVariant& v);
     uint32_t ref(size_t row) const;
     void putRef(size_t row, uint32_t r);
-    void widenFor(uint32_t r);
+    void setWidth(int width);
+    void fits(uint32_t r);
+    void append(uint32_t r);
     uint32_t addValue(const QVariant& v);
     uint32_t addApart(const QString& s);
+    uint32_t lookUpText(const char* utf8, int bytes);
+    void dropLookups();
     bool sameAsRef(uint32_t r, const QVariant& v) const;
 
     std::vector<QVariant> values_;  // distinct values other than texts (reference 2*i)
     std::vector<QChar> chars_;      // texts (reference 2*i+1): chars_[starts_[i]..starts_[i+1])
     std::vector<uint32_t> starts_{0};
+    mutable std::vector<QString> shared_;  // texts handed out, of a column of few texts
     std::vector<uint8_t> refs_;
-    int width_ = 4;
+    int width_ = 0;     // bytes per reference; 0: every row holds same_
+    uint32_t same_ = 0;
     size_t rows_ = 0;
     bool unique_ = false;  // nearly every text differs: new texts are stored without a lookup
     bool finished_ = false;
     uint32_t last_ = UINT32_MAX;  // the reference pushed last
     QHash<QString, uint32_t> texts_;
-    std::unordered_map<std::string, uint32_t> bytes_;  // texts by their UTF-8 bytes
+    // While fetching: the texts' UTF-8 bytes one after another, and a table of text numbers by them.
+    std::string utf8_;
+    std::vector<uint32_t> utf8Ends_;
+    std::vector<uint32_t> slots_;
     std::string lastBytes_;                            // the bytes of the text pushed last
     bool lastIsText_ = false;
     QHash<quint64, uint32_t> numbers_;

@@ -422,6 +422,48 @@ bool cellMatches(const QVariant& cell, const QVariant& wanted)
 
 enum class EditMode { None, Add, Edit };
 
+// The visible rows, in order: while they are simply all the rows (no filter, none deleted) they
+// take no memory.
+class RowList {
+public:
+    size_t size() const { return all_ ? size_t(count_) : rows_.size(); }
+    bool empty() const { return size() == 0; }
+    int operator[](size_t i) const { return all_ ? int(i) : rows_[i]; }
+    void clear()
+    {
+        all_ = true;
+        count_ = 0;
+        std::vector<int>().swap(rows_);
+    }
+    void reserve(size_t) {}
+    void push_back(int r)
+    {
+        if (all_ && r == count_) {
+            ++count_;
+            return;
+        }
+        spell();
+        rows_.push_back(r);
+    }
+    void eraseAt(size_t i)
+    {
+        spell();
+        rows_.erase(rows_.begin() + qsizetype(i));
+    }
+
+private:
+    void spell()
+    {
+        if (!all_) return;
+        rows_.resize(size_t(count_));
+        for (int i = 0; i < count_; ++i) rows_[size_t(i)] = i;
+        all_ = false;
+    }
+    bool all_ = true;
+    int count_ = 0;
+    std::vector<int> rows_;
+};
+
 }  // namespace
 
 struct Recordset::Impl {
@@ -438,7 +480,7 @@ struct Recordset::Impl {
     QHash<QString, int> byLowerName;
     CellStore rows;
     std::vector<char> alive;   // a deleted row stays in `rows` so that indexes stay valid
-    std::vector<int> visible;  // indices into rows, in order
+    RowList visible;  // indices into rows, in order
     int pos = 0;               // index into visible; -1 = BOF, visible.size() = EOF
     bool noMatch = false;
 
@@ -973,7 +1015,7 @@ void Recordset::deleteCurrent()
     if (d->db->execute(QStringLiteral("DELETE FROM %1 WHERE %2").arg(d->source, where), params) == 0)
         throw DbError(DbErrorKind::RecordDeleted, text::kRecordDeleted);
     d->alive[size_t(r)] = 0;
-    d->visible.erase(d->visible.begin() + d->pos);
+    d->visible.eraseAt(size_t(d->pos));
     // The deleted row is no longer current; a following moveNext lands on the row after it.
     d->pos -= 1;
 }
