@@ -24,14 +24,13 @@ bool FindRecord(const QString& value, Recordset& rs, const QString& field)
 
 namespace {
 
-// One statement: the stored ancestors of a code (the database's own recursive query, which
-// visits each code once however many routes lead to it, so a stored loop ends it as well), and
-// the lines that hold the code or one of them, as (parent, child) pairs.
+// One statement: the lines above a code, as (parent, child) pairs, by the database's own
+// recursive query. Each pair is visited once however many routes lead to it, so a shared
+// sub-assembly costs one visit and a stored loop ends the query as well.
 const QString kAncestorLines = QStringLiteral(
-    "with recursive anc(code) as (select cpspcode from productstructures where cpscode=? "
-    "union select p.cpspcode from productstructures p inner join anc on p.cpscode=anc.code) "
-    "select cpspcode,cpscode from productstructures where cpscode=? "
-    "union all select p.cpspcode,p.cpscode from productstructures p inner join anc on p.cpscode=anc.code");
+    "with recursive up(cpspcode,cpscode) as (select cpspcode,cpscode from productstructures where cpscode=? "
+    "union select p.cpspcode,p.cpscode from productstructures p inner join up on p.cpscode=up.cpspcode) "
+    "select cpspcode,cpscode from up");
 
 // The upward graph of one code: its ancestors and who holds whom among them. Codes are numbered
 // as they are met.
@@ -40,7 +39,7 @@ public:
     AncestorGraph(Database& db, const QString& start)
     {
         start_ = id(start);
-        const std::vector<QString> cells = db.selectTexts(kAncestorLines, {start, start});
+        const std::vector<QString> cells = db.selectTexts(kAncestorLines, {start});
         for (size_t i = 0; i + 1 < cells.size(); i += 2) {
             const int up = id(cells[i]);
             const int code = id(cells[i + 1]);
