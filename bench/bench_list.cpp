@@ -234,13 +234,14 @@ int main(int argc, char** argv)
         w.show();
         (void)w.grab();  // painted, every visible row of both grids
         const double ms = msSince(t0);
+        const long paintedKiB = peakKiB();
         fills.push_back(ms);
         raws.push_back(round == 0 ? readRaw(&rows) : raw);
         ratios.push_back(ms / raws.back());
         gridRows = w.SupPS1()->rows() - 1;
 
         if (round == 0) {
-            const double peak = peakKiB() / 1024.0;
+            const double peak = paintedKiB / 1024.0;
             const double data = dataMiB(*db, path);
             std::printf("peak memory with the list window filled: %.0f MiB (%ld MiB before loading); data %.1f "
                         "MiB; ratio %.2fx\n",

@@ -118,6 +118,21 @@ TEST_P(RecordsetCells, CellsAreTheDriversOwnValues)
     }
     EXPECT_EQ(r, rs->recordCount());
 
+    // Field names as the driver spells them, a join's repeated column included.
+    db->execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"),
+                {QStringLiteral("I00001"), QStringLiteral("D1")});
+    db->execute(QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity) values(?,?,?)"),
+                {QStringLiteral("I00001"), QStringLiteral("I00002"), 2.5});
+    const QString joined = QStringLiteral(
+        "SELECT ProductStructure.*, ProductStructures.* FROM ProductStructure INNER JOIN ProductStructures ON "
+        "ProductStructure.cPSPCode = ProductStructures.cPSPCode");
+    auto js = db->openRecordset(joined, RecordsetType::Snapshot);
+    QSqlQuery jq = db->run(joined, {});
+    ASSERT_EQ(js->fieldCount(), jq.record().count());
+    for (int c = 0; c < js->fieldCount(); ++c) EXPECT_EQ(js->fieldName(c), jq.record().fieldName(c)) << c;
+    ASSERT_TRUE(jq.next());
+    for (int c = 0; c < js->fieldCount(); ++c) expectSame(js->value(0, c), jq.value(c), "joined col " + std::to_string(c));
+
     // Filter, find and an edit through the dynaset see the same values.
     auto dyn = db->openRecordset(QStringLiteral("Inventory"));
     dyn->setFilter(Criteria::eq(QStringLiteral("cInvM_Unit"), QStringLiteral("个")));
