@@ -208,7 +208,11 @@ int main(int argc, char** argv)
     // Warm the caches for both contenders alike, in another process (bench/raw_read), so that
     // what the reading leaves in this process's heap does not count as the list's memory.
     long long rows = 0;
-    QProcess::execute(QCoreApplication::applicationDirPath() + QStringLiteral("/raw_read"), {connection});
+    {
+        QProcess warm;
+        warm.start(QCoreApplication::applicationDirPath() + QStringLiteral("/raw_read"), {connection});
+        warm.waitForFinished(-1);
+    }
 
     constexpr int kRounds = 3;
     std::vector<double> ratios, inits, raws, fills;

@@ -189,19 +189,7 @@ uint32_t CellColumn::intern(const QVariant& v)
         nulls_.emplace_back(key, r);
         return r;
     }
-    if (text) {
-        if (unique_) return addApart(*text);
-        if (const auto it = texts_.constFind(*text); it != texts_.cend()) return it.value();
-        const uint32_t r = addApart(*text);
-        if (!finished_) {
-            texts_.insert(*text, r);
-            if (nearlyAllDiffer(size_t(texts_.size()), rows_)) {
-                unique_ = true;
-                release(texts_);
-            }
-        }
-        return r;
-    }
+    if (text) return lookUpString(*text);
     quint64 bits = 0;
     if (numberBits(v, bits)) {
         const quint64 key = bits ^ (quint64(type) << 56);
@@ -222,6 +210,37 @@ void CellColumn::push(const QVariant& v)
     last_ = r;
     lastIsText_ = false;
     append(r);
+}
+
+uint32_t CellColumn::lookUpString(const QString& text)
+{
+    // A driver's texts are looked up among the column's own characters; the table holds text
+    // numbers (ref >> 1), valid while every text of the column went through here.
+    if (unique_ || finished_ || looked16_ != starts_.size() - 1) return addApart(text);
+    if (slots16_.empty()) slots16_.assign(1024, 0);
+    size_t mask = slots16_.size() - 1;
+    const auto viewOf = [&](uint32_t i) {
+        return QStringView(chars_.data() + starts_[i], qsizetype(starts_[i + 1] - starts_[i]));
+    };
+    size_t h = qHash(QStringView(text)) & mask;
+    for (; slots16_[h]; h = (h + 1) & mask)
+        if (viewOf(slots16_[h] - 1) == text) return ((slots16_[h] - 1) << 1) | 1;
+    const uint32_t r = addApart(text);
+    ++looked16_;
+    slots16_[h] = (r >> 1) + 1;
+    if (nearlyAllDiffer(looked16_, rows_)) {
+        unique_ = true;
+        dropLookups();
+    } else if (looked16_ * 2 > slots16_.size()) {
+        slots16_.assign(slots16_.size() * 2, 0);
+        mask = slots16_.size() - 1;
+        for (uint32_t i = 0; i < looked16_; ++i) {
+            size_t k = qHash(viewOf(i)) & mask;
+            while (slots16_[k]) k = (k + 1) & mask;
+            slots16_[k] = i + 1;
+        }
+    }
+    return r;
 }
 
 uint32_t CellColumn::lookUpText(const char* utf8, int bytes)
@@ -262,7 +281,7 @@ uint32_t CellColumn::lookUpText(const char* utf8, int bytes)
 
 void CellColumn::dropLookups()
 {
-    release(texts_);
+    release(slots16_);
     release(numbers_);
     release(utf8_);
     release(utf8Ends_);

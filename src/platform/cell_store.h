@@ -40,6 +40,7 @@ private:
     uint32_t addValue(const QVariant& v);
     uint32_t addApart(const QString& s);
     uint32_t lookUpText(const char* utf8, int bytes);
+    uint32_t lookUpString(const QString& text);
     void dropLookups();
     bool sameAsRef(uint32_t r, const QVariant& v) const;
 
@@ -54,7 +55,8 @@ private:
     bool unique_ = false;  // nearly every text differs: new texts are stored without a lookup
     bool finished_ = false;
     uint32_t last_ = UINT32_MAX;  // the reference pushed last
-    QHash<QString, uint32_t> texts_;
+    std::vector<uint32_t> slots16_;  // while fetching through a driver: text numbers by their text
+    size_t looked16_ = 0;
     // While fetching: the texts' UTF-8 bytes one after another, and a table of text numbers by them.
     std::string utf8_;
     std::vector<uint32_t> utf8Ends_;
