@@ -21,6 +21,15 @@ class CellColumn {
 public:
     size_t size() const { return rows_; }
     QVariant at(size_t row) const;
+    // The characters of a text cell, without a copy; false for any other cell.
+    bool textView(size_t row, QStringView& out) const
+    {
+        const uint32_t r = ref(row);
+        if (!(r & 1)) return false;
+        const size_t i = r >> 1;
+        out = QStringView(chars_.data() + starts_[i], qsizetype(starts_[i + 1] - starts_[i]));
+        return true;
+    }
     void push(const QVariant& v);
     // A non-null text as UTF-8 bytes, straight from a driver: no text object is made for a text
     // the column already holds.
@@ -73,6 +82,7 @@ public:
     size_t rows() const { return columns_.empty() ? count_ : columns_.front().size(); }
     int columns() const { return int(columns_.size()); }
     QVariant at(size_t row, int col) const { return columns_[size_t(col)].at(row); }
+    bool textView(size_t row, int col, QStringView& out) const { return columns_[size_t(col)].textView(row, out); }
     std::vector<QVariant> row(size_t r) const;
     void push(int col, const QVariant& v) { columns_[size_t(col)].push(v); }
     void pushText(int col, const char* utf8, int bytes) { columns_[size_t(col)].pushText(utf8, bytes); }

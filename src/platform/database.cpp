@@ -669,8 +669,15 @@ struct Recordset::Impl {
 
     bool rowMatches(int r, const std::vector<std::pair<int, QVariant>>& terms) const
     {
-        for (const auto& [f, v] : terms)
+        for (const auto& [f, v] : terms) {
+            // A text cell against a text: compared in place (the common find and filter).
+            QStringView cell;
+            if (const QString* wanted = textOf(v); wanted && !v.isNull() && rows.textView(size_t(r), f, cell)) {
+                if (cell != *wanted) return false;
+                continue;
+            }
             if (!cellMatches(rows.at(size_t(r), f), v)) return false;
+        }
         return true;
     }
 
