@@ -14,9 +14,11 @@
 #include <QSqlRecord>
 #include <QUrl>
 
+#include <libpq-fe.h>
 #include <sqlite3.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <atomic>
 #include <unordered_map>
 
@@ -638,10 +640,131 @@ struct Recordset::Impl {
         return true;
     }
 
+    // PostgreSQL: the rows straight from libpq, each cell what the driver would
+    // make of it for the column types a company uses (texts, integers, doubles, Booleans; NULL as
+    // a null of the column's type). False when it cannot serve (another type, an error): the
+    // driver then reads the rows and reports any error.
+    bool fetchPostgres(const QString& sql)
+    {
+        if (db->backend() != Backend::PostgreSql) return false;
+        PGconn* conn = nullptr;
+        {
+            QSqlQuery probe = db->run(QStringLiteral("SELECT 1"), {});
+            const QVariant h = probe.driver()->handle();
+            if (qstrcmp(h.typeName(), "PGconn*") != 0 && qstrcmp(h.typeName(), "pg_conn*") != 0) return false;
+            conn = *static_cast<PGconn* const*>(h.constData());
+        }
+        // Outside a transaction only: a failing statement must not abort one before the driver
+        // can report the failure.
+        if (!conn || PQtransactionStatus(conn) != PQTRANS_IDLE || PQisBusy(conn)) return false;
+        // "?" placeholders become $1, $2, ... (none inside quotes).
+        QByteArray text;
+        {
+            const QByteArray utf8 = sql.toUtf8();
+            char quote = 0;
+            int n = 0;
+            for (char c : utf8) {
+                if (quote) {
+                    if (c == quote) quote = 0;
+                } else if (c == '\'' || c == '"') {
+                    quote = c;
+                } else if (c == '?') {
+                    text += '$' + QByteArray::number(++n);
+                    continue;
+                }
+                text += c;
+            }
+            if (n != params.size()) return false;
+        }
+        std::vector<QByteArray> values;
+        std::vector<const char*> pointers;
+        for (const QVariant& p : params) {
+            const int type = p.metaType().id();
+            if (p.isNull() || (type == QMetaType::QString && p.toString().isNull())) {
+                values.emplace_back();
+            } else if (type == QMetaType::QString) {
+                values.push_back(p.toString().toUtf8());
+            } else if (type == QMetaType::Double) {
+                values.push_back(QByteArray::number(p.toDouble(), 'g', 17));
+            } else if (type == QMetaType::Int || type == QMetaType::LongLong) {
+                values.push_back(QByteArray::number(p.toLongLong()));
+            } else if (type == QMetaType::Bool) {
+                values.push_back(p.toBool() ? "true" : "false");
+            } else {
+                return false;
+            }
+        }
+        for (const QByteArray& v : values) pointers.push_back(v.isNull() ? nullptr : v.constData());
+        if (!PQsendQueryParams(conn, text.constData(), int(pointers.size()), nullptr, pointers.data(), nullptr,
+                               nullptr, 0))
+            return false;
+        enum Kind { Text, Int, Long, Real, Flag };
+        std::vector<Kind> kinds;
+        bool ok = true, started = false, ended = false;
+        while (PGresult* res = PQgetResult(conn)) {
+            const ExecStatusType status = PQresultStatus(res);
+            if (ok && !started && (status == PGRES_SINGLE_TUPLE || status == PGRES_TUPLES_OK)) {
+                started = true;
+                QStringList fieldNames;
+                const int n = PQnfields(res);
+                for (int i = 0; i < n && ok; ++i) {
+                    fieldNames << QString::fromUtf8(PQfname(res, i));
+                    switch (PQftype(res, i)) {
+                        case 18: case 19: case 25: case 1042: case 1043: kinds.push_back(Text); break;
+                        case 21: case 23: kinds.push_back(Int); break;
+                        case 20: kinds.push_back(Long); break;
+                        case 700: case 701: case 1700: kinds.push_back(Real); break;
+                        case 16: kinds.push_back(Flag); break;
+                        default: ok = false;
+                    }
+                }
+                if (ok) {
+                    setNames(fieldNames);
+                    rows.reset(n);
+                }
+            }
+            const int tuples = ok && (status == PGRES_SINGLE_TUPLE || status == PGRES_TUPLES_OK) ? PQntuples(res) : 0;
+            for (int t = 0; t < tuples; ++t) {
+                for (int i = 0; i < int(kinds.size()); ++i) {
+                    const char* v = PQgetvalue(res, t, i);
+                    const bool null = PQgetisnull(res, t, i);
+                    switch (kinds[size_t(i)]) {
+                        case Text:
+                            if (null)
+                                rows.push(i, QVariant(QMetaType::fromType<QString>()));
+                            else
+                                rows.pushText(i, v, PQgetlength(res, t, i));
+                            break;
+                        case Int:
+                            rows.push(i, null ? QVariant(QMetaType::fromType<int>()) : QVariant(int(std::strtol(v, nullptr, 10))));
+                            break;
+                        case Long:
+                            rows.push(i, null ? QVariant(QMetaType::fromType<qlonglong>())
+                                              : QVariant(qlonglong(std::strtoll(v, nullptr, 10))));
+                            break;
+                        case Real:
+                            rows.push(i, null ? QVariant(QMetaType::fromType<double>()) : QVariant(std::strtod(v, nullptr)));
+                            break;
+                        case Flag:
+                            rows.push(i, null ? QVariant(QMetaType::fromType<bool>()) : QVariant(v[0] == 't'));
+                            break;
+                    }
+                }
+                rows.endRow();
+            }
+            if (status == PGRES_TUPLES_OK)
+                ended = true;
+            else if (status != PGRES_SINGLE_TUPLE)
+                ok = false;
+            PQclear(res);
+        }
+        return ok && started && ended;
+    }
+
     void fetch()
     {
         const QString sql = isTable ? QStringLiteral("SELECT * FROM ") + source : source;
-        if (fetchDirect(sql)) {
+        if (fetchDirect(sql) || fetchPostgres(sql)) {
             rows.finish();
             alive.assign(rows.rows(), 1);
             dropIndex();
