@@ -234,11 +234,13 @@ QSqlQuery Database::run(const QString& sql, const QVariantList& params)
 
 std::vector<QString> Database::selectTexts(const QString& sql, const QVariantList& params)
 {
-    QSqlQuery q = run(sql, params);
-    const int n = q.record().count();
+    // Through a snapshot: its rows come the fastest way the backend offers.
+    const auto rs = openRecordset(sql, RecordsetType::Snapshot, 0, params);
+    const int n = rs->fieldCount();
     std::vector<QString> out;
-    while (q.next())
-        for (int i = 0; i < n; ++i) out.push_back(q.value(i).toString());
+    out.reserve(size_t(rs->recordCount()) * size_t(n));
+    for (int r = 0; r < rs->recordCount(); ++r)
+        for (int i = 0; i < n; ++i) out.push_back(rs->value(r, i).toString());
     return out;
 }
 
