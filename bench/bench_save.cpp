@@ -4,6 +4,9 @@
 // ancestors read once) as a ratio to one cycle walk for that parent.
 //
 //   bench_save [COMPANY.db]   (a fresh company is generated when none is given)
+//   bench_save --pg postgresql://user@/postgres?host=/socket/dir
+//                             (the same on a scratch database of that server, made and dropped;
+//                             the raw insert goes through libpq's prepared statements)
 
 #include "card/card_columns.h"
 #include "card/card_lookups.h"
@@ -16,6 +19,9 @@
 #include "shared/code_to_name.h"
 #include "shared/line_grid.h"
 #include "shared/list_context.h"
+#include "support/large_company.h"
+
+#include <libpq-fe.h>
 
 #include <QCoreApplication>
 #include <QFile>
@@ -85,6 +91,55 @@ double insertThroughCApi(const QString& path, const std::string& parent,
     return ms;
 }
 
+// The same rows through libpq, in one transaction, each statement prepared once; then removed.
+double insertThroughLibpq(const QString& connection, const std::string& parent,
+                          const std::vector<std::string>& children)
+{
+    PGconn* conn = PQconnectdb(connection.toUtf8().constData());
+    auto ok = [&](PGresult* res, const char* what) {
+        const ExecStatusType st = PQresultStatus(res);
+        PQclear(res);
+        if (st != PGRES_COMMAND_OK && st != PGRES_TUPLES_OK) {
+            std::fprintf(stderr, "%s: %s\n", what, PQerrorMessage(conn));
+            std::exit(2);
+        }
+    };
+    const auto t0 = Clock::now();
+    ok(PQexec(conn, "begin"), "begin");
+    ok(PQprepare(conn, "head", "insert into ProductStructure(cPSPCode,cDepCode) values($1,'D1')", 1, nullptr),
+       "head");
+    ok(PQprepare(conn, "line",
+                 "insert into ProductStructures(cPSPCode,cPSCode,cWhCode,iPSQuantity,iWasteRate,"
+                 "cProcedureName,cDepCode,cPersonName,cFree1,cFree2) values($1,$2,'W1',1,NULL,'','','','','')",
+                 2, nullptr),
+       "line");
+    const char* one[] = {parent.c_str()};
+    ok(PQexecPrepared(conn, "head", 1, one, nullptr, nullptr, 0), "insert head");
+    for (const std::string& c : children) {
+        const char* two[] = {parent.c_str(), c.c_str()};
+        ok(PQexecPrepared(conn, "line", 2, two, nullptr, nullptr, 0), "insert line");
+    }
+    ok(PQexec(conn, "commit"), "commit");
+    const double ms = msSince(t0);
+    const std::string del = "delete from ProductStructures where cPSPCode='" + parent +
+                            "'; delete from ProductStructure where cPSPCode='" + parent + "'";
+    ok(PQexec(conn, del.c_str()), "clean");
+    PQfinish(conn);
+    return ms;
+}
+
+// A scratch database on the server named by `maintenance` (made, or dropped when `drop`); its
+// connection string.
+QString scratchDatabase(const QString& maintenance, const QString& name, bool drop)
+{
+    PGconn* conn = PQconnectdb(maintenance.toUtf8().constData());
+    PQclear(PQexec(conn, ("drop database if exists " + name.toStdString()).c_str()));
+    if (!drop) PQclear(PQexec(conn, ("create database " + name.toStdString()).c_str()));
+    PQfinish(conn);
+    const ConnectionInfo info = parseConnectionString(maintenance);
+    return QStringLiteral("postgresql://%1@/%2?host=%3").arg(info.user, name, info.host);
+}
+
 // Answers every message box by recording it (a save that shows one has failed).
 class Silent : public Prompter {
 public:
@@ -98,10 +153,30 @@ int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
     QTemporaryDir dir;
-    const QString path =
-        argc > 1 ? QString::fromLocal8Bit(argv[1]) : dir.filePath(QStringLiteral("large.db"));
-    if (!QFile::exists(path)) cardbench::generate(path);
-    {
+    const QStringList args = app.arguments();
+    const bool postgres = args.size() > 2 && args[1] == QLatin1String("--pg");
+    const QString scratch = QStringLiteral("qx_bench_save_%1").arg(QCoreApplication::applicationPid());
+    QString path = dir.filePath(QStringLiteral("large.db"));
+    QString connection = QStringLiteral("sqlite:") + path;
+    if (postgres) {
+        connection = scratchDatabase(args[2], scratch, false);
+        qx::bench::generateLargeCompany(connection);
+        std::printf("PostgreSQL:\n");
+    } else {
+        if (args.size() > 1) path = args[1];
+        connection = QStringLiteral("sqlite:") + path;
+        if (!QFile::exists(path)) cardbench::generate(path);
+    }
+    if (postgres) {
+        auto db = Database::open(connection);
+        // As the SQLite company has it: a warehouse without planned prices.
+        db->execute(QStringLiteral("update warehouse set cWhValueStyle=?"), {QStringLiteral("全月平均法")});
+        db->execute(QStringLiteral(
+                        "insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,cWhCode) select cPSPCode,?,1,'W1' "
+                        "from ProductStructure where cPSPCode < ? on conflict do nothing"),
+                    {QString::fromStdString(cardbench::itemCode(cardbench::kItems - 1)),
+                     QString::fromStdString(cardbench::itemCode(3000))});
+    } else {
         // Thousands of stored ancestors for the saved parent: 3,000 structures hold it as a line
         // (it is never a parent itself, so no loop arises).
         sqlite3* raw = nullptr;
@@ -115,7 +190,7 @@ int main(int argc, char** argv)
                          "ancestors");
         sqlite3_close(raw);
     }
-    auto db = Database::open(QStringLiteral("sqlite:") + path);
+    auto db = Database::open(connection);
     Silent silent;
     Prompter::install(&silent);
 
@@ -160,7 +235,8 @@ int main(int argc, char** argv)
     }
     std::vector<double> api, saveNew, saveEdit;
     for (int round = 0; round < kRounds; ++round) {
-        api.push_back(insertThroughCApi(path, parent, children));
+        api.push_back(postgres ? insertThroughLibpq(connection, parent, children)
+                               : insertThroughCApi(path, parent, children));
         headers->requery();
 
         SaveRequest req{qparent,  QStringLiteral("一车间"), true, headers.get(), lines.get(), nullptr};
@@ -183,7 +259,8 @@ int main(int argc, char** argv)
         headers->requery();
     }
     const double a = median(api);
-    std::printf("500 lines through the C API in one transaction: %.2f ms\n", a);
+    std::printf("500 lines through the %s C API in one transaction: %.2f ms\n",
+                postgres ? "libpq" : "sqlite3", a);
     std::printf("save, new structure:   %.2f ms  ratio %.2fx\n", median(saveNew),
                 median(saveNew) / a);
     std::printf("save, edit mode:       %.2f ms  ratio %.2fx\n", median(saveEdit),
@@ -210,5 +287,9 @@ int main(int argc, char** argv)
         "ancestors)\n",
         median(checks), median(walk), median(checks) / median(walk), ancestors);
     Prompter::install(nullptr);
+    if (postgres) {
+        db.reset();
+        scratchDatabase(args[2], scratch, true);
+    }
     return 0;
 }

@@ -446,6 +446,42 @@ TEST_P(DatabaseTest, WriterHeldElsewhereIsAConcurrentChange)
                 {QStringLiteral("我"), QStringLiteral("P1")});
 }
 
+TEST_P(DatabaseTest, ARepeatedStatementWorksAgainAfterItFailedInATransaction)
+{
+    // The same statement text with bound values, again and again: failing inside a transaction
+    // (a duplicate, then a foreign key), rolled back, and run again; nothing half-written stays.
+    const QString insert = QStringLiteral("INSERT INTO qx_parent (cCode, cName) VALUES (?, ?)");
+    const QString line = QStringLiteral("INSERT INTO qx_child (id, cParent) VALUES (?, ?)");
+    db->execute(insert, {QStringLiteral("R1"), QStringLiteral("one")});
+    struct Step {
+        QVariantList parent, child;
+        DbErrorKind failure;
+    };
+    const Step steps[] = {
+        {{QStringLiteral("R2"), QStringLiteral("two")}, {70, QStringLiteral("R1")}, DbErrorKind::Other},
+        {{QStringLiteral("R1"), QStringLiteral("dup")}, {71, QStringLiteral("R1")}, DbErrorKind::Duplicate},
+        {{QStringLiteral("R3"), QStringLiteral("three")}, {72, QStringLiteral("gone")}, DbErrorKind::RecordDeleted},
+    };
+    for (const Step& step : steps) {
+        Transaction t(*db);
+        try {
+            db->execute(insert, step.parent);
+            db->execute(line, step.child);
+            t.commit();
+        } catch (const DbError& e) {
+            EXPECT_EQ(e.kind(), step.failure) << qPrintable(step.parent.front().toString());
+        }
+    }
+    // Only the first step committed (its "failure" never came); the others left nothing.
+    auto rs = db->openRecordset(QStringLiteral("SELECT cCode FROM qx_parent WHERE cCode IN (?, ?, ?) ORDER BY cCode"),
+                                RecordsetType::Snapshot, 0,
+                                {QStringLiteral("R1"), QStringLiteral("R2"), QStringLiteral("R3")});
+    ASSERT_EQ(rs->recordCount(), 2);
+    EXPECT_EQ(rs->value(1, 0).toString(), QStringLiteral("R2"));
+    EXPECT_EQ(db->execute(insert, {QStringLiteral("R3"), QStringLiteral("three")}), 1);
+    EXPECT_EQ(db->execute(line, {73, QStringLiteral("R3")}), 1);
+}
+
 QX_INSTANTIATE_BACKENDS(DatabaseTest);
 
 }  // namespace

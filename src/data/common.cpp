@@ -24,73 +24,66 @@ bool FindRecord(const QString& value, Recordset& rs, const QString& field)
 
 namespace {
 
-// Longer generations are asked in pieces, so that no statement exceeds the backends' limits on
-// bound values.
-constexpr int kTermsPerStatement = 500;
+// One statement: the lines above a code, as (parent, child) pairs, by the database's own
+// recursive query. Each pair is visited once however many routes lead to it, so a shared
+// sub-assembly costs one visit and a stored loop ends the query as well.
+const QString kAncestorLines = QStringLiteral(
+    "with recursive up(cpspcode,cpscode) as (select cpspcode,cpscode from productstructures where cpscode=? "
+    "union select p.cpspcode,p.cpscode from productstructures p inner join up on p.cpscode=up.cpspcode) "
+    "select cpspcode,cpscode from up");
 
-// The codes of a generation are bound into one "in" list: the same rows as the terms
-// "cpscode=?" joined by " or ", which the backends answer markedly slower at hundreds of terms.
-const QString kAncestorSelect = QStringLiteral(
-    "select productstructures.cpspcode,productstructures.cpscode from productstructures where cpscode in (");
-
-// The upward walk over the stored lines. Generation k+1 holds the distinct parents of the codes
-// of generation k, in the order the database returns them. The parents of a code are asked of
-// the database once per walk and remembered, so that a shared sub-assembly reached by several
-// routes costs one lookup, not one per route. Codes are numbered as they are met, so that the
-// generations are walked over small integers.
-class AncestorWalk {
+// The upward graph of one code: its ancestors and who holds whom among them. Codes are numbered
+// as they are met.
+class AncestorGraph {
 public:
-    AncestorWalk(Database& db, const QString& parent) : db_(db) { parent_ = id(parent); }
-
-    enum class Outcome {
-        Ended,  // a generation came back empty
-        Hit,    // a generation held one of the codes looked for
-        Loop,   // the stored lines hold a loop among the ancestors: the walk would never end
-    };
-
-    // Walks until a generation is empty or holds one of `stopAt`. Every distinct ancestor met is
-    // in ancestors() afterwards (all of them when the walk ended).
-    Outcome run(const QStringList& stopAt)
+    AncestorGraph(Database& db, const QString& start)
     {
-        std::vector<int> stops;
-        for (const QString& code : stopAt) stops.push_back(id(code));
-        std::vector<int> generation{parent_};
-        qsizetype generations = 0;
-        for (;;) {
-            fetchParents(generation);
-            ++generations;
-            std::vector<int> next;
-            bool grew = false;
-            for (int code : generation) {
-                for (int up : parents_[code]) {
-                    if (mark_[up] == generations) continue;  // already in this generation
-                    mark_[up] = generations;
-                    next.push_back(up);
-                    if (std::find(stops.begin(), stops.end(), up) != stops.end()) {
-                        markSeen(up);
-                        return Outcome::Hit;
-                    }
-                    grew = markSeen(up) || grew;
-                }
-            }
-            if (next.empty()) return Outcome::Ended;
-            // More generations than distinct codes: some route repeats a code, so the stored
-            // lines hold a loop and the walk would go on for ever.
-            if (generations > seenCount_) return Outcome::Loop;
-            // Nothing new: every code of the generation was met, and asked about, before, so the
-            // rest of the walk is fixed by what is known; decide now whether it would end rather
-            // than stepping it through.
-            if (!grew) return hasLoop() ? Outcome::Loop : Outcome::Ended;
-            generation = std::move(next);
+        start_ = id(start);
+        const std::vector<QString> cells = db.selectTexts(kAncestorLines, {start});
+        for (size_t i = 0; i + 1 < cells.size(); i += 2) {
+            const int up = id(cells[i]);
+            const int code = id(cells[i + 1]);
+            parents_[size_t(code)].push_back(up);
+            ancestor_[size_t(up)] = 1;
         }
+    }
+
+    bool isAncestor(const QString& code) const
+    {
+        const auto it = ids_.constFind(code);
+        return it != ids_.cend() && ancestor_[size_t(it.value())];
+    }
+
+    // A loop among the ancestors (or through the code itself): peeling from the bottom, a code
+    // whose children among them are all peeled goes next; codes left over sit on a loop or above
+    // one.
+    bool hasLoop() const
+    {
+        if (ancestor_[size_t(start_)]) return true;
+        const size_t n = codes_.size();
+        std::vector<int> pendingChildren(n, 0);
+        for (size_t code = 0; code < n; ++code)
+            for (int up : parents_[code]) ++pendingChildren[size_t(up)];
+        std::vector<int> ready;
+        for (size_t code = 0; code < n; ++code)
+            if (pendingChildren[code] == 0) ready.push_back(int(code));
+        size_t peeled = 0;
+        while (!ready.empty()) {
+            const int code = ready.back();
+            ready.pop_back();
+            ++peeled;
+            for (int up : parents_[size_t(code)])
+                if (--pendingChildren[size_t(up)] == 0) ready.push_back(up);
+        }
+        return peeled < n;
     }
 
     QSet<QString> ancestors() const
     {
         QSet<QString> out;
-        out.reserve(seenCount_);
+        out.reserve(qsizetype(codes_.size()));
         for (size_t i = 0; i < codes_.size(); ++i)
-            if (seen_[i]) out.insert(codes_[i]);
+            if (ancestor_[i]) out.insert(codes_[i]);
         return out;
     }
 
@@ -99,105 +92,35 @@ private:
     {
         auto it = ids_.constFind(code);
         if (it != ids_.constEnd()) return it.value();
-        const int n = static_cast<int>(codes_.size());
+        const int n = int(codes_.size());
         ids_.insert(code, n);
         codes_.push_back(code);
         parents_.emplace_back();
-        fetched_.push_back(0);
-        seen_.push_back(0);
-        mark_.push_back(0);
+        ancestor_.push_back(0);
         return n;
     }
 
-    bool markSeen(int code)
-    {
-        if (seen_[code]) return false;
-        seen_[code] = 1;
-        ++seenCount_;
-        return true;
-    }
-
-    void fetchParents(const std::vector<int>& generation)
-    {
-        QVariantList missing;
-        for (int code : generation) {
-            if (fetched_[code]) continue;
-            fetched_[code] = 1;
-            missing << codes_[code];
-        }
-        for (qsizetype start = 0; start < missing.size(); start += kTermsPerStatement) {
-            const qsizetype count = std::min<qsizetype>(kTermsPerStatement, missing.size() - start);
-            QString sql = kAncestorSelect;
-            sql.reserve(sql.size() + 2 * count + 1);
-            for (qsizetype i = 0; i < count; ++i) sql += i ? QStringLiteral(",?") : QStringLiteral("?");
-            sql += QLatin1Char(')');
-            auto rs = db_.openRecordset(sql, RecordsetType::Snapshot, 0, missing.mid(start, count));
-            const int rows = rs->recordCount();
-            for (int r = 0; r < rows; ++r) {
-                // A row for a code not asked (a case-blind match of the database) is not counted.
-                auto asked = ids_.constFind(rs->value(r, 1).toString());
-                if (asked == ids_.constEnd() || !fetched_[asked.value()]) continue;
-                const int code = asked.value();
-                const int up = id(rs->value(r, 0).toString());
-                parents_[code].push_back(up);
-            }
-        }
-    }
-
-    // Is there a loop among the codes reachable upwards from the parent? Every one of them has
-    // had its parents fetched when this is called. Peeling from the bottom: a code whose children
-    // among the reachable are all peeled goes next; codes left over sit on a loop or above one.
-    bool hasLoop() const
-    {
-        const size_t n = codes_.size();
-        auto reachable = [&](int code) { return code == parent_ || seen_[code]; };
-        std::vector<int> pendingChildren(n, 0);
-        qsizetype total = 0;
-        for (size_t code = 0; code < n; ++code) {
-            if (!reachable(static_cast<int>(code))) continue;
-            ++total;
-            for (int up : parents_[code])
-                if (reachable(up)) ++pendingChildren[up];
-        }
-        std::vector<int> ready;
-        for (size_t code = 0; code < n; ++code)
-            if (reachable(static_cast<int>(code)) && pendingChildren[code] == 0) ready.push_back(static_cast<int>(code));
-        qsizetype peeled = 0;
-        while (!ready.empty()) {
-            const int code = ready.back();
-            ready.pop_back();
-            ++peeled;
-            for (int up : parents_[code])
-                if (reachable(up) && --pendingChildren[up] == 0) ready.push_back(up);
-        }
-        return peeled < total;
-    }
-
-    Database& db_;
-    int parent_ = 0;
+    int start_ = 0;
     QHash<QString, int> ids_;
     std::vector<QString> codes_;
-    std::vector<std::vector<int>> parents_;  // per code: its parents in stored order
-    std::vector<char> fetched_;              // parents asked of the database
-    std::vector<char> seen_;                 // met as an ancestor
-    std::vector<qsizetype> mark_;            // the last generation that listed the code
-    qsizetype seenCount_ = 0;
+    std::vector<std::vector<int>> parents_;  // per code: its parents among the lines read
+    std::vector<char> ancestor_;
 };
 
 }  // namespace
 
 bool CheckCycle(const QString& parent, const QString& child, Database& db)
 {
-    AncestorWalk walk(db, parent);
-    return walk.run({parent, child}) == AncestorWalk::Outcome::Ended;
+    const AncestorGraph graph(db, parent);
+    return !graph.isAncestor(child) && !graph.hasLoop();
 }
 
 Ancestors CollectAncestors(const QString& parent, Database& db)
 {
-    AncestorWalk walk(db, parent);
+    const AncestorGraph graph(db, parent);
     Ancestors result;
-    result.loop = walk.run({parent}) != AncestorWalk::Outcome::Ended;
-    result.codes = walk.ancestors();
+    result.loop = graph.hasLoop();
+    result.codes = graph.ancestors();
     return result;
 }
 

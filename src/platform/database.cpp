@@ -1,6 +1,7 @@
 #include "platform/database.h"
 
 #include "data/texts.h"
+#include "platform/cell_store.h"
 #include "platform/sql_dialects.h"
 
 #include <QFile>
@@ -15,9 +16,11 @@
 #include <QUrl>
 
 #include <libpq-fe.h>
+#include <sqlite3.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <atomic>
 #include <unordered_map>
 #include <utility>
@@ -147,6 +150,17 @@ struct Database::Impl {
         return !conn || PQstatus(conn) == CONNECTION_BAD;
     }
 
+    // Statements with bound values that execute() ran, prepared once and reused (the most
+    // recently used last).
+    std::vector<std::pair<QString, QSqlQuery>> prepared;
+    static constexpr size_t kPreparedKept = 24;
+
+    // A failed or evicted statement: inside a transaction it lives until the transaction ends.
+    void retire(QSqlQuery&& q)
+    {
+        if (inTransaction) failedInTransaction.push_back(std::move(q));
+    }
+
     DbError errorOf(const QSqlError& e, const QString& sql) const
     {
         DbErrorKind kind = dialect->classify(e, sql);
@@ -224,6 +238,8 @@ struct Database::Impl {
         lost = true;
         inTransaction = false;
         failedInTransaction.clear();
+        // Statements prepared on the lost connection are prepared again on the next one.
+        prepared.clear();
     }
 };
 
@@ -233,6 +249,7 @@ Database::~Database()
 {
     if (!d) return;
     rollback();
+    d->prepared.clear();
     const QString name = d->connectionName;
     d->db.close();
     d->db = QSqlDatabase();
@@ -383,18 +400,89 @@ QSqlQuery Database::runOnce(const QString& sql, const QVariantList& params)
     return q;
 }
 
-int Database::execute(const QString& sql, const QVariantList& params)
+std::vector<QString> Database::selectTexts(const QString& sql, const QVariantList& params)
 {
-    QSqlQuery q = run(sql, params);
-    // SQLite leaves the count of the last data change in place after other statements.
+    // Through a snapshot: its rows come the fastest way the backend offers.
+    const auto rs = openRecordset(sql, RecordsetType::Snapshot, 0, params);
+    const int n = rs->fieldCount();
+    std::vector<QString> out;
+    out.reserve(size_t(rs->recordCount()) * size_t(n));
+    for (int r = 0; r < rs->recordCount(); ++r)
+        for (int i = 0; i < n; ++i) out.push_back(rs->value(r, i).toString());
+    return out;
+}
+
+namespace {
+
+// SQLite leaves the count of the last data change in place after other statements.
+bool changesRows(const QString& sql)
+{
     const QString t = sql.trimmed();
     qsizetype n = 0;
     while (n < t.size() && t.at(n).isLetter()) ++n;
     const QString verb = t.left(n).toLower();
-    if (verb != QLatin1String("insert") && verb != QLatin1String("update") &&
-        verb != QLatin1String("delete") && verb != QLatin1String("replace"))
-        return 0;
-    return std::max(q.numRowsAffected(), 0);
+    return verb == QLatin1String("insert") || verb == QLatin1String("update") ||
+           verb == QLatin1String("delete") || verb == QLatin1String("replace");
+}
+
+}  // namespace
+
+int Database::execute(const QString& sql, const QVariantList& params)
+{
+    if (params.isEmpty()) {
+        QSqlQuery q = run(sql, params);
+        return changesRows(sql) ? std::max(q.numRowsAffected(), 0) : 0;
+    }
+    // The same watch over the connection as every other statement (see run()).
+    if (!d->nativePath.isEmpty() && !d->inTransaction && !d->lost &&
+        ::access(d->nativePath.constData(), F_OK) != 0)
+        d->markLost();
+    if (d->lost && !reconnect()) throw DbError(DbErrorKind::ConnectionLost, text::kConnectionLost);
+    try {
+        return executePreparedOnce(sql, params);
+    } catch (const DbError& e) {
+        if (e.kind() != DbErrorKind::ConnectionLost) throw;
+        const bool inTransaction = d->inTransaction;
+        d->markLost();
+        if (inTransaction || !reconnect()) throw;
+    }
+    return executePreparedOnce(sql, params);
+}
+
+int Database::executePreparedOnce(const QString& sql, const QVariantList& params)
+{
+    // The same statement again (a save's slices of lines, a delete per structure): prepared once.
+    auto& cache = d->prepared;
+    auto it = std::find_if(cache.begin(), cache.end(), [&](const auto& e) { return e.first == sql; });
+    if (it == cache.end()) {
+        QSqlQuery q(d->db);
+        q.setForwardOnly(true);
+        if (!q.prepare(sql)) {
+            const DbError error = d->errorOf(q.lastError(), sql);
+            d->retire(std::move(q));
+            throw error;
+        }
+        if (cache.size() >= Impl::kPreparedKept) {
+            d->retire(std::move(cache.front().second));
+            cache.erase(cache.begin());
+        }
+        cache.emplace_back(sql, std::move(q));
+        it = cache.end() - 1;
+    } else if (it != cache.end() - 1) {
+        std::rotate(it, it + 1, cache.end());
+        it = cache.end() - 1;
+    }
+    QSqlQuery& q = it->second;
+    for (qsizetype i = 0; i < params.size(); ++i) q.bindValue(int(i), params[i]);
+    if (!q.exec()) {
+        const DbError error = d->errorOf(q.lastError(), sql);
+        d->retire(std::move(q));
+        cache.erase(it);
+        throw error;
+    }
+    const int n = changesRows(sql) ? std::max(q.numRowsAffected(), 0) : 0;
+    q.finish();
+    return n;
 }
 
 bool Database::executeIgnoringErrors(const QString& sql)
@@ -524,6 +612,48 @@ bool cellMatches(const QVariant& cell, const QVariant& wanted)
 
 enum class EditMode { None, Add, Edit };
 
+// The visible rows, in order: while they are simply all the rows (no filter, none deleted) they
+// take no memory.
+class RowList {
+public:
+    size_t size() const { return all_ ? size_t(count_) : rows_.size(); }
+    bool empty() const { return size() == 0; }
+    int operator[](size_t i) const { return all_ ? int(i) : rows_[i]; }
+    void clear()
+    {
+        all_ = true;
+        count_ = 0;
+        std::vector<int>().swap(rows_);
+    }
+    void reserve(size_t) {}
+    void push_back(int r)
+    {
+        if (all_ && r == count_) {
+            ++count_;
+            return;
+        }
+        spell();
+        rows_.push_back(r);
+    }
+    void eraseAt(size_t i)
+    {
+        spell();
+        rows_.erase(rows_.begin() + qsizetype(i));
+    }
+
+private:
+    void spell()
+    {
+        if (!all_) return;
+        rows_.resize(size_t(count_));
+        for (int i = 0; i < count_; ++i) rows_[size_t(i)] = i;
+        all_ = false;
+    }
+    bool all_ = true;
+    int count_ = 0;
+    std::vector<int> rows_;
+};
+
 }  // namespace
 
 struct Recordset::Impl {
@@ -538,9 +668,9 @@ struct Recordset::Impl {
     QStringList names;
     QHash<QString, int> byName;  // as the database spells them, tried first (no lower-casing)
     QHash<QString, int> byLowerName;
-    std::vector<std::vector<QVariant>> rows;
+    CellStore rows;
     std::vector<char> alive;   // a deleted row stays in `rows` so that indexes stay valid
-    std::vector<int> visible;  // indices into rows, in order
+    RowList visible;  // indices into rows, in order
     int pos = 0;               // index into visible; -1 = BOF, visible.size() = EOF
     bool noMatch = false;
 
@@ -578,12 +708,13 @@ struct Recordset::Impl {
         if (f < 0) throw DbError(DbErrorKind::Other, text::unknownField(name));
         return f;
     }
-    const std::vector<QVariant>& currentRow() const
+    int currentIndex() const
     {
         requireOpen();
         if (!onRow()) throw DbError(DbErrorKind::Other, text::kNoCurrentRecord);
-        return rows[size_t(visible[size_t(pos)])];
+        return visible[size_t(pos)];
     }
+    std::vector<QVariant> currentRow() const { return rows.row(size_t(currentIndex())); }
     bool writable() const
     {
         return isTable && type == RecordsetType::Dynaset && !(options & kReadOnly);
@@ -594,30 +725,254 @@ struct Recordset::Impl {
         if (!writable()) throw DbError(DbErrorKind::Other, text::kReadOnlyRecordset);
     }
 
-    void fetch()
+    void setNames(const QStringList& fieldNames)
     {
-        const QString sql = isTable ? QStringLiteral("SELECT * FROM ") + source : source;
-        QSqlQuery q = db->run(sql, params);
-        const QSqlRecord rec = q.record();
-        const int n = rec.count();
         names.clear();
         byName.clear();
         byLowerName.clear();
-        for (int i = 0; i < n; ++i) {
-            names << rec.fieldName(i);
-            const QString lower = rec.fieldName(i).toLower();
+        for (int i = 0; i < fieldNames.size(); ++i) {
+            const QString& name = fieldNames[i];
+            names << name;
+            const QString lower = name.toLower();
             if (!byLowerName.contains(lower)) byLowerName.insert(lower, i);  // the first wins
-            if (!byName.contains(rec.fieldName(i))) byName.insert(rec.fieldName(i), i);
+            if (!byName.contains(name)) byName.insert(name, i);
         }
-        rows.clear();
-        if (q.size() > 0) rows.reserve(size_t(q.size()));
+    }
+
+    // SQLite: the rows straight from the library, each cell what the driver would make of it (a
+    // text as a string, an integer as a 64-bit integer, a real as a double, a blob as bytes, NULL
+    // as a null string), without a variant per cell on the way. False when it cannot serve (the
+    // driver then reads the rows and reports any error).
+    bool fetchDirect(const QString& sql)
+    {
+        if (db->backend() != Backend::Sqlite) return false;
+        for (const QVariant& p : params) {
+            switch (p.metaType().id()) {
+                case QMetaType::UnknownType:
+                case QMetaType::QString:
+                case QMetaType::Int:
+                case QMetaType::LongLong:
+                case QMetaType::Double:
+                case QMetaType::Bool:
+                    break;
+                default:
+                    return false;
+            }
+        }
+        sqlite3* handle = nullptr;
+        {
+            QSqlQuery probe = db->run(QStringLiteral("SELECT 1"), {});
+            const QVariant h = probe.driver()->handle();
+            if (qstrcmp(h.typeName(), "sqlite3*") != 0) return false;
+            handle = *static_cast<sqlite3* const*>(h.constData());
+        }
+        if (!handle) return false;
+        const QByteArray text = sql.toUtf8();
+        sqlite3_stmt* st = nullptr;
+        if (sqlite3_prepare_v2(handle, text.constData(), int(text.size()), &st, nullptr) != SQLITE_OK || !st ||
+            !sqlite3_stmt_readonly(st)) {
+            sqlite3_finalize(st);
+            return false;
+        }
+        for (int i = 0; i < params.size(); ++i) {
+            const QVariant& p = params[i];
+            int rc = SQLITE_OK;
+            if (p.isNull() || (p.metaType().id() == QMetaType::QString && p.toString().isNull()))
+                rc = sqlite3_bind_null(st, i + 1);
+            else if (p.metaType().id() == QMetaType::QString) {
+                const QString v = p.toString();
+                rc = sqlite3_bind_text16(st, i + 1, v.utf16(), int(v.size() * 2), SQLITE_TRANSIENT);
+            } else if (p.metaType().id() == QMetaType::Double)
+                rc = sqlite3_bind_double(st, i + 1, p.toDouble());
+            else
+                rc = sqlite3_bind_int64(st, i + 1, p.toLongLong());
+            if (rc != SQLITE_OK) {
+                sqlite3_finalize(st);
+                return false;
+            }
+        }
+        const int n = sqlite3_column_count(st);
+        QStringList fieldNames;
+        for (int i = 0; i < n; ++i)
+            fieldNames << QString(reinterpret_cast<const QChar*>(sqlite3_column_name16(st, i)))
+                              .remove(QLatin1Char('"'));
+        rows.reset(n);
+        int rc;
+        while ((rc = sqlite3_step(st)) == SQLITE_ROW) {
+            for (int i = 0; i < n; ++i) {
+                switch (sqlite3_column_type(st, i)) {
+                    case SQLITE_INTEGER:
+                        rows.push(i, QVariant(qlonglong(sqlite3_column_int64(st, i))));
+                        break;
+                    case SQLITE_FLOAT:
+                        rows.push(i, QVariant(sqlite3_column_double(st, i)));
+                        break;
+                    case SQLITE_NULL:
+                        rows.push(i, QVariant(QMetaType::fromType<QString>()));
+                        break;
+                    case SQLITE_BLOB:
+                        rows.push(i, QVariant(QByteArray(static_cast<const char*>(sqlite3_column_blob(st, i)),
+                                                         sqlite3_column_bytes(st, i))));
+                        break;
+                    default: {
+                        const auto* t = reinterpret_cast<const char*>(sqlite3_column_text(st, i));
+                        rows.pushText(i, t ? t : "", sqlite3_column_bytes(st, i));
+                    }
+                }
+            }
+            rows.endRow();
+        }
+        sqlite3_finalize(st);
+        if (rc != SQLITE_DONE) return false;
+        setNames(fieldNames);
+        return true;
+    }
+
+    // PostgreSQL: the rows straight from libpq, each cell what the driver would
+    // make of it for the column types a company uses (texts, integers, doubles, Booleans; NULL as
+    // a null of the column's type). False when it cannot serve (another type, an error): the
+    // driver then reads the rows and reports any error.
+    bool fetchPostgres(const QString& sql)
+    {
+        if (db->backend() != Backend::PostgreSql) return false;
+        PGconn* conn = nullptr;
+        {
+            QSqlQuery probe = db->run(QStringLiteral("SELECT 1"), {});
+            const QVariant h = probe.driver()->handle();
+            if (qstrcmp(h.typeName(), "PGconn*") != 0 && qstrcmp(h.typeName(), "pg_conn*") != 0) return false;
+            conn = *static_cast<PGconn* const*>(h.constData());
+        }
+        // Outside a transaction only: a failing statement must not abort one before the driver
+        // can report the failure.
+        if (!conn || PQtransactionStatus(conn) != PQTRANS_IDLE || PQisBusy(conn)) return false;
+        // "?" placeholders become $1, $2, ... (none inside quotes).
+        QByteArray text;
+        {
+            const QByteArray utf8 = sql.toUtf8();
+            char quote = 0;
+            int n = 0;
+            for (char c : utf8) {
+                if (quote) {
+                    if (c == quote) quote = 0;
+                } else if (c == '\'' || c == '"') {
+                    quote = c;
+                } else if (c == '?') {
+                    text += '$' + QByteArray::number(++n);
+                    continue;
+                }
+                text += c;
+            }
+            if (n != params.size()) return false;
+        }
+        std::vector<QByteArray> values;
+        std::vector<const char*> pointers;
+        for (const QVariant& p : params) {
+            const int type = p.metaType().id();
+            if (p.isNull() || (type == QMetaType::QString && p.toString().isNull())) {
+                values.emplace_back();
+            } else if (type == QMetaType::QString) {
+                values.push_back(p.toString().toUtf8());
+            } else if (type == QMetaType::Double) {
+                values.push_back(QByteArray::number(p.toDouble(), 'g', 17));
+            } else if (type == QMetaType::Int || type == QMetaType::LongLong) {
+                values.push_back(QByteArray::number(p.toLongLong()));
+            } else if (type == QMetaType::Bool) {
+                values.push_back(p.toBool() ? "true" : "false");
+            } else {
+                return false;
+            }
+        }
+        for (const QByteArray& v : values) pointers.push_back(v.isNull() ? nullptr : v.constData());
+        if (!PQsendQueryParams(conn, text.constData(), int(pointers.size()), nullptr, pointers.data(), nullptr,
+                               nullptr, 0))
+            return false;
+        enum Kind { Text, Int, Long, Real, Flag };
+        std::vector<Kind> kinds;
+        bool ok = true, started = false, ended = false;
+        while (PGresult* res = PQgetResult(conn)) {
+            const ExecStatusType status = PQresultStatus(res);
+            if (ok && !started && (status == PGRES_SINGLE_TUPLE || status == PGRES_TUPLES_OK)) {
+                started = true;
+                QStringList fieldNames;
+                const int n = PQnfields(res);
+                for (int i = 0; i < n && ok; ++i) {
+                    fieldNames << QString::fromUtf8(PQfname(res, i));
+                    switch (PQftype(res, i)) {
+                        case 18: case 19: case 25: case 1042: case 1043: kinds.push_back(Text); break;
+                        case 21: case 23: kinds.push_back(Int); break;
+                        case 20: kinds.push_back(Long); break;
+                        case 700: case 701: case 1700: kinds.push_back(Real); break;
+                        case 16: kinds.push_back(Flag); break;
+                        default: ok = false;
+                    }
+                }
+                if (ok) {
+                    setNames(fieldNames);
+                    rows.reset(n);
+                }
+            }
+            const int tuples = ok && (status == PGRES_SINGLE_TUPLE || status == PGRES_TUPLES_OK) ? PQntuples(res) : 0;
+            for (int t = 0; t < tuples; ++t) {
+                for (int i = 0; i < int(kinds.size()); ++i) {
+                    const char* v = PQgetvalue(res, t, i);
+                    const bool null = PQgetisnull(res, t, i);
+                    switch (kinds[size_t(i)]) {
+                        case Text:
+                            if (null)
+                                rows.push(i, QVariant(QMetaType::fromType<QString>()));
+                            else
+                                rows.pushText(i, v, PQgetlength(res, t, i));
+                            break;
+                        case Int:
+                            rows.push(i, null ? QVariant(QMetaType::fromType<int>()) : QVariant(int(std::strtol(v, nullptr, 10))));
+                            break;
+                        case Long:
+                            rows.push(i, null ? QVariant(QMetaType::fromType<qlonglong>())
+                                              : QVariant(qlonglong(std::strtoll(v, nullptr, 10))));
+                            break;
+                        case Real:
+                            rows.push(i, null ? QVariant(QMetaType::fromType<double>()) : QVariant(std::strtod(v, nullptr)));
+                            break;
+                        case Flag:
+                            rows.push(i, null ? QVariant(QMetaType::fromType<bool>()) : QVariant(v[0] == 't'));
+                            break;
+                    }
+                }
+                rows.endRow();
+            }
+            if (status == PGRES_TUPLES_OK)
+                ended = true;
+            else if (status != PGRES_SINGLE_TUPLE)
+                ok = false;
+            PQclear(res);
+        }
+        return ok && started && ended;
+    }
+
+    void fetch()
+    {
+        const QString sql = isTable ? QStringLiteral("SELECT * FROM ") + source : source;
+        if (fetchDirect(sql) || fetchPostgres(sql)) {
+            rows.finish();
+            alive.assign(rows.rows(), 1);
+            dropIndex();
+            mode = EditMode::None;
+            applyFilter();
+            return;
+        }
+        QSqlQuery q = db->run(sql, params);
+        const QSqlRecord rec = q.record();
+        const int n = rec.count();
+        QStringList fieldNames;
+        for (int i = 0; i < n; ++i) fieldNames << rec.fieldName(i);
+        setNames(fieldNames);
+        rows.reset(n);
         while (q.next()) {
-            std::vector<QVariant> row;
-            row.reserve(size_t(n));
-            for (int i = 0; i < n; ++i) row.push_back(q.value(i));
-            rows.push_back(std::move(row));
+            for (int i = 0; i < n; ++i) rows.push(i, q.value(i));
+            rows.endRow();
         }
-        alive.assign(rows.size(), 1);
+        rows.finish();
+        alive.assign(rows.rows(), 1);
         dropIndex();
         mode = EditMode::None;
         applyFilter();
@@ -625,9 +980,15 @@ struct Recordset::Impl {
 
     bool rowMatches(int r, const std::vector<std::pair<int, QVariant>>& terms) const
     {
-        const auto& row = rows[size_t(r)];
-        for (const auto& [f, v] : terms)
-            if (!cellMatches(row[size_t(f)], v)) return false;
+        for (const auto& [f, v] : terms) {
+            // A text cell against a text: compared in place (the common find and filter).
+            QStringView cell;
+            if (const QString* wanted = textOf(v); wanted && !v.isNull() && rows.textView(size_t(r), f, cell)) {
+                if (cell != *wanted) return false;
+                continue;
+            }
+            if (!cellMatches(rows.at(size_t(r), f), v)) return false;
+        }
         return true;
     }
 
@@ -648,12 +1009,12 @@ struct Recordset::Impl {
     {
         dropIndex();
         indexField = field;
-        textIndex.reserve(rows.size() / 4 + 1);
-        for (int r = 0; r < int(rows.size()); ++r) addToIndex(r);
+        textIndex.reserve(rows.rows() / 4 + 1);
+        for (int r = 0; r < int(rows.rows()); ++r) addToIndex(r);
     }
     void addToIndex(int r)
     {
-        const QVariant& v = rows[size_t(r)][size_t(indexField)];
+        const QVariant v = rows.at(size_t(r), indexField);
         if (v.isNull()) return;
         if (isNumeric(v))
             numberIndex[v.toDouble()].push_back(r);
@@ -667,8 +1028,8 @@ struct Recordset::Impl {
     {
         visible.clear();
         if (!filtered) {
-            visible.reserve(rows.size());
-            for (int r = 0; r < int(rows.size()); ++r)
+            visible.reserve(rows.rows());
+            for (int r = 0; r < int(rows.rows()); ++r)
                 if (alive[size_t(r)]) visible.push_back(r);
         } else {
             const auto terms = resolve(filter);
@@ -809,12 +1170,12 @@ QVariant Recordset::field(int index) const
         throw DbError(DbErrorKind::Other, text::unknownField(QString::number(index)));
     // While a row is being added or edited, its fields read back what was set.
     if (d->mode != EditMode::None) return d->buffer[size_t(index)];
-    return d->currentRow()[size_t(index)];
+    return d->rows.at(size_t(d->currentIndex()), index);
 }
 
 QVariant Recordset::value(int row, int fieldIndex) const
 {
-    return d->rows[size_t(d->visible[size_t(row)])][size_t(fieldIndex)];
+    return d->rows.at(size_t(d->visible[size_t(row)]), fieldIndex);
 }
 
 void Recordset::findFirst(const Criteria& criteria)
@@ -924,8 +1285,8 @@ void Recordset::update()
         d->db->execute(sql, params);
         // The new row joins the fetched rows (at the end, as a dynaset shows added rows); the
         // current row stays the one before addNew.
-        const int r = int(d->rows.size());
-        d->rows.push_back(d->buffer);
+        const int r = int(d->rows.rows());
+        d->rows.appendRow(d->buffer);
         d->alive.push_back(1);
         if (d->indexField >= 0) d->addToIndex(r);
         if (!d->filtered || d->rowMatches(r, d->resolve(d->filter))) {
@@ -941,7 +1302,7 @@ void Recordset::update()
         const int r = d->visible[size_t(d->pos)];
         if (!cols.isEmpty()) {
             QVariantList whereParams;
-            const QString where = d->whereClause(d->rows[size_t(r)], whereParams);
+            const QString where = d->whereClause(d->rows.row(size_t(r)), whereParams);
             QStringList sets;
             for (const QString& c : cols) sets << c + QStringLiteral(" = ?");
             const QString sql = QStringLiteral("UPDATE %1 SET %2 WHERE %3")
@@ -950,7 +1311,7 @@ void Recordset::update()
                 throw DbError(DbErrorKind::RecordDeleted, text::kRecordDeleted);
             if (d->indexField >= 0 && d->changed[size_t(d->indexField)])
                 d->dropIndex();  // rebuilt on the next filter
-            d->rows[size_t(r)] = d->buffer;
+            d->rows.setRow(size_t(r), d->buffer);
         }
     }
     d->mode = EditMode::None;
@@ -968,11 +1329,11 @@ void Recordset::deleteCurrent()
     (void)d->currentRow();
     const int r = d->visible[size_t(d->pos)];
     QVariantList params;
-    const QString where = d->whereClause(d->rows[size_t(r)], params);
+    const QString where = d->whereClause(d->rows.row(size_t(r)), params);
     if (d->db->execute(QStringLiteral("DELETE FROM %1 WHERE %2").arg(d->source, where), params) == 0)
         throw DbError(DbErrorKind::RecordDeleted, text::kRecordDeleted);
     d->alive[size_t(r)] = 0;
-    d->visible.erase(d->visible.begin() + d->pos);
+    d->visible.eraseAt(size_t(d->pos));
     // The deleted row is no longer current; a following moveNext lands on the row after it.
     d->pos -= 1;
 }

@@ -116,6 +116,10 @@ public:
     // Primary-key columns of a table as the database names them (empty when it has none).
     QStringList primaryKey(const QString& table) const;
 
+    // The cells of a query's rows as texts, row after row (a NULL reads as an empty text), for
+    // reading many short rows without the bookkeeping of a recordset.
+    std::vector<QString> selectTexts(const QString& sql, const QVariantList& params);
+
     // Low level, for the adapter's own classes: a prepared query with bound values, executed.
     // Throws DbError mapped by the dialect.
     QSqlQuery run(const QString& sql, const QVariantList& params);
@@ -123,6 +127,8 @@ public:
 private:
     Database();
     QSqlQuery runOnce(const QString& sql, const QVariantList& params);
+    // A statement with bound values, prepared once and kept for the next time.
+    int executePreparedOnce(const QString& sql, const QVariantList& params);
     struct Impl;
     std::unique_ptr<Impl> d;
 };

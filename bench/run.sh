@@ -1,0 +1,106 @@
+#!/usr/bin/env bash
+# Every figure of the large-company benchmarks, each a ratio to its baseline measured in the same
+# run, on SQLite and on PostgreSQL (a throwaway cluster started here the way the tests start
+# theirs, stopped at the end):
+#   - peak memory with the list window filled / size of the company's data;
+#   - Init to the list window filled and painted / the same statements read through the C API;
+#   - the whole process (qxprostru CONNECTION --screenshot) / a plain program reading the same
+#     statements (raw_read), and its peak memory;
+#   - a 500-line save, new and edited / the same rows inserted in one transaction;
+#   - the cycle check of deep placements and of a 24-level lattice / one recursive query.
+#
+#   bash bench/run.sh [build-dir]        (default: build-rel, built RelWithDebInfo)
+# QX_BENCH_ROUNDS (default 3) sets how often the whole process is timed; medians are printed.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+root=$(pwd)
+build=${1:-$root/build-rel}
+rounds=${QX_BENCH_ROUNDS:-3}
+
+launcher=()
+if command -v ccache >/dev/null; then launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache); fi
+cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo "${launcher[@]}" >/dev/null
+nice cmake --build "$build" --target bench_list bench_cycle bench_save raw_read qxprostru -j"${QX_JOBS:-2}" >/dev/null
+
+bin() { find "$build" -maxdepth 2 -type f -name "$1" -perm -u+x | head -n 1; }
+bench_list=$(bin bench_list)
+bench_cycle=$(bin bench_cycle)
+bench_save=$(bin bench_save)
+raw_read=$(bin raw_read)
+host=$(bin qxprostru)
+
+work=$(mktemp -d /tmp/qxbench.XXXXXX)
+pgbin=$(ls -d /usr/lib/postgresql/*/bin 2>/dev/null | sort -V | tail -n 1 || true)
+pgdir=
+as_pg() {
+    if [ "$(id -u)" = 0 ]; then runuser -u postgres -- "$@"; else "$@"; fi
+}
+cleanup() {
+    if [ -n "$pgdir" ] && [ -d "$pgdir" ]; then
+        as_pg "$pgbin/pg_ctl" -D "$pgdir/data" -m immediate -w stop >/dev/null 2>&1 || true
+        rm -rf "$pgdir"
+    fi
+    rm -rf "$work"
+}
+trap cleanup EXIT
+export QX_SYSTEM_DIR=$work/system
+mkdir -p "$QX_SYSTEM_DIR"
+export QT_QPA_PLATFORM=offscreen
+
+median() { sort -g | awk '{v[NR]=$1} END {print v[int((NR+1)/2)]}'; }
+now_ms() { echo $(( $(date +%s%N) / 1000000 )); }
+
+# The whole process against the plain reader, alternately, `rounds` times.
+whole_process() {
+    local connection=$1 ratios=() peaks=() hosts=() raws=()
+    for _ in $(seq "$rounds"); do
+        local t0 t1 t2
+        t0=$(now_ms)
+        "$raw_read" "$connection" >/dev/null
+        t1=$(now_ms)
+        /usr/bin/time -f '%M' -o "$work/rss" "$host" "$connection" --screenshot "$work/shot.png" >/dev/null 2>&1
+        t2=$(now_ms)
+        raws+=($((t1 - t0)))
+        hosts+=($((t2 - t1)))
+        ratios+=("$(awk -v a=$((t2 - t1)) -v b=$((t1 - t0)) 'BEGIN {printf "%.2f", a / b}')")
+        peaks+=("$(cat "$work/rss")")
+    done
+    echo "  whole process (start, load, paint, exit): $(printf '%s\n' "${hosts[@]}" | median) ms;" \
+         "plain reader $(printf '%s\n' "${raws[@]}" | median) ms;" \
+         "ratio $(printf '%s\n' "${ratios[@]}" | median)x (median of $rounds);" \
+         "peak $(( $(printf '%s\n' "${peaks[@]}" | median) / 1024 )) MiB"
+}
+
+echo "== SQLite ($(nproc) cores, load average $(cut -d' ' -f1-3 /proc/loadavg))"
+"$bench_list" --generate "sqlite:$work/large.db" >/dev/null
+echo "  company file $(( $(stat -c %s "$work/large.db") / 1048576 )) MiB"
+"$bench_list" "sqlite:$work/large.db" | sed 's/^/  /'
+whole_process "sqlite:$work/large.db"
+"$bench_save" | sed 's/^/  /'
+
+pg=${QX_TEST_PG:-}
+if [ -z "$pg" ] && [ -n "$pgbin" ] && [ -x "$pgbin/initdb" ]; then
+    pgdir=$(mktemp -d /tmp/qxpg.XXXXXX)
+    if [ "$(id -u)" = 0 ]; then chown postgres: "$pgdir"; fi
+    as_pg "$pgbin/initdb" -D "$pgdir/data" -U postgres -A trust -E UTF8 --locale=C >"$pgdir/initdb.log" 2>&1 ||
+        { cat "$pgdir/initdb.log"; exit 1; }
+    as_pg "$pgbin/pg_ctl" -D "$pgdir/data" -l "$pgdir/server.log" -w \
+        -o "-c listen_addresses='' -c unix_socket_directories='$pgdir' -c fsync=off" start >/dev/null ||
+        { cat "$pgdir/server.log"; exit 1; }
+    pg="postgresql://postgres@/postgres?host=$pgdir"
+fi
+if [ -n "$pg" ]; then
+    echo "== PostgreSQL"
+    host_part=${pg#*\?}
+    company="postgresql://postgres@/qx_bench_list?$host_part"
+    psql "$pg" -q -c "drop database if exists qx_bench_list" -c "create database qx_bench_list" >/dev/null
+    "$bench_list" --generate "$company" >/dev/null
+    "$bench_list" "$company" | sed 's/^/  /'
+    whole_process "$company"
+    "$bench_save" --pg "$pg" | sed 's/^/  /'
+    psql "$pg" -q -c "drop database if exists qx_bench_list" >/dev/null
+    "$bench_cycle" --pg "$pg" | sed 's/^/  /'
+else
+    echo "== PostgreSQL: no server (set QX_TEST_PG or install postgresql)"
+    "$bench_cycle" | sed 's/^/  /'
+fi

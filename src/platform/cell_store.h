@@ -1,0 +1,100 @@
+#pragma once
+
+// The cells of a recordset, held compactly. Each column keeps its distinct values once and a
+// reference of one, two or four bytes per row; texts are bare characters in one block per column,
+// without an object per cell (a column whose texts nearly all differ, codes and names, stops
+// looking them up). A cell reads back as exactly the value it was given (its type, its
+// null-ness, its text).
+
+#include <QHash>
+#include <QString>
+#include <QVariant>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qx {
+
+class CellColumn {
+public:
+    size_t size() const { return rows_; }
+    QVariant at(size_t row) const;
+    // The characters of a text cell, without a copy; false for any other cell.
+    bool textView(size_t row, QStringView& out) const
+    {
+        const uint32_t r = ref(row);
+        if (!(r & 1)) return false;
+        const size_t i = r >> 1;
+        out = QStringView(chars_.data() + starts_[i], qsizetype(starts_[i + 1] - starts_[i]));
+        return true;
+    }
+    void push(const QVariant& v);
+    // A non-null text as UTF-8 bytes, straight from a driver: no text object is made for a text
+    // the column already holds.
+    void pushText(const char* utf8, int bytes);
+    void set(size_t row, const QVariant& v);
+    // After a fetch: references as narrow as the values allow; the fetch's lookups dropped.
+    void finish();
+    void clear();
+
+private:
+    uint32_t intern(const QVariant& v);
+    uint32_t ref(size_t row) const;
+    void putRef(size_t row, uint32_t r);
+    void setWidth(int width);
+    void fits(uint32_t r);
+    void append(uint32_t r);
+    uint32_t addValue(const QVariant& v);
+    uint32_t addApart(const QString& s);
+    uint32_t lookUpText(const char* utf8, int bytes);
+    uint32_t lookUpString(const QString& text);
+    void dropLookups();
+    bool sameAsRef(uint32_t r, const QVariant& v) const;
+
+    std::vector<QVariant> values_;  // distinct values other than texts (reference 2*i)
+    std::vector<QChar> chars_;      // texts (reference 2*i+1): chars_[starts_[i]..starts_[i+1])
+    std::vector<uint32_t> starts_{0};
+    mutable std::vector<QString> shared_;  // texts handed out, of a column of few texts
+    std::vector<uint8_t> refs_;
+    int width_ = 0;     // bytes per reference; 0: every row holds same_
+    uint32_t same_ = 0;
+    size_t rows_ = 0;
+    bool unique_ = false;  // nearly every text differs: new texts are stored without a lookup
+    bool finished_ = false;
+    uint32_t last_ = UINT32_MAX;  // the reference pushed last
+    std::vector<uint32_t> slots16_;  // while fetching through a driver: text numbers by their text
+    size_t looked16_ = 0;
+    // While fetching: the texts' UTF-8 bytes one after another, and a table of text numbers by them.
+    std::string utf8_;
+    std::vector<uint32_t> utf8Ends_;
+    std::vector<uint32_t> slots_;
+    std::string lastBytes_;                            // the bytes of the text pushed last
+    bool lastIsText_ = false;
+    QHash<quint64, uint32_t> numbers_;
+    std::vector<std::pair<int, uint32_t>> nulls_;  // per type of null: its value
+};
+
+class CellStore {
+public:
+    void reset(int columns);
+    size_t rows() const { return columns_.empty() ? count_ : columns_.front().size(); }
+    int columns() const { return int(columns_.size()); }
+    QVariant at(size_t row, int col) const { return columns_[size_t(col)].at(row); }
+    bool textView(size_t row, int col, QStringView& out) const { return columns_[size_t(col)].textView(row, out); }
+    std::vector<QVariant> row(size_t r) const;
+    void push(int col, const QVariant& v) { columns_[size_t(col)].push(v); }
+    void pushText(int col, const char* utf8, int bytes) { columns_[size_t(col)].pushText(utf8, bytes); }
+    void endRow() { ++count_; }
+    void appendRow(const std::vector<QVariant>& cells);
+    void setRow(size_t r, const std::vector<QVariant>& cells);
+    void finish();
+    void clear();
+
+private:
+    std::vector<CellColumn> columns_;
+    size_t count_ = 0;  // rows of a store without columns
+};
+
+}  // namespace qx
