@@ -8,26 +8,15 @@
 # copy. A mutant whose snippet is missing or not unique is reported as stale, never skipped
 # silently. The real work tree is only read.
 #
-#   bash scripts/mutants.sh [PATTERN]          run the mutants whose name matches PATTERN (grep -E)
+#   bash scripts/mutants.sh [PATTERN]          run the mutants whose name matches PATTERN (a regex)
 #   bash scripts/mutants.sh --list [PATTERN]   list the mutants
 #   bash scripts/mutants.sh --check [PATTERN]  only verify that every snippet matches exactly once
 #
-# Environment: QX_MUTANT_DIR (scratch directory, default a fresh mktemp -d; kept for reuse when
-# given), QX_MUTANT_TIMEOUT (seconds per mutant's test run, default 900), QX_JOBS (default 2).
+# Environment: QX_MUTANT_LIST (another list), QX_MUTANT_DIR (scratch directory, kept for the next
+# run; default a fresh mktemp -d of which only the logs stay), QX_MUTANT_TIMEOUT (seconds per
+# mutant's test run, default 900), QX_JOBS (default 2), QX_MUTANT_BASELINE=0 (skip the first
+# test run of the unchanged tree).
 set -uo pipefail
-cd "$(dirname "$0")/.." || exit 1
-root=$(pwd)
-list=$root/scripts/mutants.txt
-jobs=${QX_JOBS:-2}
-limit=${QX_MUTANT_TIMEOUT:-900}
-
-mode=run
-case "${1:-}" in
-    --list) mode=list; shift ;;
-    --check) mode=check; shift ;;
-    -h|--help) sed -n '2,17p' "$0"; exit 0 ;;
-esac
-pattern=${1:-}
 
 # mutant_tool ACTION LIST TREE [NAME]: one small reader of the mutant list.
 #   names            prints the names matching $pattern (one a line)
@@ -80,84 +69,111 @@ if action == "apply":
 PY
 }
 
-mapfile -t names < <(mutant_tool names "$list" "$root" "$pattern") || exit 1
-[ ${#names[@]} -gt 0 ] || { echo "no mutant matches '$pattern'" >&2; exit 1; }
+# The whole run is one function, read before it starts: editing this file meanwhile is safe.
+main() {
+    cd "$(dirname "$0")/.." || exit 1
+    root=$(pwd)
+    list=${QX_MUTANT_LIST:-$root/scripts/mutants.txt}
+    jobs=${QX_JOBS:-2}
+    limit=${QX_MUTANT_TIMEOUT:-900}
 
-if [ "$mode" = list ]; then
-    for n in "${names[@]}"; do printf '%-40s %s\n' "$n" "$(mutant_tool show "$list" "$root" "$n")"; done
-    exit 0
-fi
+    mode=run
+    case "${1:-}" in
+        --list) mode=list; shift ;;
+        --check) mode=check; shift ;;
+        -h|--help) sed -n '2,/^set /{/^#/p}' "$0"; exit 0 ;;
+    esac
+    pattern=${1:-}
 
-if [ "$mode" = check ]; then
-    bad=0
-    for n in "${names[@]}"; do
-        mutant_tool check "$list" "$root" "$n" || bad=$((bad + 1))
-    done
-    echo "${#names[@]} mutants, $bad stale"
-    [ "$bad" = 0 ]
-    exit
-fi
 
-# The scratch copy: tracked files as they are in the work tree now (edits included).
-if [ -n "${QX_MUTANT_DIR:-}" ]; then
-    scratch=$QX_MUTANT_DIR
-    mkdir -p "$scratch"
-else
-    scratch=$(mktemp -d /tmp/qxmutants.XXXXXX)
-    # Keep only the logs of a throwaway scratch directory.
-    trap 'rm -rf "$scratch/src-tree" "$scratch/pristine" "$scratch/build"' EXIT
-fi
-src=$scratch/src-tree
-pristine=$scratch/pristine
-build=$scratch/build
-rm -rf "$src" "$pristine"
-mkdir -p "$src" "$pristine"
-git -C "$root" ls-files -z | (cd "$root" && xargs -0 cp --parents -t "$src" 2>/dev/null)
-git -C "$root" ls-files -z | (cd "$root" && xargs -0 cp --parents -t "$pristine" 2>/dev/null)
+    mapfile -t names < <(mutant_tool names "$list" "$root" "$pattern") || exit 1
+    [ ${#names[@]} -gt 0 ] || { echo "no mutant matches '$pattern'" >&2; exit 1; }
 
-CCACHE_BASEDIR=$(dirname "$scratch")
-export CCACHE_BASEDIR CCACHE_DIR=${CCACHE_DIR:-/work/.ccache} QT_QPA_PLATFORM=offscreen
-unset QX_TEST_PG
-log=$scratch/logs
-mkdir -p "$log"
-
-echo "scratch: $scratch"
-cmake -S "$src" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug \
-    -DCMAKE_CXX_COMPILER_LAUNCHER=ccache >"$log/configure.log" 2>&1 ||
-    { cat "$log/configure.log"; exit 1; }
-echo "building the unchanged tree ..."
-nice cmake --build "$build" -j"$jobs" >"$log/build-baseline.log" 2>&1 ||
-    { tail -n 40 "$log/build-baseline.log"; echo "the unchanged tree does not build" >&2; exit 1; }
-
-caught=() survived=() nobuild=() stale=() slow=()
-for n in "${names[@]}"; do
-    file=$(mutant_tool show "$list" "$src" "$n")
-    if ! mutant_tool apply "$list" "$src" "$n" 2>"$log/$n.stale"; then
-        stale+=("$n"); echo "STALE     $n: $(cat "$log/$n.stale")"; continue
+    if [ "$mode" = list ]; then
+        for n in "${names[@]}"; do printf '%-40s %s\n' "$n" "$(mutant_tool show "$list" "$root" "$n")"; done
+        exit 0
     fi
-    start=$(date +%s)
-    if ! nice cmake --build "$build" -j"$jobs" >"$log/$n.build" 2>&1; then
-        nobuild+=("$n"); verdict="NOBUILD  "
+
+    if [ "$mode" = check ]; then
+        bad=0
+        for n in "${names[@]}"; do
+            mutant_tool check "$list" "$root" "$n" || bad=$((bad + 1))
+        done
+        echo "${#names[@]} mutants, $bad stale"
+        [ "$bad" = 0 ]
+        exit
+    fi
+
+    # The scratch copy: tracked files as they are in the work tree now (edits included).
+    if [ -n "${QX_MUTANT_DIR:-}" ]; then
+        scratch=$QX_MUTANT_DIR
+        mkdir -p "$scratch"
     else
-        (cd "$build" && timeout "$limit" nice ctest -j"$jobs" --output-on-failure) >"$log/$n.test" 2>&1
-        rc=$?
-        if [ "$rc" = 124 ]; then slow+=("$n"); caught+=("$n"); verdict="TIMEOUT  "
-        elif [ "$rc" != 0 ]; then caught+=("$n"); verdict="CAUGHT   "
-        else survived+=("$n"); verdict="SURVIVED "
-        fi
+        scratch=$(mktemp -d /tmp/qxmutants.XXXXXX)
+        # Keep only the logs of a throwaway scratch directory.
+        trap 'rm -rf "$scratch/src-tree" "$scratch/pristine" "$scratch/build"' EXIT
     fi
-    cp "$pristine/$file" "$src/$file"
-    echo "$verdict $n ($file, $(( $(date +%s) - start ))s)"
-done
-# Leave the build matching the pristine tree for the next run in the same directory.
-nice cmake --build "$build" -j"$jobs" >/dev/null 2>&1 || true
+    src=$scratch/src-tree
+    pristine=$scratch/pristine
+    build=$scratch/build
+    rm -rf "$src" "$pristine"
+    mkdir -p "$src" "$pristine"
+    git -C "$root" ls-files -z | (cd "$root" && xargs -0 cp --parents -t "$src" 2>/dev/null)
+    git -C "$root" ls-files -z | (cd "$root" && xargs -0 cp --parents -t "$pristine" 2>/dev/null)
 
-ran=$(( ${#caught[@]} + ${#survived[@]} ))
-echo
-echo "caught / total: ${#caught[@]} / $ran   (did not compile: ${#nobuild[@]}, stale: ${#stale[@]})"
-[ ${#slow[@]} = 0 ] || echo "caught by the time limit: ${slow[*]}"
-[ ${#nobuild[@]} = 0 ] || echo "did not compile: ${nobuild[*]}"
-[ ${#stale[@]} = 0 ] || echo "stale (snippet missing or not unique): ${stale[*]}"
-[ ${#survived[@]} = 0 ] || echo "survivors: ${survived[*]}"
-echo "logs: $log"
-[ ${#stale[@]} = 0 ]
+    CCACHE_BASEDIR=$(dirname "$scratch")
+    export CCACHE_BASEDIR CCACHE_DIR=${CCACHE_DIR:-/work/.ccache} QT_QPA_PLATFORM=offscreen
+    unset QX_TEST_PG
+    log=$scratch/logs
+    mkdir -p "$log"
+
+    echo "scratch: $scratch"
+    cmake -S "$src" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug \
+        -DCMAKE_CXX_COMPILER_LAUNCHER=ccache >"$log/configure.log" 2>&1 ||
+        { cat "$log/configure.log"; exit 1; }
+    echo "building the unchanged tree ..."
+    nice cmake --build "$build" -j"$jobs" >"$log/build-baseline.log" 2>&1 ||
+        { tail -n 40 "$log/build-baseline.log"; echo "the unchanged tree does not build" >&2; exit 1; }
+    # Every test must pass without a fault, or a failure would say nothing about the mutant.
+    if [ "${QX_MUTANT_BASELINE:-1}" != 0 ]; then
+        echo "testing the unchanged tree ..."
+        (cd "$build" && timeout -k 30 "$limit" nice ctest -j"$jobs" --output-on-failure) \
+            >"$log/test-baseline.log" 2>&1 ||
+            { tail -n 40 "$log/test-baseline.log"; echo "the unchanged tree fails its tests" >&2; exit 1; }
+    fi
+
+    caught=() survived=() nobuild=() stale=() slow=()
+    for n in "${names[@]}"; do
+        file=$(mutant_tool show "$list" "$src" "$n")
+        if ! mutant_tool apply "$list" "$src" "$n" 2>"$log/$n.stale"; then
+            stale+=("$n"); echo "STALE     $n: $(cat "$log/$n.stale")"; continue
+        fi
+        start=$(date +%s)
+        if ! nice cmake --build "$build" -j"$jobs" >"$log/$n.build" 2>&1; then
+            nobuild+=("$n"); verdict="NOBUILD  "
+        else
+            (cd "$build" && timeout -k 30 "$limit" nice ctest -j"$jobs" --output-on-failure) >"$log/$n.test" 2>&1
+            rc=$?
+            if [ "$rc" = 124 ]; then slow+=("$n"); caught+=("$n"); verdict="TIMEOUT  "
+            elif [ "$rc" != 0 ]; then caught+=("$n"); verdict="CAUGHT   "
+            else survived+=("$n"); verdict="SURVIVED "
+            fi
+        fi
+        cp "$pristine/$file" "$src/$file"
+        echo "$verdict $n ($file, $(( $(date +%s) - start ))s)"
+    done
+    # Leave the build matching the pristine tree for the next run in the same directory.
+    nice cmake --build "$build" -j"$jobs" >/dev/null 2>&1 || true
+
+    ran=$(( ${#caught[@]} + ${#survived[@]} ))
+    echo
+    echo "caught / total: ${#caught[@]} / $ran   (did not compile: ${#nobuild[@]}, stale: ${#stale[@]})"
+    [ ${#slow[@]} = 0 ] || echo "caught by the time limit: ${slow[*]}"
+    [ ${#nobuild[@]} = 0 ] || echo "did not compile: ${nobuild[*]}"
+    [ ${#stale[@]} = 0 ] || echo "stale (snippet missing or not unique): ${stale[*]}"
+    [ ${#survived[@]} = 0 ] || echo "survivors: ${survived[*]}"
+    echo "logs: $log"
+    [ ${#stale[@]} = 0 ]
+}
+
+main "$@"
