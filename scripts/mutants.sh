@@ -129,7 +129,7 @@ main() {
 
     echo "scratch: $scratch"
     cmake -S "$src" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug \
-        -DCMAKE_CXX_COMPILER_LAUNCHER=ccache >"$log/configure.log" 2>&1 ||
+        -DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DQX_BUILD_BENCH=OFF >"$log/configure.log" 2>&1 ||
         { cat "$log/configure.log"; exit 1; }
     echo "building the unchanged tree ..."
     nice cmake --build "$build" -j"$jobs" >"$log/build-baseline.log" 2>&1 ||
