@@ -85,7 +85,6 @@ main() {
     esac
     pattern=${1:-}
 
-
     mapfile -t names < <(mutant_tool names "$list" "$root" "$pattern") || exit 1
     [ ${#names[@]} -gt 0 ] || { echo "no mutant matches '$pattern'" >&2; exit 1; }
 
@@ -154,7 +153,7 @@ main() {
         else
             (cd "$build" && timeout -k 30 "$limit" nice ctest -j"$jobs" --output-on-failure) >"$log/$n.test" 2>&1
             rc=$?
-            if [ "$rc" = 124 ]; then slow+=("$n"); caught+=("$n"); verdict="TIMEOUT  "
+            if [ "$rc" = 124 ] || [ "$rc" = 137 ]; then slow+=("$n"); caught+=("$n"); verdict="TIMEOUT  "
             elif [ "$rc" != 0 ]; then caught+=("$n"); verdict="CAUGHT   "
             else survived+=("$n"); verdict="SURVIVED "
             fi
@@ -176,4 +175,4 @@ main() {
     [ ${#stale[@]} = 0 ]
 }
 
-main "$@"
+main "$@"; exit $?
