@@ -5,7 +5,7 @@
 # snippet's replacement. The script copies the tracked files once to a scratch directory,
 # configures one Debug build there, then for each mutant: applies it to the scratch copy, builds,
 # runs the SQLite tests (ctest; PostgreSQL cases skip) and restores the file from a pristine
-# copy. A mutant whose snippet is missing or not unique is reported as stale, never skipped
+# copy. A mutant's test run stops at its first failing test. A mutant whose snippet is missing or not unique is reported as stale, never skipped
 # silently. The real work tree is only read.
 #
 #   bash scripts/mutants.sh [PATTERN]          run the mutants whose name matches PATTERN (a regex)
@@ -151,7 +151,8 @@ main() {
         if ! nice cmake --build "$build" -j"$jobs" >"$log/$n.build" 2>&1; then
             nobuild+=("$n"); verdict="NOBUILD  "
         else
-            (cd "$build" && timeout -k 30 "$limit" nice ctest -j"$jobs" --output-on-failure) >"$log/$n.test" 2>&1
+            # A mutant is caught by its first failing test: the rest of the run would tell nothing more.
+            (cd "$build" && timeout -k 30 "$limit" nice ctest -j"$jobs" --stop-on-failure --output-on-failure) >"$log/$n.test" 2>&1
             rc=$?
             if [ "$rc" = 124 ] || [ "$rc" = 137 ]; then slow+=("$n"); caught+=("$n"); verdict="TIMEOUT  "
             elif [ "$rc" != 0 ]; then caught+=("$n"); verdict="CAUGHT   "
