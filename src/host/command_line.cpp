@@ -70,8 +70,8 @@ ReadArguments readArguments(const QStringList& args, qsizetype from, const QList
             if (i + 1 >= args.size()) return refuse(text::optionNeedsValue(name));
             value = args[++i];
         }
-        if (spec->judge)
-            if (const QString why = spec->judge(value); !why.isEmpty()) return refuse(why);
+        if (const QString why = spec->judge ? spec->judge(value) : QString(); !why.isEmpty())
+            return refuse(why);
         if (value.isEmpty()) return refuse(text::optionNeedsValue(name));
         read.values.insert(name, value);
     }
