@@ -29,8 +29,8 @@ CommandLineResult checkMainOptions(const CommandLine& cmd)
 
 }  // namespace
 
-ReadArguments readArguments(const QStringList& args, qsizetype from, const QList<OptionSpec>& known,
-                            bool dashDashEndsOptions)
+ReadArguments readArguments(const QStringList& args, qsizetype from,
+                            const QList<KnownOption>& known, bool dashDashEndsOptions)
 {
     ReadArguments read;
     auto refuse = [&](const QString& why) {
@@ -57,12 +57,12 @@ ReadArguments readArguments(const QStringList& args, qsizetype from, const QList
             value = a.mid(eq + 1);
             inlineValue = true;
         }
-        const auto spec = std::find_if(known.begin(), known.end(),
-                                       [&](const OptionSpec& o) { return o.name == name; });
-        if (spec == known.end()) return refuse(text::unknownOption(name));
+        const auto option = std::find_if(known.begin(), known.end(),
+                                         [&](const KnownOption& o) { return o.name == name; });
+        if (option == known.end()) return refuse(text::unknownOption(name));
         if (read.options.contains(name)) return refuse(text::optionRepeated(name));
         read.options << name;
-        if (!spec->takesValue) {
+        if (!option->takesValue) {
             if (inlineValue) return refuse(text::unknownOption(a));
             continue;
         }
@@ -70,7 +70,7 @@ ReadArguments readArguments(const QStringList& args, qsizetype from, const QList
             if (i + 1 >= args.size()) return refuse(text::optionNeedsValue(name));
             value = args[++i];
         }
-        if (const QString why = spec->judge ? spec->judge(value) : QString(); !why.isEmpty())
+        if (const QString why = option->judge ? option->judge(value) : QString(); !why.isEmpty())
             return refuse(why);
         if (value.isEmpty()) return refuse(text::optionNeedsValue(name));
         read.values.insert(name, value);

@@ -19,7 +19,7 @@
 namespace qx {
 
 // One option a job of the host knows.
-struct OptionSpec {
+struct KnownOption {
     QString name;             // with its dashes: "--qty"
     bool takesValue = false;  // "--name value" or "--name=value"; otherwise a flag
     // Judges the value as it is read: a refusal is given as it stands, not as a bad command line.
@@ -42,8 +42,8 @@ struct ReadArguments {
 // itself unless `dashDashEndsOptions`: then the first "--" ends the options and everything after
 // it is positional. An unknown or repeated option, a flag given a value and a missing or empty
 // value are refused; `error` names the first of them (without the "bad command line" prefix).
-ReadArguments readArguments(const QStringList& args, qsizetype from, const QList<OptionSpec>& known,
-                            bool dashDashEndsOptions = false);
+ReadArguments readArguments(const QStringList& args, qsizetype from,
+                            const QList<KnownOption>& known, bool dashDashEndsOptions = false);
 
 struct CommandLine {
     enum class Job { Main, Demo, Verify, CheckCycle, Help };

@@ -40,7 +40,7 @@ QString parse(const QStringList& args, ExplorerCommand& cmd)
 {
     const QString job = args.front();
     cmd.direction = job == QLatin1String("explode") ? explorer::Direction::Down : explorer::Direction::Up;
-    QList<OptionSpec> known{{QStringLiteral("--xlsx"), true},
+    QList<KnownOption> known{{QStringLiteral("--xlsx"), true},
                             {QStringLiteral("--csv"), true},
                             {QStringLiteral("--summary")}};
     // Only an explosion is of a quantity; where-used does not know the option.
