@@ -30,16 +30,9 @@ raw_read=$(bin raw_read)
 host=$(bin qxprostru)
 
 work=$(mktemp -d /tmp/qxbench.XXXXXX)
-pgbin=$(ls -d /usr/lib/postgresql/*/bin 2>/dev/null | sort -V | tail -n 1 || true)
-pgdir=
-as_pg() {
-    if [ "$(id -u)" = 0 ]; then runuser -u postgres -- "$@"; else "$@"; fi
-}
+source "$root/scripts/pg_cluster.sh"
 cleanup() {
-    if [ -n "$pgdir" ] && [ -d "$pgdir" ]; then
-        as_pg "$pgbin/pg_ctl" -D "$pgdir/data" -m immediate -w stop >/dev/null 2>&1 || true
-        rm -rf "$pgdir"
-    fi
+    pg_cluster_stop
     rm -rf "$work"
 }
 trap cleanup EXIT
@@ -79,16 +72,7 @@ whole_process "sqlite:$work/large.db"
 "$bench_save" | sed 's/^/  /'
 
 pg=${QX_TEST_PG:-}
-if [ -z "$pg" ] && [ -n "$pgbin" ] && [ -x "$pgbin/initdb" ]; then
-    pgdir=$(mktemp -d /tmp/qxpg.XXXXXX)
-    if [ "$(id -u)" = 0 ]; then chown postgres: "$pgdir"; fi
-    as_pg "$pgbin/initdb" -D "$pgdir/data" -U postgres -A trust -E UTF8 --locale=C >"$pgdir/initdb.log" 2>&1 ||
-        { cat "$pgdir/initdb.log"; exit 1; }
-    as_pg "$pgbin/pg_ctl" -D "$pgdir/data" -l "$pgdir/server.log" -w \
-        -o "-c listen_addresses='' -c unix_socket_directories='$pgdir' -c fsync=off" start >/dev/null ||
-        { cat "$pgdir/server.log"; exit 1; }
-    pg="postgresql://postgres@/postgres?host=$pgdir"
-fi
+if [ -z "$pg" ] && pg_cluster_start; then pg=$pg_cluster_url; fi
 if [ -n "$pg" ]; then
     echo "== PostgreSQL"
     host_part=${pg#*\?}

@@ -16,31 +16,10 @@ export QX_SOAK_RESTARTS=${QX_SOAK_RESTARTS:-12}
 cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=${QX_BUILD_TYPE:-RelWithDebInfo} >/dev/null
 cmake --build "$build" --target test_workstations -j"${QX_JOBS:-2}"
 
-pgbin=$(ls -d /usr/lib/postgresql/*/bin 2>/dev/null | sort -V | tail -n 1 || true)
-pgdir=
-as_pg() {
-    if [ "$(id -u)" = 0 ]; then
-        runuser -u postgres -- "$@"
-    else
-        "$@"
-    fi
-}
-stop_cluster() {
-    if [ -n "$pgdir" ] && [ -d "$pgdir" ]; then
-        as_pg "$pgbin/pg_ctl" -D "$pgdir/data" -m immediate -w stop >/dev/null 2>&1 || true
-        rm -rf "$pgdir"
-    fi
-}
-trap stop_cluster EXIT
-if [ -n "$pgbin" ] && [ -x "$pgbin/initdb" ] && [ -z "${QX_TEST_PG:-}" ]; then
-    pgdir=$(mktemp -d /tmp/qxpg.XXXXXX)
-    if [ "$(id -u)" = 0 ]; then chown postgres: "$pgdir"; fi
-    as_pg "$pgbin/initdb" -D "$pgdir/data" -U postgres -A trust -E UTF8 --locale=C >"$pgdir/initdb.log" 2>&1 ||
-        { cat "$pgdir/initdb.log"; exit 1; }
-    as_pg "$pgbin/pg_ctl" -D "$pgdir/data" -l "$pgdir/server.log" -w \
-        -o "-c listen_addresses='' -c unix_socket_directories='$pgdir' -c fsync=off -c max_connections=200" \
-        start >/dev/null || { cat "$pgdir/server.log"; exit 1; }
-    export QX_TEST_PG="postgresql://postgres@/postgres?host=$pgdir"
+source "$root/scripts/pg_cluster.sh"
+trap pg_cluster_stop EXIT
+if [ -z "${QX_TEST_PG:-}" ] && pg_cluster_start max_connections=200; then
+    export QX_TEST_PG=$pg_cluster_url
 fi
 
 # The workstations report through stdout; the figures are the lines in brackets.

@@ -9,36 +9,11 @@ build=${QX_BUILD_DIR:-$root/build}
 cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=${QX_BUILD_TYPE:-RelWithDebInfo}
 cmake --build "$build" -j"${QX_JOBS:-2}"
 
-# A cluster of our own, reachable only through a socket in its own directory, so that it never
-# meets a server the machine already runs (the Debian package may have started one).
-pgbin=$(ls -d /usr/lib/postgresql/*/bin 2>/dev/null | sort -V | tail -n 1 || true)
-pgdir=
-as_pg() {
-    if [ "$(id -u)" = 0 ]; then
-        runuser -u postgres -- "$@"
-    else
-        "$@"
-    fi
-}
-stop_cluster() {
-    if [ -n "$pgdir" ] && [ -d "$pgdir" ]; then
-        as_pg "$pgbin/pg_ctl" -D "$pgdir/data" -m immediate -w stop >/dev/null 2>&1 || true
-        rm -rf "$pgdir"
-    fi
-}
-trap stop_cluster EXIT
-
-if [ -n "$pgbin" ] && [ -x "$pgbin/initdb" ]; then
-    pgdir=$(mktemp -d /tmp/qxpg.XXXXXX)
-    if [ "$(id -u)" = 0 ]; then
-        chown postgres: "$pgdir"
-    fi
-    as_pg "$pgbin/initdb" -D "$pgdir/data" -U postgres -A trust -E UTF8 --locale=C >"$pgdir/initdb.log" 2>&1 ||
-        { cat "$pgdir/initdb.log"; exit 1; }
-    as_pg "$pgbin/pg_ctl" -D "$pgdir/data" -l "$pgdir/server.log" -w \
-        -o "-c listen_addresses='' -c unix_socket_directories='$pgdir' -c fsync=off -c max_connections=200" \
-        start >/dev/null || { cat "$pgdir/server.log"; exit 1; }
-    export QX_TEST_PG="postgresql://postgres@/postgres?host=$pgdir"
+# PostgreSQL cases run on a throwaway cluster of our own.
+source "$root/scripts/pg_cluster.sh"
+trap pg_cluster_stop EXIT
+if pg_cluster_start max_connections=200; then
+    export QX_TEST_PG=$pg_cluster_url
     echo "PostgreSQL test cluster: $QX_TEST_PG"
 else
     echo "PostgreSQL not found under /usr/lib/postgresql: its test cases will be skipped"

@@ -121,6 +121,21 @@ TEST_P(BulkHost, ExitCodesAndReports)
     EXPECT_EQ(r.out, QStringLiteral("父项 P1：所填存货编码不存在，请修改！\n有 1 个产品结构不能替换，没有写入任何数据"));
     r = run({"replace", connection, "A2", "A3", "--factor", "x"});
     EXPECT_EQ(r.code, 2);
+    // An empty factor or an option given twice refuses the command before anything is replaced.
+    const int usesOfA2 = count("ProductStructures where cPSCode='A2'");
+    const struct {
+        QStringList args;
+        QString error;
+    } refused[] = {
+        {{"replace", connection, "A2", "A3", "--factor="}, "命令行不正确：选项 --factor 缺少取值"},
+        {{"replace", connection, "A2", "A3", "--dry-run", "--dry-run"}, "命令行不正确：选项 --dry-run 重复"},
+    };
+    for (const auto& c : refused) {
+        r = run(c.args);
+        EXPECT_EQ(r.code, 2) << c.error.toStdString();
+        EXPECT_EQ(r.err, c.error);
+    }
+    EXPECT_EQ(count("ProductStructures where cPSCode='A2'"), usesOfA2);
 }
 
 // A workstation killed while its import holds the lock of the structure it replaces: the

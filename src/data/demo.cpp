@@ -11,6 +11,7 @@
 #include <QDate>
 #include <QVariant>
 
+#include <initializer_list>
 #include <memory>
 
 namespace qx::schema {
@@ -40,6 +41,12 @@ void insertMissing(Database& db, const QString& table, const QStringList& column
                    columns.join(QLatin1Char(',')) + QStringLiteral(") values (") +
                    marks.join(QLatin1Char(',')) + QStringLiteral(")"),
                values);
+}
+
+void insertMissingRows(Database& db, const QString& table, const QStringList& columns,
+                       std::initializer_list<QVariantList> rows, int keyColumns)
+{
+    for (const QVariantList& row : rows) insertMissing(db, table, columns, row, keyColumns);
 }
 
 struct Item {
@@ -189,46 +196,52 @@ void createDemoCompany(Database& db)
                       1);
     }
 
-    const QStringList depColumns{"cDepCode", "cDepName", "cDepPerson", "bDepEnd"};
-    const QVariantList departments[] = {
-        {"01", "生产部", "刘建国", 0},   {"0101", "车架车间", "张伟", 1},
-        {"0102", "装配车间", "李娜", 1}, {"0103", "涂装车间", "王芳", 1},
-        {"02", "供应部", "陈静", 0},     {"0201", "采购科", "陈静", 1},
-        {"03", "仓储部", "赵强", 1},     {"04", "质检部", "孙丽", 1},
-    };
-    for (const auto& row : departments) insertMissing(db, QStringLiteral("department"), depColumns, row, 1);
+    insertMissingRows(db, QStringLiteral("department"),
+                      {"cDepCode", "cDepName", "cDepPerson", "bDepEnd"},
+                      {
+                          {"01", "生产部", "刘建国", 0},   {"0101", "车架车间", "张伟", 1},
+                          {"0102", "装配车间", "李娜", 1}, {"0103", "涂装车间", "王芳", 1},
+                          {"02", "供应部", "陈静", 0},     {"0201", "采购科", "陈静", 1},
+                          {"03", "仓储部", "赵强", 1},     {"04", "质检部", "孙丽", 1},
+                      },
+                      1);
 
     // 阿卜杜热合曼 has six characters: twelve bytes, more than a line's storekeeper column takes.
-    const QStringList perColumns{"cPersonCode", "cPersonName", "cDepCode"};
-    const QVariantList persons[] = {
-        {"001", "张伟", "0101"},   {"002", "李娜", "0102"},         {"003", "王芳", "0103"},
-        {"004", "赵强", "03"},     {"005", "阿卜杜热合曼", "03"},   {"006", "陈静", "0201"},
-        {"007", "欧阳明", "0102"}, {"008", "孙丽", "04"},
-    };
-    for (const auto& row : persons) insertMissing(db, QStringLiteral("person"), perColumns, row, 1);
+    insertMissingRows(db, QStringLiteral("person"), {"cPersonCode", "cPersonName", "cDepCode"},
+                      {
+                          {"001", "张伟", "0101"},   {"002", "李娜", "0102"},
+                          {"003", "王芳", "0103"},   {"004", "赵强", "03"},
+                          {"005", "阿卜杜热合曼", "03"}, {"006", "陈静", "0201"},
+                          {"007", "欧阳明", "0102"}, {"008", "孙丽", "04"},
+                      },
+                      1);
 
-    const QStringList whColumns{"cWhCode", "cWhName", "cWhValueStyle", "cDepCode"};
-    const QVariantList warehouses[] = {
-        {"01", "原材料库", "计划价法", "03"},
-        {"02", "半成品库", "全月平均法", "03"},
-        {"03", "成品库", "先进先出法", "03"},
-        {"04", "配件库", "计划价法", "03"},
-    };
-    for (const auto& row : warehouses) insertMissing(db, QStringLiteral("warehouse"), whColumns, row, 1);
+    insertMissingRows(db, QStringLiteral("warehouse"),
+                      {"cWhCode", "cWhName", "cWhValueStyle", "cDepCode"},
+                      {
+                          {"01", "原材料库", "计划价法", "03"},
+                          {"02", "半成品库", "全月平均法", "03"},
+                          {"03", "成品库", "先进先出法", "03"},
+                          {"04", "配件库", "计划价法", "03"},
+                      },
+                      1);
 
-    const QStringList caColumns{"cProcedureID", "cProcedureName", "cDeptId"};
-    const QVariantList operations[] = {
-        {"0001", "下料", "0101"}, {"0002", "焊接", "0101"}, {"0003", "喷涂", "0103"},
-        {"0004", "装配", "0102"}, {"0005", "检验", "04"},
-    };
-    for (const auto& row : operations) insertMissing(db, QStringLiteral("CA_PreDf"), caColumns, row, 1);
+    insertMissingRows(db, QStringLiteral("CA_PreDf"), {"cProcedureID", "cProcedureName", "cDeptId"},
+                      {
+                          {"0001", "下料", "0101"}, {"0002", "焊接", "0101"},
+                          {"0003", "喷涂", "0103"}, {"0004", "装配", "0102"},
+                          {"0005", "检验", "04"},
+                      },
+                      1);
 
-    const QStringList udColumns{"cid", "cAlias", "cValue"};
-    const QVariantList freeValues[] = {
-        {"20", "红", "红色"}, {"20", "蓝", "蓝色"}, {"20", "黑", "黑色"}, {"20", "银", "银灰色"},
-        {"21", "一等", "一等品"}, {"21", "二等", "二等品"}, {"21", "合格", "合格品"},
-    };
-    for (const auto& row : freeValues) insertMissing(db, QStringLiteral("userdefine"), udColumns, row, 2);
+    insertMissingRows(db, QStringLiteral("userdefine"), {"cid", "cAlias", "cValue"},
+                      {
+                          {"20", "红", "红色"},     {"20", "蓝", "蓝色"},
+                          {"20", "黑", "黑色"},     {"20", "银", "银灰色"},
+                          {"21", "一等", "一等品"}, {"21", "二等", "二等品"},
+                          {"21", "合格", "合格品"},
+                      },
+                      2);
 
     const QStringList accColumns{"cSysID", "cID", "cName", "cValue"};
     insertMissing(db, QStringLiteral("accinformation"), accColumns,
@@ -238,19 +251,18 @@ void createDemoCompany(Database& db)
     insertMissing(db, QStringLiteral("accinformation"), accColumns,
                   {"AA", "22", "bAssUnit", "TRUE"}, 2);
 
-    const QStringList itemColumns{"cID", "cName"};
-    insertMissing(db, QStringLiteral("UserDefItem"), itemColumns, {"20", "颜色"}, 1);
-    insertMissing(db, QStringLiteral("UserDefItem"), itemColumns, {"21", "等级"}, 1);
+    insertMissingRows(db, QStringLiteral("UserDefItem"), {"cID", "cName"},
+                      {{"20", "颜色"}, {"21", "等级"}}, 1);
 
     // Producing departments of the structures: assembly makes the bicycles and wheels, the frame
     // shop the frames and rims.
-    const QVariantList headers[] = {
-        {"0101", "0102"}, {"0102", "0102"}, {"0103", "0102"}, {"0201", "0101"},
-        {"0202", "0102"}, {"0203", "0102"}, {"0204", "0102"}, {"0205", "0102"},
-        {"0206", "0102"}, {"0301", "0101"}, {"0302", "0101"}, {"0303", "0102"},
-    };
-    for (const auto& row : headers)
-        insertMissing(db, QStringLiteral("ProductStructure"), {"cPSPCode", "cDepCode"}, row, 1);
+    insertMissingRows(db, QStringLiteral("ProductStructure"), {"cPSPCode", "cDepCode"},
+                      {
+                          {"0101", "0102"}, {"0102", "0102"}, {"0103", "0102"}, {"0201", "0101"},
+                          {"0202", "0102"}, {"0203", "0102"}, {"0204", "0102"}, {"0205", "0102"},
+                          {"0206", "0102"}, {"0301", "0101"}, {"0302", "0101"}, {"0303", "0102"},
+                      },
+                      1);
 
     const QStringList lineColumns{"cPSPCode", "cPSCode", "iPSQuantity", "iWasteRate", "cWhCode",
                                   "cDepCode", "cPersonName", "cProcedureName", "cFree1", "cFree2"};

@@ -3,7 +3,9 @@
 #include "bulk/component_replace.h"
 #include "bulk/structure_import.h"
 #include "data/texts.h"
+#include "host/command_line.h"
 #include "host/company_open.h"
+#include "host/list_window.h"
 #include "host/qxprostru.h"
 #include "list/frm_ps.h"
 #include "platform/database.h"
@@ -13,7 +15,6 @@
 #include "shared/list_context.h"
 
 #include <QApplication>
-#include <QFileInfo>
 
 #include <cstdio>
 #include <memory>
@@ -35,34 +36,6 @@ int fail(const QString& line)
     return 2;
 }
 
-struct Parsed {
-    QStringList positional;
-    bool replace = false;
-    bool dryRun = false;
-    QString factor;
-    QString error;
-};
-
-Parsed parse(const QStringList& args, const QStringList& flags, bool takesFactor)
-{
-    Parsed p;
-    for (qsizetype i = 1; i < args.size(); ++i) {
-        const QString& a = args[i];
-        if (!a.startsWith(QLatin1String("--")) || a.size() == 2) {
-            p.positional << a;
-        } else if (flags.contains(a)) {
-            (a == QLatin1String("--replace") ? p.replace : p.dryRun) = true;
-        } else if (takesFactor && a.startsWith(QLatin1String("--factor"))) {
-            if (a.startsWith(QLatin1String("--factor="))) p.factor = a.mid(9);
-            else if (a == QLatin1String("--factor") && i + 1 < args.size()) p.factor = args[++i];
-            else p.error = text::optionNeedsValue(QStringLiteral("--factor"));
-        } else {
-            p.error = text::unknownOption(a);
-        }
-    }
-    return p;
-}
-
 // Import and replace write: a company that could only be opened for reading refuses them.
 std::unique_ptr<Database> openForWriting(const QString& connection)
 {
@@ -81,17 +54,14 @@ std::unique_ptr<LoadedList> loadList(Database& db)
 {
     auto l = std::make_unique<LoadedList>();
     if (!l->host.Init(db, false)) return nullptr;
-    l->window = std::make_unique<FrmPS>();
-    l->window->setDatabase(&db);
-    l->window->setRecordsets(l->host.parentRecords(), l->host.childRecords(),
-                             l->host.joinedRecords());
-    l->window->load();
+    l->window = loadHiddenListWindow(l->host);
     return l;
 }
 
 int runImport(const QStringList& args)
 {
-    const Parsed p = parse(args, {QStringLiteral("--replace"), QStringLiteral("--dry-run")}, false);
+    const ReadArguments p =
+        readArguments(args, 1, {{QStringLiteral("--replace")}, {QStringLiteral("--dry-run")}});
     if (!p.error.isEmpty()) return fail(text::badCommandLine(p.error));
     if (p.positional.size() != 2) return fail(text::badCommandLine(text::wrongArgumentCount(args[0])));
     auto db = openForWriting(p.positional[0]);
@@ -99,8 +69,8 @@ int runImport(const QStringList& args)
     auto list = loadList(*db);
     if (!list) return fail(text::kInitFailed);
     ImportOptions options;
-    options.replace = p.replace;
-    options.dryRun = p.dryRun;
+    options.replace = p.has(QStringLiteral("--replace"));
+    options.dryRun = p.has(QStringLiteral("--dry-run"));
     options.computer = list->window->context().ComputerName;
     const ImportResult result = importFile(list->window->context(), p.positional[1], options);
     const QStringList lines = result.report();
@@ -111,7 +81,7 @@ int runImport(const QStringList& args)
 
 int runTemplate(const QStringList& args)
 {
-    const Parsed p = parse(args, {}, false);
+    const ReadArguments p = readArguments(args, 1, {});
     if (!p.error.isEmpty()) return fail(text::badCommandLine(p.error));
     if (p.positional.size() != 1 && p.positional.size() != 2)
         return fail(text::badCommandLine(text::wrongArgumentCount(args[0])));
@@ -136,18 +106,21 @@ int runTemplate(const QStringList& args)
 
 int runReplace(const QStringList& args)
 {
-    const Parsed p = parse(args, {QStringLiteral("--dry-run")}, true);
+    const ReadArguments p =
+        readArguments(args, 1, {{QStringLiteral("--dry-run")}, {QStringLiteral("--factor"), true}});
     if (!p.error.isEmpty()) return fail(text::badCommandLine(p.error));
     if (p.positional.size() != 3) return fail(text::badCommandLine(text::wrongArgumentCount(args[0])));
     ReplaceRequest req;
     req.oldCode = p.positional[1];
     req.newCode = p.positional[2];
-    req.dryRun = p.dryRun;
+    req.dryRun = p.has(QStringLiteral("--dry-run"));
     req.computer = computerName();
-    if (!p.factor.isEmpty()) {
+    if (const QString factor = p.value(QStringLiteral("--factor")); !factor.isEmpty()) {
         bool ok = false;
-        req.factor = p.factor.toDouble(&ok);
-        if (!ok) return fail(text::badCommandLine(QStringLiteral("--factor ") + p.factor + QStringLiteral("：") + text::kNotANumber));
+        req.factor = factor.toDouble(&ok);
+        if (!ok)
+            return fail(text::badCommandLine(QStringLiteral("--factor ") + factor +
+                                             QStringLiteral("：") + text::kNotANumber));
     }
     auto db = openForWriting(p.positional[0]);
     const ReplaceResult result = replaceComponent(*db, req);

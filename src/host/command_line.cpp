@@ -2,6 +2,8 @@
 
 #include "data/texts.h"
 
+#include <algorithm>
+
 namespace qx {
 
 namespace {
@@ -27,26 +29,26 @@ CommandLineResult checkMainOptions(const CommandLine& cmd)
 
 }  // namespace
 
-CommandLineResult parseCommandLine(const QStringList& args)
+ReadArguments readArguments(const QStringList& args, qsizetype from,
+                            const QList<KnownOption>& known, bool dashDashEndsOptions)
 {
-    CommandLine cmd;
-    QStringList positional;
-    QStringList seenOptions;
+    ReadArguments read;
+    auto refuse = [&](const QString& why) {
+        read.error = why;
+        return read;
+    };
     bool optionsEnded = false;
-    bool firstIsData = false;  // the first positional came after "--": a database, never a job
-
-    for (qsizetype i = 0; i < args.size(); ++i) {
+    for (qsizetype i = from; i < args.size(); ++i) {
         const QString& a = args[i];
         if (optionsEnded || !a.startsWith(QLatin1String("--")) || a == QLatin1String("--")) {
-            if (a == QLatin1String("--") && !optionsEnded) {
+            if (a == QLatin1String("--") && dashDashEndsOptions && !optionsEnded) {
                 optionsEnded = true;
                 continue;
             }
-            if (positional.isEmpty()) firstIsData = optionsEnded;
-            positional << a;
+            if (read.positional.isEmpty()) read.firstIsData = optionsEnded;
+            read.positional << a;
             continue;
         }
-        // "--name=value" and "--name value" both work.
         QString name = a;
         QString value;
         bool inlineValue = false;
@@ -55,30 +57,48 @@ CommandLineResult parseCommandLine(const QStringList& args)
             value = a.mid(eq + 1);
             inlineValue = true;
         }
-        const bool takesValue = name == QLatin1String("--screenshot") || name == QLatin1String("--card") ||
-                                name == QLatin1String("--pdf") || name == QLatin1String("--structure");
-        const bool flag = name == QLatin1String("--read-only") || name == QLatin1String("--new-card") ||
-                          name == QLatin1String("--help");
-        if (!takesValue && !flag) return fail(text::unknownOption(name));
-        if (seenOptions.contains(name)) return fail(text::optionRepeated(name));
-        seenOptions << name;
-        if (flag) {
-            if (inlineValue) return fail(text::unknownOption(a));
-            if (name == QLatin1String("--read-only")) cmd.readOnly = true;
-            else if (name == QLatin1String("--new-card")) cmd.newCard = true;
-            else cmd.job = CommandLine::Job::Help;
+        const auto option = std::find_if(known.begin(), known.end(),
+                                         [&](const KnownOption& o) { return o.name == name; });
+        if (option == known.end()) return refuse(text::unknownOption(name));
+        if (read.options.contains(name)) return refuse(text::optionRepeated(name));
+        read.options << name;
+        if (!option->takesValue) {
+            if (inlineValue) return refuse(text::unknownOption(a));
             continue;
         }
         if (!inlineValue) {
-            if (i + 1 >= args.size()) return fail(text::optionNeedsValue(name));
+            if (i + 1 >= args.size()) return refuse(text::optionNeedsValue(name));
             value = args[++i];
         }
-        if (value.isEmpty()) return fail(text::optionNeedsValue(name));
-        if (name == QLatin1String("--screenshot")) cmd.screenshot = value;
-        else if (name == QLatin1String("--card")) cmd.card = value;
-        else if (name == QLatin1String("--pdf")) cmd.pdf = value;
-        else cmd.structure = value;
+        if (const QString why = option->judge ? option->judge(value) : QString(); !why.isEmpty())
+            return refuse(why);
+        if (value.isEmpty()) return refuse(text::optionNeedsValue(name));
+        read.values.insert(name, value);
     }
+    return read;
+}
+
+CommandLineResult parseCommandLine(const QStringList& args)
+{
+    const ReadArguments read = readArguments(args, 0,
+                                             {{QStringLiteral("--screenshot"), true},
+                                              {QStringLiteral("--card"), true},
+                                              {QStringLiteral("--pdf"), true},
+                                              {QStringLiteral("--structure"), true},
+                                              {QStringLiteral("--read-only")},
+                                              {QStringLiteral("--new-card")},
+                                              {QStringLiteral("--help")}},
+                                             /*dashDashEndsOptions=*/true);
+    if (!read.error.isEmpty()) return fail(read.error);
+    CommandLine cmd;
+    cmd.readOnly = read.has(QStringLiteral("--read-only"));
+    cmd.newCard = read.has(QStringLiteral("--new-card"));
+    if (read.has(QStringLiteral("--help"))) cmd.job = CommandLine::Job::Help;
+    cmd.screenshot = read.value(QStringLiteral("--screenshot"));
+    cmd.card = read.value(QStringLiteral("--card"));
+    cmd.pdf = read.value(QStringLiteral("--pdf"));
+    cmd.structure = read.value(QStringLiteral("--structure"));
+    const QStringList& positional = read.positional;
 
     if (cmd.job == CommandLine::Job::Help) return {cmd, {}};
     // No database named: the list window on the demo company of the user's data directory.
@@ -87,7 +107,7 @@ CommandLineResult parseCommandLine(const QStringList& args)
     const QString first = positional.front();
     QString command;
     qsizetype expected = 1;
-    if (firstIsData) {
+    if (read.firstIsData) {
         // a database named like a job
     } else if (first == QLatin1String("demo")) {
         cmd.job = CommandLine::Job::Demo;
@@ -102,7 +122,8 @@ CommandLineResult parseCommandLine(const QStringList& args)
     if (cmd.job != CommandLine::Job::Main) {
         command = first;
         // The jobs that do not show anything take no options.
-        if (!seenOptions.isEmpty()) return fail(text::optionNotHere(seenOptions.front(), command));
+        if (!read.options.isEmpty())
+            return fail(text::optionNotHere(read.options.front(), command));
         if (positional.size() != expected) return fail(text::wrongArgumentCount(command));
         cmd.database = positional[1];
         if (cmd.job == CommandLine::Job::CheckCycle) {

@@ -2,10 +2,9 @@
 
 #include "data/texts.h"
 #include "explorer/explorer_export.h"
+#include "host/command_line.h"
 #include "host/company_open.h"
 #include "platform/database.h"
-
-#include <QFileInfo>
 
 #include <cstdio>
 
@@ -41,51 +40,26 @@ QString parse(const QStringList& args, ExplorerCommand& cmd)
 {
     const QString job = args.front();
     cmd.direction = job == QLatin1String("explode") ? explorer::Direction::Down : explorer::Direction::Up;
-    QStringList positional;
-    QStringList seen;
-    for (qsizetype i = 1; i < args.size(); ++i) {
-        const QString& a = args[i];
-        if (!a.startsWith(QLatin1String("--")) || a == QLatin1String("--")) {
-            positional << a;
-            continue;
-        }
-        QString name = a;
-        QString value;
-        bool inlineValue = false;
-        if (const qsizetype eq = a.indexOf(QLatin1Char('=')); eq > 0) {
-            name = a.left(eq);
-            value = a.mid(eq + 1);
-            inlineValue = true;
-        }
-        const bool down = cmd.direction == explorer::Direction::Down;
-        const bool takesValue = name == QLatin1String("--xlsx") || name == QLatin1String("--csv") ||
-                                (down && name == QLatin1String("--qty"));
-        const bool flag = name == QLatin1String("--summary");
-        if (!takesValue && !flag) return text::unknownOption(name);
-        if (seen.contains(name)) return text::optionRepeated(name);
-        seen << name;
-        if (flag) {
-            if (inlineValue) return text::unknownOption(a);
-            cmd.summary = true;
-            continue;
-        }
-        if (!inlineValue) {
-            if (i + 1 >= args.size()) return text::optionNeedsValue(name);
-            value = args[++i];
-        }
-        if (name == QLatin1String("--xlsx")) cmd.xlsx = value;
-        else if (name == QLatin1String("--csv")) cmd.csv = value;
-        else {
-            const auto q = explorer::parseQuantity(value);
-            if (!q) return text::kBadQuantity;
-            cmd.quantity = *q;
-        }
-        if (value.isEmpty()) return text::optionNeedsValue(name);
-    }
+    QList<KnownOption> known{{QStringLiteral("--xlsx"), true},
+                            {QStringLiteral("--csv"), true},
+                            {QStringLiteral("--summary")}};
+    // Only an explosion is of a quantity; where-used does not know the option.
+    if (cmd.direction == explorer::Direction::Down)
+        known.append({QStringLiteral("--qty"), true, [&cmd](const QString& value) {
+                          const auto q = explorer::parseQuantity(value);
+                          if (!q) return text::kBadQuantity;
+                          cmd.quantity = *q;
+                          return QString();
+                      }});
+    const ReadArguments read = readArguments(args, 1, known);
+    if (!read.error.isEmpty()) return read.error;
+    cmd.summary = read.has(QStringLiteral("--summary"));
+    cmd.xlsx = read.value(QStringLiteral("--xlsx"));
+    cmd.csv = read.value(QStringLiteral("--csv"));
     if (!cmd.xlsx.isEmpty() && !cmd.csv.isEmpty()) return text::optionsExclusive("--xlsx", "--csv");
-    if (positional.size() != 2) return text::wrongArgumentCount(job);
-    cmd.database = positional[0];
-    cmd.code = positional[1];
+    if (read.positional.size() != 2) return text::wrongArgumentCount(job);
+    cmd.database = read.positional[0];
+    cmd.code = read.positional[1];
     return {};
 }
 

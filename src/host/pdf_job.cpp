@@ -1,9 +1,8 @@
 #include "host/pdf_job.h"
 
 #include "data/texts.h"
-#include "host/qxprostru.h"
+#include "host/list_window.h"
 #include "list/frm_ps.h"
-#include "platform/grid.h"
 #include "platform/host_facts.h"
 #include "platform/prompter.h"
 #include "print/print_commands.h"
@@ -13,34 +12,18 @@ namespace qx {
 
 int printStructureToPdf(QXProStru& host, const QString& code, const QString& file, QString* error)
 {
-    auto fail = [&](const QString& line, int status) {
-        if (error) *error = line;
-        return status;
-    };
-    if (!host.db() || !host.parentRecords() || !host.childRecords() || !host.joinedRecords())
-        return fail(text::kInitFailed, 2);
     CollectingPrompter prompter;
+    const auto window = loadHiddenListWindow(host);
+    if (!window) return jobFailed(error, text::kInitFailed, 2);
+    const int row = selectStructure(*window, code);
+    if (row == 0) return jobFailed(error, text::structureNotFound(code.trimmed()), 3);
 
-    FrmPS window;
-    window.setDatabase(host.db());
-    window.setReadOnly(host.ReadOnly());
-    window.setRecordsets(host.parentRecords(), host.childRecords(), host.joinedRecords());
-    window.load();
-
-    Grid& parents = *window.SupPS1();
-    const QString wanted = code.trimmed();
-    int row = 0;
-    for (int r = 1; r < parents.rows() && row == 0; ++r)
-        if (parents.textMatrix(r, ParentColCode).trimmed() == wanted) row = r;
-    if (row == 0) return fail(text::structureNotFound(wanted), 3);
-    parents.setRow(row);
-    window.Ffliter(parents.textMatrix(row, ParentColCode).trimmed());
-
-    const auto job = print::prepareJob(
-        print::sourceFromGrids(parents, row, *window.SupPS2(), window.context().sProStru),
-        systemDirectory());
-    if (!job) return fail(prompter.first, 4);
-    if (!print::writePdf(file, *job)) return fail(text::outputUnwritable(file), 5);
+    const auto job =
+        print::prepareJob(print::sourceFromGrids(*window->SupPS1(), row, *window->SupPS2(),
+                                                 window->context().sProStru),
+                          systemDirectory());
+    if (!job) return jobFailed(error, prompter.first, 4);
+    if (!print::writePdf(file, *job)) return jobFailed(error, text::outputUnwritable(file), 5);
     return 0;
 }
 

@@ -4,17 +4,6 @@
 
 namespace qx {
 
-namespace {
-// Line grid columns the handlers write (the card's column enum lives above this library).
-constexpr int kColChildCode = 0;
-constexpr int kColFree1 = 3;
-constexpr int kColFree2 = 4;
-constexpr int kColWarehouse = 11;
-constexpr int kColPerson = 12;
-constexpr int kColDept = 13;
-constexpr int kColOperation = 14;
-}  // namespace
-
 QString NullToText(const QVariant& value)
 {
     if (!value.isValid() || value.isNull()) return {};
@@ -50,31 +39,6 @@ void ClsRef::Ref3_Selected(Recordset& rs)
         t_.lines->setCell(t_.lines->currentRow(), kColChildCode,
                           NullToText(rs.field(QStringLiteral("cInvCode"))));
     }
-}
-
-void ClsRef::Ref4_Selected(Recordset& rs)
-{
-    writeSecondField(rs, kColWarehouse);
-}
-void ClsRef::Refnew1_Selected(Recordset& rs)
-{
-    writeSecondField(rs, kColFree1);
-}
-void ClsRef::Refnew2_Selected(Recordset& rs)
-{
-    writeSecondField(rs, kColFree2);
-}
-void ClsRef::Refnew3_Selected(Recordset& rs)
-{
-    writeSecondField(rs, kColDept);
-}
-void ClsRef::Refnew4_Selected(Recordset& rs)
-{
-    writeSecondField(rs, kColPerson);
-}
-void ClsRef::Refnew5_Selected(Recordset& rs)
-{
-    writeSecondField(rs, kColOperation);
 }
 
 }  // namespace qx

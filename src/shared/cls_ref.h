@@ -32,18 +32,27 @@ public:
 
     explicit ClsRef(Targets targets) : t_(std::move(targets)) {}
 
-    void Ref1_Selected(Recordset& rs);     // parent product -> header
-    void Ref2_Selected(Recordset& rs);     // producing department -> header
-    void Ref3_Selected(Recordset& rs);     // child product -> column 0
-    void Ref4_Selected(Recordset& rs);     // warehouse -> column 11
-    void Refnew1_Selected(Recordset& rs);  // free item 1 -> column 3
-    void Refnew2_Selected(Recordset& rs);  // free item 2 -> column 4
-    void Refnew3_Selected(Recordset& rs);  // issuing department -> column 13
-    void Refnew4_Selected(Recordset& rs);  // storekeeper -> column 12
-    void Refnew5_Selected(Recordset& rs);  // operation -> column 14
+    void Ref1_Selected(Recordset& rs);  // parent product -> header
+    void Ref2_Selected(Recordset& rs);  // producing department -> header
+    void Ref3_Selected(Recordset& rs);  // child product -> line
+    // The other line handlers: the picked record's second field into a column of the current row.
+    void Ref4_Selected(Recordset& rs) { writeSecondField(rs, kColWarehouse); }
+    void Refnew1_Selected(Recordset& rs) { writeSecondField(rs, kColFree1); }
+    void Refnew2_Selected(Recordset& rs) { writeSecondField(rs, kColFree2); }
+    void Refnew3_Selected(Recordset& rs) { writeSecondField(rs, kColDept); }  // issuing department
+    void Refnew4_Selected(Recordset& rs) { writeSecondField(rs, kColPerson); }  // storekeeper
+    void Refnew5_Selected(Recordset& rs) { writeSecondField(rs, kColOperation); }
 
 private:
-    // The line handlers: the picked record's second field into `col` of the current row.
+    // Line grid columns the handlers write (the card's column enum lives above this library).
+    static constexpr int kColChildCode = 0;
+    static constexpr int kColFree1 = 3;
+    static constexpr int kColFree2 = 4;
+    static constexpr int kColWarehouse = 11;
+    static constexpr int kColPerson = 12;
+    static constexpr int kColDept = 13;
+    static constexpr int kColOperation = 14;
+
     void writeSecondField(Recordset& rs, int col);
     Targets t_;
 };
