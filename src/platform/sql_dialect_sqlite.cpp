@@ -1,5 +1,7 @@
 #include "platform/sql_dialects.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
 #include <QSqlError>
 
 namespace qx {
@@ -24,6 +26,20 @@ public:
         // Changing the journal mode writes the file's header.
         if (!readOnly) statements << QStringLiteral("PRAGMA journal_mode=WAL");
         return statements;
+    }
+    // SQLite looks each value of the common table up through the column's index.
+    QString fromRowsMatching(const QString& table, const QString& column, const QString& cte) const override
+    {
+        return QStringLiteral("from %3 k inner join %1 t on t.%2=k.code").arg(table, column, cte);
+    }
+    // The list travels as a JSON array: its quotes and backslashes are escaped by the encoder.
+    QString inBoundList(const QString& column) const override
+    {
+        return column + QStringLiteral(" in (select value from json_each(?))");
+    }
+    QString boundList(const QStringList& values) const override
+    {
+        return QString::fromUtf8(QJsonDocument(QJsonArray::fromStringList(values)).toJson(QJsonDocument::Compact));
     }
     QString textColumn(const QString& column, int width) const override
     {
