@@ -181,19 +181,24 @@ BomGraph BomGraph::load(Database& db, const QString& code, Direction direction, 
 
 void BomGraph::readItems(Database& db, Detail detail)
 {
-    QStringList codes;
+    // Asked in the order of the codes, the order the item master's index holds them in.
+    std::vector<int> wanted;
     for (int node = 0; node < size(); ++node) {
         if (read_[size_t(node)]) continue;
         if (detail == Detail::Tree || node == root() || steps(node).empty()) {
-            codes << items_[size_t(node)].code;
+            wanted.push_back(node);
             read_[size_t(node)] = 1;
         }
     }
-    if (codes.isEmpty()) return;
+    if (wanted.empty()) return;
+    std::sort(wanted.begin(), wanted.end(), [this](int a, int b) { return rank(a) < rank(b); });
+    QStringList codes;
+    codes.reserve(qsizetype(wanted.size()));
+    for (int node : wanted) codes << items_[size_t(node)].code;
     readRows(
         db,
-        QStringLiteral("select cInvCode,cInvName,cInvStd,cInvM_Unit,iInvRCost from Inventory where ") +
-            db.dialect().inBoundList(QStringLiteral("cInvCode")),
+        QStringLiteral("select t.cInvCode,t.cInvName,t.cInvStd,t.cInvM_Unit,t.iInvRCost ") +
+            db.dialect().fromRowsInBoundList(QStringLiteral("Inventory"), QStringLiteral("cInvCode")),
         {db.dialect().boundList(codes)}, [] {},
         [this](const RowView& row) {
             const auto it = ids_.find(row.text(0));

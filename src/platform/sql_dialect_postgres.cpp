@@ -59,9 +59,9 @@ public:
     {
         return QStringLiteral("from %1 t where t.%2=any(array(select code from %3))").arg(table, column, cte);
     }
-    QString inBoundList(const QString& column) const override
+    QString fromRowsInBoundList(const QString& table, const QString& column) const override
     {
-        return column + QStringLiteral("=any(cast(? as text[]))");
+        return QStringLiteral("from %1 t where t.%2=any(cast(? as text[]))").arg(table, column);
     }
     // An array literal: every element quoted, its quotes and backslashes escaped.
     QString boundList(const QStringList& values) const override

@@ -33,9 +33,10 @@ public:
         return QStringLiteral("from %3 k inner join %1 t on t.%2=k.code").arg(table, column, cte);
     }
     // The list travels as a JSON array: its quotes and backslashes are escaped by the encoder.
-    QString inBoundList(const QString& column) const override
+    // Joined in the list's order, so that ascending texts walk the index forwards.
+    QString fromRowsInBoundList(const QString& table, const QString& column) const override
     {
-        return column + QStringLiteral(" in (select value from json_each(?))");
+        return QStringLiteral("from json_each(?) k inner join %1 t on t.%2=k.value").arg(table, column);
     }
     QString boundList(const QStringList& values) const override
     {
