@@ -1,7 +1,5 @@
 #include "platform/sql_dialects.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QSqlError>
 
 namespace qx {
@@ -32,7 +30,7 @@ public:
     {
         return QStringLiteral("from %3 k inner join %1 t on t.%2=k.code").arg(table, column, cte);
     }
-    // The list travels as a JSON array: its quotes and backslashes are escaped by the encoder.
+    // The list travels as a JSON array: quotes, backslashes and control characters escaped.
     // Joined in the list's order, so that ascending texts walk the index forwards.
     QString fromRowsInBoundList(const QString& table, const QString& column) const override
     {
@@ -40,7 +38,21 @@ public:
     }
     QString boundList(const QStringList& values) const override
     {
-        return QString::fromUtf8(QJsonDocument(QJsonArray::fromStringList(values)).toJson(QJsonDocument::Compact));
+        QString out = QStringLiteral("[");
+        for (qsizetype i = 0; i < values.size(); ++i) {
+            if (i) out += QLatin1Char(',');
+            out += QLatin1Char('"');
+            for (const QChar c : values[i]) {
+                if (c == QLatin1Char('"') || c == QLatin1Char('\\'))
+                    out += QLatin1Char('\\') + c;
+                else if (c.unicode() < 0x20)
+                    out += QStringLiteral("\\u%1").arg(c.unicode(), 4, 16, QLatin1Char('0'));
+                else
+                    out += c;
+            }
+            out += QLatin1Char('"');
+        }
+        return out + QLatin1Char(']');
     }
     QString textColumn(const QString& column, int width) const override
     {
