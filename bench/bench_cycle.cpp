@@ -9,6 +9,7 @@
 
 #include "data/common.h"
 #include "platform/database.h"
+#include "support/backend_runs.h"
 #include "support/large_company.h"
 #include "support/scratch_server.h"
 
@@ -141,37 +142,7 @@ bool benchOne(const QString& connection, const char* backendName, int reps)
 
 int main(int argc, char** argv)
 {
-    QCoreApplication app(argc, argv);
-    QString pg;
-    int reps = 5;
-    const QStringList args = app.arguments();
-    for (int i = 1; i < args.size(); ++i) {
-        if (args[i] == QLatin1String("--pg") && i + 1 < args.size())
-            pg = args[++i];
-        else if (args[i] == QLatin1String("--reps") && i + 1 < args.size())
-            reps = std::max(1, args[++i].toInt());
-        else {
-            std::fprintf(stderr, "usage: bench_cycle [--pg URL] [--reps N]\n");
-            return 2;
-        }
-    }
-    bool ok = true;
-    try {
-        QTemporaryDir dir;
-        ok = benchOne(QStringLiteral("sqlite:") + dir.filePath(QStringLiteral("large.db")), "SQLite", reps);
-        if (!pg.isEmpty()) {
-            const QString name = QStringLiteral("qx_bench_cycle_%1").arg(QCoreApplication::applicationPid());
-            const QString connection = qx::bench::createScratchDatabase(pg, name);
-            if (connection.isEmpty()) return 2;
-            {
-                ok = benchOne(connection, "PostgreSQL", reps) && ok;
-            }
-            qx::bench::dropScratchDatabase(pg, name);
-        }
-    } catch (const std::exception& e) {
-        std::fprintf(stderr, "%s\n", e.what());
-        return 2;
-    }
-    if (!ok) std::printf("MISMATCH between the walk and the recursive query\n");
-    return ok ? 0 : 1;
+    const int rc = qx::bench::runOnBackends(argc, argv, "bench_cycle", benchOne);
+    if (rc == 1) std::printf("MISMATCH between the walk and the recursive query\n");
+    return rc;
 }

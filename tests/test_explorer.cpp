@@ -232,6 +232,44 @@ TEST_P(ExplorerData, LatticeOfTwoToTheTwentyFourPathsIsSummedOverItsLinesOnce)
     EXPECT_FALSE(workbook.contains(QStringLiteral("多级展开")));
 }
 
+TEST_P(ExplorerData, SummaryAndTreeReadTheItemsOfCodesWithQuotesBracesAndSeparators)
+{
+    // Codes that travel in one bound list of codes must arrive intact on both backends.
+    const QString codes[] = {QStringLiteral("Q\"1"), QStringLiteral("Q\\2"), QStringLiteral("Q,3"), QStringLiteral("{Q4}"),
+                             QStringLiteral("Q'5"),   QStringLiteral("Q 6"),   QStringLiteral("件7"), QStringLiteral("NULL")};
+    for (const char* c : {"H", "M"})
+        db->execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"),
+                    {QString::fromLatin1(c), QStringLiteral("D1")});
+    item(*db, QStringLiteral("H"), std::nullopt);
+    item(*db, QStringLiteral("M"), 100);
+    line(*db, QStringLiteral("H"), QStringLiteral("M"), 1, std::nullopt);
+    for (size_t i = 0; i < std::size(codes); ++i) {
+        item(*db, codes[i], double(i + 1));
+        line(*db, QStringLiteral("M"), codes[i], 2, std::nullopt);
+    }
+    Report summary(*db, QStringLiteral("H"), Direction::Down, 1, 2, Detail::Summary);
+    ASSERT_EQ(summary.explosion().summary.size(), std::size(codes));
+    EXPECT_EQ(summary.explosion().missingPrices, 0);
+    EXPECT_NEAR(summary.explosion().totalCost, 2.0 * 36, 1e-9);
+    for (const SummaryRow& row : summary.explosion().summary) {
+        const ItemInfo& info = summary.graph().item(row.node);
+        EXPECT_EQ(info.name, QStringLiteral("品") + info.code) << info.code.toStdString();
+    }
+    // The sub-assembly's own row comes with the tree, which then reads as one read whole at once.
+    EXPECT_EQ(summary.top().name, QStringLiteral("品H"));
+    EXPECT_FALSE(summary.graph().item(summary.graph().find(QStringLiteral("M"))).known);
+    summary.readTree(*db);
+    const Report whole(*db, QStringLiteral("H"), Direction::Down, 1, 2);
+    EXPECT_EQ(treeTsv(summary, maxTreeRows()), treeTsv(whole, maxTreeRows()));
+    EXPECT_TRUE(treeTsv(whole, maxTreeRows())->contains("\t品M\t"));
+    for (const QString& code : codes) {
+        const Report up(*db, code, Direction::Up, 1, 2, Detail::Summary);
+        ASSERT_EQ(up.usage().tops.size(), 1u) << code.toStdString();
+        EXPECT_EQ(up.graph().item(up.usage().tops[0].node).name, QStringLiteral("品H")) << code.toStdString();
+        EXPECT_EQ(up.top().name, QStringLiteral("品") + code) << code.toStdString();
+    }
+}
+
 namespace {
 
 QString zipEntry(const QString& file, const QString& entry)

@@ -41,9 +41,8 @@ namespace {
 
 void sortByCode(const BomGraph& g, std::vector<SummaryRow>& rows)
 {
-    std::sort(rows.begin(), rows.end(), [&g](const SummaryRow& a, const SummaryRow& b) {
-        return g.item(a.node).code < g.item(b.node).code;
-    });
+    std::sort(rows.begin(), rows.end(),
+              [&g](const SummaryRow& a, const SummaryRow& b) { return g.rank(a.node) < g.rank(b.node); });
 }
 
 }  // namespace

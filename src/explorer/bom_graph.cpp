@@ -2,6 +2,10 @@
 
 #include "data/common.h"
 #include "platform/database.h"
+#include "platform/row_stream.h"
+#include "platform/sql_dialect.h"
+
+#include <QStringList>
 
 #include <algorithm>
 #include <cmath>
@@ -10,41 +14,20 @@ namespace qx::explorer {
 
 namespace {
 
-// A wide graph in one recursive query: "union" reads each code once, which ends the recursion
-// on a stored loop. The seed comes from the lines themselves, so that its type is the column's
-// on both backends and a code longer than the column is never cut to fit.
-const QString kDownQuery = QStringLiteral(
-    "with recursive reach(code) as ("
-    "select distinct cPSPCode from ProductStructures where cPSPCode=? "
-    "union select s.cPSCode from ProductStructures s inner join reach on s.cPSPCode=reach.code) "
-    "select s.cPSPCode,s.cPSCode,s.iPSQuantity,s.iWasteRate,"
-    "i.cInvName,i.cInvStd,i.cInvM_Unit,i.iInvRCost,i.cInvCode "
-    "from reach inner join ProductStructures s on s.cPSPCode=reach.code "
-    "left join Inventory i on i.cInvCode=s.cPSCode");
-const QString kUpQuery = QStringLiteral(
-    "with recursive reach(code) as ("
-    "select distinct cPSCode from ProductStructures where cPSCode=? "
-    "union select s.cPSPCode from ProductStructures s inner join reach on s.cPSCode=reach.code) "
-    "select s.cPSPCode,s.cPSCode,s.iPSQuantity,s.iWasteRate,"
-    "i.cInvName,i.cInvStd,i.cInvM_Unit,i.iInvRCost,i.cInvCode "
-    "from reach inner join ProductStructures s on s.cPSCode=reach.code "
-    "left join Inventory i on i.cInvCode=s.cPSPCode");
-
-// A narrow graph generation by generation: the lines of a generation's codes, then the item
-// master's rows of the codes met first (each statement ends in its "in" list).
-const QString kGenerationDown = QStringLiteral(
-    "select cPSPCode,cPSCode,iPSQuantity,iWasteRate from ProductStructures where cPSPCode in (");
-const QString kGenerationUp = QStringLiteral(
-    "select cPSPCode,cPSCode,iPSQuantity,iWasteRate from ProductStructures where cPSCode in (");
-const QString kItems = QStringLiteral(
-    "select cInvCode,cInvName,cInvStd,cInvM_Unit,iInvRCost from Inventory where cInvCode in (");
-// Longer generations are asked in pieces, within the backends' limits on bound values.
-constexpr qsizetype kCodesPerStatement = 500;
-// A graph whose generations stay this narrow is read generation by generation; a wider one is
-// read again with one recursive query. The backends answer a wide graph faster with the
-// recursion, and a narrow deep one (where PostgreSQL plans each step of a recursion as a scan of
-// all lines) faster by generations.
-constexpr qsizetype kNarrowGeneration = 64;
+// The codes reachable from the item in one recursive query: "union" reads each code once, which
+// ends the recursion on a stored loop. The seed comes from the lines themselves, so that its type
+// is the column's on both backends and a code longer than the column is never cut to fit.
+QString linesQuery(const Database& db, Direction direction)
+{
+    const bool down = direction == Direction::Down;
+    const QString from = down ? QStringLiteral("cPSPCode") : QStringLiteral("cPSCode");
+    const QString to = down ? QStringLiteral("cPSCode") : QStringLiteral("cPSPCode");
+    return QStringLiteral("with recursive reach(code) as (select distinct %1 from ProductStructures where %1=? "
+                          "union select s.%2 from ProductStructures s inner join reach on s.%1=reach.code) "
+                          "select t.cPSPCode,t.cPSCode,t.iPSQuantity,t.iWasteRate ")
+               .arg(from, to) +
+           db.dialect().fromRowsMatching(QStringLiteral("ProductStructures"), from, QStringLiteral("reach"));
+}
 
 const QString kDownSteps = QStringLiteral(
     "select s.cPSCode,s.iPSQuantity,s.iWasteRate,i.cInvName,i.cInvStd,i.cInvM_Unit,i.iInvRCost,i.cInvCode,"
@@ -88,22 +71,6 @@ int readQuantityDecimals(Database& db)
     }
 }
 
-ItemInfo readItem(Database& db, const QString& code)
-{
-    ItemInfo info;
-    info.code = code;
-    auto rs = db.openRecordset(
-        QStringLiteral("select cInvName,cInvStd,cInvM_Unit,iInvRCost from Inventory where cInvCode=?"),
-        RecordsetType::Snapshot, 0, {code});
-    if (rs->eof()) return info;
-    info.known = true;
-    info.name = rs->value(0, 0).toString();
-    info.spec = rs->value(0, 1).toString();
-    info.unit = rs->value(0, 2).toString();
-    info.price = number(rs->value(0, 3));
-    return info;
-}
-
 std::vector<Step> readSteps(Database& db, const QString& code, Direction direction)
 {
     auto rs = db.openRecordset(direction == Direction::Down ? kDownSteps : kUpSteps,
@@ -128,151 +95,125 @@ std::vector<Step> readSteps(Database& db, const QString& code, Direction directi
     return out;
 }
 
-BomGraph::BomGraph(Direction direction, const ItemInfo& root) : direction_(direction)
+BomGraph::BomGraph(Direction direction, const QString& root) : direction_(direction)
 {
-    node(root);
+    const QByteArray bytes = root.toUtf8();
+    node(std::string_view(bytes.constData(), size_t(bytes.size())));
+    items_[0].code = root;
 }
 
-int BomGraph::node(const ItemInfo& info)
+int BomGraph::find(const QString& code) const
 {
-    const auto it = ids_.constFind(info.code);
-    if (it != ids_.constEnd()) {
-        if (info.known && !items_[*it].known) items_[*it] = info;
-        return *it;
-    }
+    const QByteArray bytes = code.toUtf8();
+    const auto it = ids_.find(std::string_view(bytes.constData(), size_t(bytes.size())));
+    return it == ids_.end() ? -1 : it->second;
+}
+
+int BomGraph::node(std::string_view code)
+{
+    const auto it = ids_.find(code);
+    if (it != ids_.end()) return it->second;
     const int id = int(items_.size());
-    items_.push_back(info);
-    steps_.emplace_back();
-    ids_.insert(info.code, id);
+    ItemInfo info;
+    info.code = QString::fromUtf8(code.data(), qsizetype(code.size()));
+    items_.push_back(std::move(info));
+    read_.push_back(0);
+    ids_.emplace(std::string(code), id);
     return id;
 }
 
-void BomGraph::addLine(const Line& l)
+void BomGraph::index()
 {
-    const int index = int(lines_.size());
-    lines_.push_back(l);
-    const int from = direction_ == Direction::Down ? l.parent : l.child;
-    steps_[from].push_back(index);
-    if (target(index) == 0) seenAsTarget_ = true;
+    const size_t n = items_.size();
+    std::vector<int> order(n);
+    for (size_t i = 0; i < n; ++i) order[i] = int(i);
+    std::sort(order.begin(), order.end(), [this](int a, int b) { return items_[size_t(a)].code < items_[size_t(b)].code; });
+    rank_.assign(n, 0);
+    for (size_t i = 0; i < n; ++i) rank_[size_t(order[i])] = int(i);
+
+    // Each node's steps side by side, in the order of the codes they lead to (the order the list
+    // shows lines in, which also decides which line of a stored loop closes it).
+    const bool down = direction_ == Direction::Down;
+    stepStart_.assign(n + 1, 0);
+    for (const Line& l : lines_) ++stepStart_[size_t(down ? l.parent : l.child) + 1];
+    for (size_t i = 0; i < n; ++i) stepStart_[i + 1] += stepStart_[i];
+    stepLines_.assign(lines_.size(), 0);
+    std::vector<int> filled(stepStart_.begin(), stepStart_.end() - 1);
+    for (size_t i = 0; i < lines_.size(); ++i)
+        stepLines_[size_t(filled[size_t(down ? lines_[i].parent : lines_[i].child)]++)] = int(i);
+    for (size_t i = 0; i < n; ++i)
+        std::sort(stepLines_.begin() + stepStart_[i], stepLines_.begin() + stepStart_[i + 1],
+                  [this](int a, int b) { return rank_[size_t(target(a))] < rank_[size_t(target(b))]; });
 }
 
-void BomGraph::sortSteps()
+BomGraph BomGraph::load(Database& db, const QString& code, Direction direction, Detail detail)
 {
-    for (auto& s : steps_)
-        std::sort(s.begin(), s.end(), [this](int a, int b) {
-            return items_[target(a)].code < items_[target(b)].code;
-        });
-}
-
-void BomGraph::addRows(const Recordset& rs)
-{
-    const int rows = rs.recordCount();
-    const int farColumn = direction_ == Direction::Down ? 1 : 0;
-    const int nearColumn = 1 - farColumn;
-    for (int r = 0; r < rows; ++r) {
-        // The far end of the line carries the item master's row, read once per code; the near
-        // end was met before (the seed or an earlier line's far end), or is met as a far end later.
-        const QString farCode = rs.value(r, farColumn).toString();
-        int farId = find(farCode);
-        if (farId < 0 || !items_[size_t(farId)].known) {
-            ItemInfo far;
-            far.code = farCode;
-            far.known = !rs.value(r, 8).isNull();
-            far.name = rs.value(r, 4).toString();
-            far.spec = rs.value(r, 5).toString();
-            far.unit = rs.value(r, 6).toString();
-            far.price = number(rs.value(r, 7));
-            farId = node(far);
-        }
-        const QString nearCode = rs.value(r, nearColumn).toString();
-        int nearId = find(nearCode);
-        if (nearId < 0) nearId = node(ItemInfo{nearCode, {}, {}, {}, std::nullopt, false});
-        Line l;
-        l.parent = direction_ == Direction::Down ? nearId : farId;
-        l.child = direction_ == Direction::Down ? farId : nearId;
-        l.quantity = number(rs.value(r, 2)).value_or(0.0);
-        l.wasteRate = number(rs.value(r, 3));
-        addLine(l);
-    }
-}
-
-BomGraph BomGraph::loadWide(Database& db, const QString& code, Direction direction)
-{
-    BomGraph g(direction, readItem(db, code));
-    auto rs = db.openRecordset(direction == Direction::Down ? kDownQuery : kUpQuery,
-                               RecordsetType::Snapshot, 0, {code});
-    g.addRows(*rs);
-    g.sortSteps();
-    return g;
-}
-
-namespace {
-
-QString inList(const QString& select, qsizetype count)
-{
-    return select + QStringLiteral("?") + QStringLiteral(",?").repeated(count - 1) + QLatin1Char(')');
-}
-
-// Runs `select` once per piece of `codes`, handing each recordset to `take`.
-template <typename Take>
-void inPieces(Database& db, const QString& select, const QStringList& codes, Take take)
-{
-    for (qsizetype from = 0; from < codes.size(); from += kCodesPerStatement) {
-        const qsizetype n = std::min<qsizetype>(kCodesPerStatement, codes.size() - from);
-        QVariantList values;
-        values.reserve(n);
-        for (qsizetype i = from; i < from + n; ++i) values << codes[i];
-        auto rs = db.openRecordset(inList(select, n), RecordsetType::Snapshot, 0, values);
-        take(*rs);
-    }
-}
-
-}  // namespace
-
-BomGraph BomGraph::load(Database& db, const QString& code, Direction direction)
-{
-    BomGraph g(direction, readItem(db, code));
+    BomGraph g(direction, code);
     const bool down = direction == Direction::Down;
-    // Generation by generation, each code's lines read once (which ends the walk on a stored
-    // loop). The codes of a generation are bound into "in" lists that the indexes answer, and
-    // the item master is asked once for the codes the generation met first.
-    QStringList generation{code};
-    while (!generation.isEmpty()) {
-        if (generation.size() > kNarrowGeneration) return loadWide(db, code, direction);
-        QStringList fresh;
-        inPieces(db, down ? kGenerationDown : kGenerationUp, generation, [&](const Recordset& rs) {
-            for (int r = 0; r < rs.recordCount(); ++r) {
-                const QString parent = rs.value(r, 0).toString();
-                const QString child = rs.value(r, 1).toString();
-                const QString& far = down ? child : parent;
-                int farId = g.find(far);
-                if (farId < 0) {
-                    farId = g.node(ItemInfo{far, {}, {}, {}, std::nullopt, false});
-                    fresh << far;
-                }
-                const int nearId = g.find(down ? parent : child);
-                Line l;
-                l.parent = down ? nearId : farId;
-                l.child = down ? farId : nearId;
-                l.quantity = number(rs.value(r, 2)).value_or(0.0);
-                l.wasteRate = number(rs.value(r, 3));
-                g.addLine(l);
+    const int nearColumn = down ? 0 : 1;
+    std::string nearCode;
+    int nearId = 0;
+    readRows(
+        db, linesQuery(db, direction), {code},
+        [&] {
+            g = BomGraph(direction, code);
+            nearCode.clear();
+        },
+        [&](const RowView& row) {
+            // The lines of one code mostly come together: its node is looked up once for them.
+            const std::string_view near = row.text(nearColumn);
+            if (near != nearCode || nearCode.empty()) {
+                nearCode.assign(near);
+                nearId = g.node(near);
             }
+            const int farId = g.node(row.text(1 - nearColumn));
+            Line l;
+            l.parent = down ? nearId : farId;
+            l.child = down ? farId : nearId;
+            l.quantity = row.number(2).value_or(0.0);
+            l.wasteRate = row.number(3);
+            g.lines_.push_back(l);
         });
-        inPieces(db, kItems, fresh, [&](const Recordset& rs) {
-            for (int r = 0; r < rs.recordCount(); ++r) {
-                ItemInfo& info = g.items_[size_t(g.find(rs.value(r, 0).toString()))];
-                info.known = true;
-                info.name = rs.value(r, 1).toString();
-                info.spec = rs.value(r, 2).toString();
-                info.unit = rs.value(r, 3).toString();
-                info.price = number(rs.value(r, 4));
-            }
-        });
-        generation = std::move(fresh);
-    }
-    g.sortSteps();
+    g.index();
+    g.readItems(db, detail);
     return g;
+}
+
+void BomGraph::readItems(Database& db, Detail detail)
+{
+    // Asked in the order of the codes, the order the item master's index holds them in.
+    std::vector<int> wanted;
+    for (int node = 0; node < size(); ++node) {
+        if (read_[size_t(node)]) continue;
+        if (detail == Detail::Tree || node == root() || steps(node).empty()) {
+            wanted.push_back(node);
+            read_[size_t(node)] = 1;
+        }
+    }
+    if (wanted.empty()) return;
+    std::sort(wanted.begin(), wanted.end(), [this](int a, int b) { return rank(a) < rank(b); });
+    QStringList codes;
+    codes.reserve(qsizetype(wanted.size()));
+    for (int node : wanted) codes << items_[size_t(node)].code;
+    readRows(
+        db,
+        QStringLiteral("select t.cInvCode,t.cInvName,t.cInvStd,t.cInvM_Unit,t.iInvRCost ") +
+            db.dialect().fromRowsInBoundList(QStringLiteral("Inventory"), QStringLiteral("cInvCode")),
+        {db.dialect().boundList(codes)}, [] {},
+        [this](const RowView& row) {
+            const auto it = ids_.find(row.text(0));
+            if (it == ids_.end()) return;
+            ItemInfo& info = items_[size_t(it->second)];
+            info.known = true;
+            const auto text = [&row](int c) {
+                const std::string_view t = row.text(c);
+                return QString::fromUtf8(t.data(), qsizetype(t.size()));
+            };
+            info.name = text(1);
+            info.spec = text(2);
+            info.unit = text(3);
+            info.price = row.number(4);
+        });
 }
 
 }  // namespace qx::explorer

@@ -3,15 +3,17 @@
 // The stored structures as a graph over item codes, read for one item: every line reachable
 // from it downwards (what goes into it) or upwards (what it goes into).
 
-#include <QHash>
 #include <QString>
 
 #include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace qx {
 class Database;
-class Recordset;
 }
 
 namespace qx::explorer {
@@ -58,50 +60,63 @@ struct Step {
 // the code they lead to. An item whose lines are gone gives none.
 std::vector<Step> readSteps(Database& db, const QString& code, Direction direction);
 
+// Which items' names, specifications, units and prices a graph reads: those its summary shows
+// (the item walked from and the items the walk ends at: the parts going down, the top products
+// going up), or every item of the tree.
+enum class Detail { Summary, Tree };
+
 // The lines reachable from one item, with its nodes numbered from 0 (the item itself).
 class BomGraph {
 public:
-    // Reads generation by generation; a stored loop ends the reading (each code is read once).
-    static BomGraph load(Database& db, const QString& code, Direction direction);
-    // A graph given directly (tests and benchmarks build one without a database).
-    BomGraph(Direction direction, const ItemInfo& root);
+    // Reads the lines with one recursive query (each code's lines once, which ends the reading
+    // on a stored loop), then the item master's rows that `detail` asks for with one more.
+    static BomGraph load(Database& db, const QString& code, Direction direction, Detail detail = Detail::Tree);
+    // Reads the item master's rows of the items not read yet.
+    void readItems(Database& db, Detail detail);
 
     Direction direction() const { return direction_; }
     int root() const { return 0; }
     int size() const { return int(items_.size()); }
-    const ItemInfo& item(int node) const { return items_[node]; }
-    int find(const QString& code) const { return ids_.value(code, -1); }
-    // Adds (or finds) a node; info is kept from the first call that says the item is known.
-    int node(const ItemInfo& info);
-    void addLine(const Line& line);
-    // Sorts each node's steps by the code they lead to (the order the list shows lines in).
-    void sortSteps();
+    const ItemInfo& item(int node) const { return items_[size_t(node)]; }
+    int find(const QString& code) const;
+    // Nodes in the order of their codes (0 for the smallest).
+    int rank(int node) const { return rank_[size_t(node)]; }
 
-    const Line& line(int index) const { return lines_[index]; }
+    const Line& line(int index) const { return lines_[size_t(index)]; }
     int lineCount() const { return int(lines_.size()); }
-    // The lines leaving a node in the walking direction: its own lines going down, the lines
-    // that use it going up.
-    const std::vector<int>& steps(int node) const { return steps_[node]; }
+    // The lines leaving a node in the walking direction (its own lines going down, the lines that
+    // use it going up), ordered by the code they lead to.
+    std::span<const int> steps(int node) const
+    {
+        return {stepLines_.data() + stepStart_[size_t(node)], stepLines_.data() + stepStart_[size_t(node) + 1]};
+    }
     // Where a line leads in the walking direction.
     int target(int lineIndex) const
     {
-        return direction_ == Direction::Down ? lines_[lineIndex].child : lines_[lineIndex].parent;
+        return direction_ == Direction::Down ? lines_[size_t(lineIndex)].child : lines_[size_t(lineIndex)].parent;
     }
     // No code was found: neither the item master nor any line knows it.
-    bool unknownRoot() const { return !items_[0].known && steps_[0].empty() && !seenAsTarget_; }
+    bool unknownRoot() const { return !items_[0].known && lines_.empty(); }
 
 private:
-    // Reads with one recursive query.
-    static BomGraph loadWide(Database& db, const QString& code, Direction direction);
-    // Adds the lines of the recursive query's recordset.
-    void addRows(const Recordset& rs);
+    BomGraph(Direction direction, const QString& root);
+    // The node of a code given as the backend's UTF-8 bytes, added when new.
+    int node(std::string_view code);
+    // Orders the nodes by code and each node's steps by the code they lead to.
+    void index();
 
+    struct Hash {
+        using is_transparent = void;
+        size_t operator()(std::string_view s) const { return std::hash<std::string_view>{}(s); }
+    };
     Direction direction_;
     std::vector<ItemInfo> items_;
-    QHash<QString, int> ids_;
+    std::vector<char> read_;  // the item master's row was asked for
+    std::unordered_map<std::string, int, Hash, std::equal_to<>> ids_;
     std::vector<Line> lines_;
-    std::vector<std::vector<int>> steps_;
-    bool seenAsTarget_ = false;
+    std::vector<int> stepStart_;
+    std::vector<int> stepLines_;
+    std::vector<int> rank_;
 };
 
 }  // namespace qx::explorer

@@ -29,8 +29,9 @@ std::optional<double> parseQuantity(const QString& text)
     return v;
 }
 
-Report::Report(Database& db, const QString& code, Direction direction, double topQuantity, int decimals)
-    : Report(BomGraph::load(db, code, direction), topQuantity, decimals)
+Report::Report(Database& db, const QString& code, Direction direction, double topQuantity, int decimals,
+               Detail detail)
+    : Report(BomGraph::load(db, code, direction, detail), topQuantity, decimals)
 {
 }
 

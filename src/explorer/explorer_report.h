@@ -44,9 +44,14 @@ std::optional<double> parseQuantity(const QString& text);
 class Report {
 public:
     // Reads the graph. `decimals`: the quantity decimals of the company.
-    Report(Database& db, const QString& code, Direction direction, double topQuantity, int decimals);
-    // Over a graph already read (the lattice of the tests and benchmarks).
+    // Reads the graph. `decimals`: the quantity decimals of the company. With Detail::Summary the
+    // tree's cells lack the names of sub-assemblies until readTree() has read them.
+    Report(Database& db, const QString& code, Direction direction, double topQuantity, int decimals,
+           Detail detail = Detail::Tree);
+    // Over a graph already read.
     Report(BomGraph graph, double topQuantity, int decimals);
+    // Reads what the tree shows beyond the summary (before writing the tree to a file).
+    void readTree(Database& db) { graph_.readItems(db, Detail::Tree); }
 
     const BomGraph& graph() const { return graph_; }
     Direction direction() const { return graph_.direction(); }

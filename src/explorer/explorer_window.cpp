@@ -187,7 +187,8 @@ bool ExplorerWindow::query()
     }
     std::unique_ptr<Report> fresh;
     try {
-        fresh = std::make_unique<Report>(db_, code, direction_, quantity, decimals_);
+        // The tree reads its nodes as they are opened: the summary's items are all it needs now.
+        fresh = std::make_unique<Report>(db_, code, direction_, quantity, decimals_, Detail::Summary);
     } catch (const DbError& e) {
         tell(e.description());
         return false;
@@ -333,6 +334,12 @@ void ExplorerWindow::exportFile()
             file += selected.contains(QLatin1String("*.csv")) ? QStringLiteral(".csv") : QStringLiteral(".xlsx");
     }
     if (file.isEmpty()) return;
+    try {
+        report_->readTree(db_);
+    } catch (const DbError& e) {
+        tell(e.description());
+        return;
+    }
     const ExportOutcome out = file.endsWith(QLatin1String(".csv"), Qt::CaseInsensitive)
                                   ? writeCsv(file, *report_)
                                   : writeXlsx(file, *report_);

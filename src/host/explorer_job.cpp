@@ -84,8 +84,11 @@ int runExplorerJob(const QStringList& args)
     try {
         // The explorer only reads: an archived company that cannot be written explodes too.
         auto db = openCompany(cmd.database, /*readOnly=*/true).db;
+        // A summary alone needs the names of the items it lists, not those of the whole tree.
+        const explorer::Detail detail =
+            cmd.summary && cmd.xlsx.isEmpty() ? explorer::Detail::Summary : explorer::Detail::Tree;
         const explorer::Report report(*db, cmd.code, cmd.direction, cmd.quantity,
-                                      explorer::readQuantityDecimals(*db));
+                                      explorer::readQuantityDecimals(*db), detail);
         if (report.unknown()) {
             complain(text::unknownItemCode(cmd.code));
             return kFailed;

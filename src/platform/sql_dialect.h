@@ -38,6 +38,14 @@ public:
     {
         return column + QStringLiteral(" IS NOT DISTINCT FROM ?");
     }
+    // "from ... where ..." of the rows of `table` (named t) whose `column` equals a value of the
+    // one-column common table `cte` (its column named code).
+    virtual QString fromRowsMatching(const QString& table, const QString& column, const QString& cte) const = 0;
+    // "from ... where ..." of the rows of `table` (named t) whose `column` equals a text of one
+    // bound value, and that value made of a list of texts: a list of any length costs one
+    // statement. A list in ascending order is looked up the fastest.
+    virtual QString fromRowsInBoundList(const QString& table, const QString& column) const = 0;
+    virtual QString boundList(const QStringList& values) const = 0;
 };
 
 }  // namespace qx

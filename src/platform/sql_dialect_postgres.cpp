@@ -53,6 +53,28 @@ public:
     // The save's cycle check must see every other save's committed lines before it writes:
     // one transaction-scoped advisory lock serializes those writers (the key is the help context
     // of the component, a number no other module uses).
+    // PostgreSQL cannot foresee how many rows a recursion yields and would join its common table
+    // by scanning every row of the table; an array of the values is looked up through the index.
+    QString fromRowsMatching(const QString& table, const QString& column, const QString& cte) const override
+    {
+        return QStringLiteral("from %1 t where t.%2=any(array(select code from %3))").arg(table, column, cte);
+    }
+    QString fromRowsInBoundList(const QString& table, const QString& column) const override
+    {
+        return QStringLiteral("from %1 t where t.%2=any(cast(? as text[]))").arg(table, column);
+    }
+    // An array literal: every element quoted, its quotes and backslashes escaped.
+    QString boundList(const QStringList& values) const override
+    {
+        QString out = QStringLiteral("{");
+        for (qsizetype i = 0; i < values.size(); ++i) {
+            if (i) out += QLatin1Char(',');
+            QString v = values[i];
+            v.replace(QLatin1Char('\\'), QStringLiteral("\\\\")).replace(QLatin1Char('"'), QStringLiteral("\\\""));
+            out += QLatin1Char('"') + v + QLatin1Char('"');
+        }
+        return out + QLatin1Char('}');
+    }
     QString structureWriteLockStatement() const override
     {
         return QStringLiteral("SELECT pg_advisory_xact_lock(31100033)");

@@ -25,6 +25,35 @@ public:
         if (!readOnly) statements << QStringLiteral("PRAGMA journal_mode=WAL");
         return statements;
     }
+    // SQLite looks each value of the common table up through the column's index.
+    QString fromRowsMatching(const QString& table, const QString& column, const QString& cte) const override
+    {
+        return QStringLiteral("from %3 k inner join %1 t on t.%2=k.code").arg(table, column, cte);
+    }
+    // The list travels as a JSON array: quotes, backslashes and control characters escaped.
+    // Joined in the list's order, so that ascending texts walk the index forwards.
+    QString fromRowsInBoundList(const QString& table, const QString& column) const override
+    {
+        return QStringLiteral("from json_each(?) k inner join %1 t on t.%2=k.value").arg(table, column);
+    }
+    QString boundList(const QStringList& values) const override
+    {
+        QString out = QStringLiteral("[");
+        for (qsizetype i = 0; i < values.size(); ++i) {
+            if (i) out += QLatin1Char(',');
+            out += QLatin1Char('"');
+            for (const QChar c : values[i]) {
+                if (c == QLatin1Char('"') || c == QLatin1Char('\\'))
+                    out += QLatin1Char('\\') + c;
+                else if (c.unicode() < 0x20)
+                    out += QStringLiteral("\\u%1").arg(c.unicode(), 4, 16, QLatin1Char('0'));
+                else
+                    out += c;
+            }
+            out += QLatin1Char('"');
+        }
+        return out + QLatin1Char(']');
+    }
     QString textColumn(const QString& column, int width) const override
     {
         return QStringLiteral("%1 varchar(%2) CHECK(length(%1)<=%2)").arg(column).arg(width);
