@@ -914,6 +914,9 @@ struct Recordset::Impl {
             rows.endRow();
         }
         sqlite3_finalize(st);
+        // The rows are held here now: the connection's cached pages of them are given back, so
+        // that a large reading does not keep a second copy of what it read.
+        sqlite3_db_release_memory(handle);
         if (rc != SQLITE_DONE) return false;
         setNames(fieldNames);
         return true;
