@@ -12,6 +12,7 @@
 #include "platform/database.h"
 #include "platform/grid.h"
 #include "support/large_company.h"
+#include "support/raw_reader.h"
 
 #include <QApplication>
 #include <QFile>
@@ -19,13 +20,12 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
-#include <libpq-fe.h>
-#include <sqlite3.h>
 #include <sys/resource.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <random>
 #include <string>
 #include <vector>
@@ -39,111 +39,20 @@ double msSince(Clock::time_point t0)
     return std::chrono::duration<double, std::milli>(Clock::now() - t0).count();
 }
 
-// The statements Init and the list's loading run, read to the last column of the last row.
-double readThroughCApi(const QString& path, long long* rowsRead)
+// The same statements through the database's own C API (bench/support/raw_reader), every value
+// of every row touched; Init's three must be the ones Init runs, or the floor measures another job.
+double readRaw(const QString& connection, long long* rowsRead)
 {
-    const char* statements[] = {
-        "CREATE TABLE CA_MenuDef ( cDefault varchar(255) not null, cNewMenu varchar(255) null)",
-        "select * from ca_menudef",
-        nullptr,  // Init's three
-        "select * from inventory",
-        "select cDepCode,cDepName from department where bDepEnd=1 ",
-        "select cAlias,cvalue from userdefine where cid='20' ",
-        "select cAlias,cvalue from userdefine where cid='21' ",
-        "select person.cPersonCode,person.cPersonName,person.cDepCode,department.cdepname from "
-        "person,department "
-        "where person.cdepcode=department.cdepcode ",
-        "select cProcedureID,cProcedureName,cDeptId from CA_PreDf ",
-        "select * from ProductStructure",
-        "select * from productstructures",
-        "select * from accinformation",
-        "select * from inventory",
-        "select cName from UserDefItem where cID='20'",
-        "select cName from UserDefItem where cID='21'",
-        "select cwhcode,cwhname from warehouse",
-        "select cvalue from accinformation where csysid='aa' and cid='22'",
-    };
-    const QByteArray init[] = {qx::kParentQuery.toUtf8(), qx::kChildQuery.toUtf8(),
-                               qx::kJoinedQuery.toUtf8()};
-    const auto t0 = Clock::now();
-    sqlite3* db = nullptr;
-    sqlite3_open(path.toUtf8().constData(), &db);
-    long long rows = 0;
-    double sink = 0;
-    auto run = [&](const char* sql) {
-        sqlite3_stmt* st = nullptr;
-        if (sqlite3_prepare_v2(db, sql, -1, &st, nullptr) != SQLITE_OK) return;
-        while (sqlite3_step(st) == SQLITE_ROW) {
-            ++rows;
-            const int n = sqlite3_column_count(st);
-            for (int i = 0; i < n; ++i) {
-                if (sqlite3_column_type(st, i) == SQLITE_TEXT)
-                    sink += sqlite3_column_bytes(st, i) + (sqlite3_column_text(st, i) ? 1 : 0);
-                else
-                    sink += sqlite3_column_double(st, i);
-            }
+    const QString init[] = {qx::kParentQuery, qx::kChildQuery, qx::kJoinedQuery};
+    for (int i = 0; i < 3; ++i) {
+        if (QString::fromUtf8(qx::bench::kRawStatements[qx::bench::kRawParentStatement + i]) != init[i]) {
+            std::fprintf(stderr, "bench/support/raw_reader.cpp no longer reads Init's statement %d\n", i + 1);
+            std::exit(2);
         }
-        sqlite3_finalize(st);
-    };
-    for (const char* sql : statements) {
-        if (sql) {
-            run(sql);
-            continue;
-        }
-        for (const QByteArray& q : init) run(q.constData());
     }
-    sqlite3_close(db);
-    const double ms = msSince(t0);
-    if (sink == -1) std::puts("");
-    *rowsRead = rows;
-    return ms;
-}
-
-// The same statements through libpq, every value of every row touched.
-double readThroughLibpq(const QString& connection, long long* rowsRead)
-{
-    const char* statements[] = {
-        "select * from ca_menudef", nullptr,
-        "select * from inventory",
-        "select cDepCode,cDepName from department where bDepEnd=1 ",
-        "select cAlias,cvalue from userdefine where cid='20' ",
-        "select cAlias,cvalue from userdefine where cid='21' ",
-        "select person.cPersonCode,person.cPersonName,person.cDepCode,department.cdepname from "
-        "person,department where person.cdepcode=department.cdepcode ",
-        "select cProcedureID,cProcedureName,cDeptId from CA_PreDf ",
-        "select * from ProductStructure", "select * from productstructures",
-        "select * from accinformation", "select * from inventory",
-        "select cName from UserDefItem where cID='20'", "select cName from UserDefItem where cID='21'",
-        "select cwhcode,cwhname from warehouse",
-        "select cvalue from accinformation where csysid='aa' and cid='22'",
-    };
-    const QByteArray init[] = {qx::kParentQuery.toUtf8(), qx::kChildQuery.toUtf8(),
-                               qx::kJoinedQuery.toUtf8()};
-    const auto t0 = Clock::now();
-    PGconn* conn = PQconnectdb(connection.toUtf8().constData());
-    long long rows = 0;
-    double sink = 0;
-    auto run = [&](const char* sql) {
-        PGresult* res = PQexec(conn, sql);
-        if (PQresultStatus(res) == PGRES_TUPLES_OK) {
-            const int n = PQntuples(res), m = PQnfields(res);
-            rows += n;
-            for (int r = 0; r < n; ++r)
-                for (int c = 0; c < m; ++c) sink += PQgetlength(res, r, c) + (PQgetvalue(res, r, c)[0] != 0);
-        }
-        PQclear(res);
-    };
-    for (const char* sql : statements) {
-        if (sql) {
-            run(sql);
-            continue;
-        }
-        for (const QByteArray& q : init) run(q.constData());
-    }
-    PQfinish(conn);
-    const double ms = msSince(t0);
-    if (sink == -1) std::puts("");
-    *rowsRead = rows;
+    double ms = 0;
+    *rowsRead = qx::bench::readRawStatements(connection.toUtf8().constData(), &ms);
+    if (*rowsRead < 0) std::exit(2);
     return ms;
 }
 
@@ -201,9 +110,6 @@ int main(int argc, char** argv)
         if (!given.isEmpty()) return 0;
     }
     const long baseKiB = peakKiB();
-    auto readRaw = [&](long long* rows) {
-        return postgres ? readThroughLibpq(connection, rows) : readThroughCApi(path, rows);
-    };
 
     // Warm the caches for both contenders alike, in another process (bench/raw_read), so that
     // what the reading leaves in this process's heap does not count as the list's memory.
@@ -219,7 +125,7 @@ int main(int argc, char** argv)
     long long gridRows = 0;
     for (int round = 0; round < kRounds; ++round) {
         // The first round measures the list before anything else has run in this process.
-        const double raw = round == 0 ? 0 : readRaw(&rows);
+        const double raw = round == 0 ? 0 : readRaw(connection, &rows);
 
         auto db = qx::Database::open(connection);
         const auto t0 = Clock::now();
@@ -240,7 +146,7 @@ int main(int argc, char** argv)
         const double ms = msSince(t0);
         const long paintedKiB = peakKiB();
         fills.push_back(ms);
-        raws.push_back(round == 0 ? readRaw(&rows) : raw);
+        raws.push_back(round == 0 ? readRaw(connection, &rows) : raw);
         ratios.push_back(ms / raws.back());
         gridRows = w.SupPS1()->rows() - 1;
 

@@ -89,6 +89,29 @@ TEST(CellStore, EveryKindOfCellReadsBackAsGiven)
     EXPECT_EQ(store.row(5).size(), 4u);
 }
 
+TEST(CellStore, ColumnOfTensOfThousandsOfCodesReadsBack)
+{
+    // More distinct texts than two-byte references hold, each repeated once, fetched the way the
+    // drivers hand them over; then a row changed after the fetch.
+    std::vector<QVariant> want;
+    CellStore store;
+    store.reset(1);
+    for (int i = 0; i < 80000; ++i) {
+        const int k = i % 2 ? i / 2 : 39999 - i / 2;
+        const QByteArray code = "I" + QByteArray::number(k) + (k % 5 ? "" : "物料");
+        store.pushText(0, code.constData(), int(code.size()));
+        store.endRow();
+        want.push_back(QString::fromUtf8(code));
+    }
+    store.finish();
+    store.setRow(70001, {QStringLiteral("新")});
+    want[70001] = QStringLiteral("新");
+    ASSERT_EQ(store.rows(), want.size());
+    for (size_t r = 0; r < want.size(); ++r) {
+        ASSERT_EQ(store.at(r, 0), want[r]) << r;
+    }
+}
+
 class RecordsetCells : public BackendTest {};
 
 TEST_P(RecordsetCells, CellsAreTheDriversOwnValues)

@@ -312,6 +312,57 @@ TEST_P(DatabaseTest, FilterShowsOneParentsLinesAndSurvivesRequery)
     EXPECT_EQ(dyn->recordCount(), 5);
 }
 
+TEST_P(DatabaseTest, FilterFindsTextsByTextAndNumbersByNumberAlsoInRowsAddedLater)
+{
+    auto dyn = db->openRecordset(QStringLiteral("qx_parent"));
+    const QString qty = QStringLiteral("iQty"), code = QStringLiteral("cCode");
+    dyn->setFilter(Criteria::eq(qty, 2.5));  // the rows are indexed by quantity from here on
+    ASSERT_EQ(dyn->recordCount(), 1);
+    dyn->addNew();
+    dyn->setField(code, QStringLiteral("P0"));
+    dyn->setField(qty, 0.0);
+    dyn->update();
+    const struct {
+        QString field;
+        QVariant value;
+        QStringList codes;
+    } cases[] = {
+        {qty, 2.5, {"P2"}},
+        {qty, QStringLiteral("2.5"), {"P2"}},  // a text that reads as the number
+        {qty, -0.0, {"P0"}},                   // the row added after the index was made
+        {qty, QStringLiteral("abc"), {}},
+        {qty, QVariant(QMetaType::fromType<double>()), {}},  // NULL equals nothing
+        {code, QStringLiteral("a'b"), {"a'b"}},
+        {code, QStringLiteral("p1"), {}},
+        {code, 1, {}},
+    };
+    for (const auto& c : cases) {
+        dyn->setFilter(Criteria::eq(c.field, c.value));
+        QStringList got;
+        for (int r = 0; r < dyn->recordCount(); ++r) got << dyn->value(r, dyn->fieldIndex(code)).toString();
+        EXPECT_EQ(got, c.codes) << c.field.toStdString() << " = " << c.value.toString().toStdString();
+    }
+}
+
+TEST_P(DatabaseTest, SetFetchedOnFirstUseShowsTheRowsOfThatMomentAndRequeryReadsAtOnce)
+{
+    EXPECT_THROW(db->openRecordset(QStringLiteral("qx_missing"), RecordsetType::Dynaset, kFetchOnFirstUse),
+                 DbError);
+    auto lines = db->openRecordset(QStringLiteral("qx_child"), RecordsetType::Dynaset, kFetchOnFirstUse);
+    auto requeried = db->openRecordset(QStringLiteral("qx_child"), RecordsetType::Dynaset, kFetchOnFirstUse);
+    auto other = Database::open(cs);
+    const QString insert = QStringLiteral("INSERT INTO qx_child (id, cParent, cNote) VALUES (?, 'P2', 'n')");
+    other->execute(insert, {7});
+    requeried->requery();
+    EXPECT_EQ(lines->recordCount(), 7);
+    // From then on both are sets like any other: another workstation's row waits for requery.
+    other->execute(insert, {8});
+    EXPECT_EQ(lines->recordCount(), 7);
+    EXPECT_EQ(requeried->recordCount(), 7);
+    lines->requery();
+    EXPECT_EQ(lines->recordCount(), 8);
+}
+
 TEST_P(DatabaseTest, DatabaseErrorsArriveWithTheirKind)
 {
     // Over-long text in a checked column.

@@ -41,7 +41,14 @@ bool QXProStru::Init(Database& dbase, bool blnread)
     readOnly_ = blnread;
     parent_ = OpenRecordset(dbase, kParentQuery, blnread, text::kParentRecordset);
     child_ = OpenRecordset(dbase, kChildQuery, blnread, text::kChildRecordset);
-    joined_ = OpenRecordset(dbase, kJoinedQuery, blnread, text::kJoinedRecordset);
+    // The joined rows are kept for the host; the list window never reads them: fetched when
+    // first asked for.
+    try {
+        joined_ = dbase.openRecordset(kJoinedQuery, blnread ? RecordsetType::Snapshot : RecordsetType::Dynaset,
+                                      kFetchOnFirstUse);
+    } catch (const std::exception&) {
+        joined_.reset();
+    }
     return parent_ && child_ && joined_;
 }
 

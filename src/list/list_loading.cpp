@@ -140,10 +140,12 @@ void FrmPS::openLookupCaches()
     ctx_.RecPer = tryOpen(db, kPersonsSql, kReadOnly);
     ctx_.RecCa = tryOpen(db, kOperationsSql, kReadOnly);
     ctx_.mrecPro = tryOpen(db, QStringLiteral("ProductStructure"), 0);
-    ctx_.mrecPros = tryOpen(db, QStringLiteral("productstructures"), 0);
+    // The lines by table are read by the card's save and the delete only, each of which
+    // requeries them first: fetched when first used.
+    ctx_.mrecPros = tryOpen(db, QStringLiteral("productstructures"), kFetchOnFirstUse);
     auto accinformation = tryOpen(db, QStringLiteral("accinformation"), 0);
     readQuantityDecimals(accinformation.get());
-    ctx_.inventory2 = tryOpen(db, QStringLiteral("inventory"), kReadOnly);
+    ctx_.inventory2 = tryOpen(db, QStringLiteral("inventory"), kReadOnly | kFetchOnFirstUse);
 }
 
 void FrmPS::readQuantityDecimals(Recordset* accinformation)

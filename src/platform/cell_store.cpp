@@ -28,7 +28,7 @@ const QChar kNoChar;
 QString emptyText() { return QString(&kNoChar, 0); }
 constexpr int kNullText = -1;  // the type key of a text that is a null string
 
-int widthFor(uint32_t r) { return r <= 0xFF ? 1 : r <= 0xFFFF ? 2 : 4; }
+int widthFor(uint32_t r) { return r <= 0xFF ? 1 : r <= 0xFFFF ? 2 : r <= 0xFFFFFF ? 3 : 4; }
 
 // The bits of a number, and false for anything that is no number.
 bool numberBits(const QVariant& v, quint64& bits)
@@ -70,6 +70,7 @@ uint32_t readRef(const uint8_t* refs, int width, size_t row)
         std::memcpy(&v, p, 2);
         return v;
     }
+    if (width == 3) return uint32_t(p[0]) | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16;
     uint32_t v;
     std::memcpy(&v, p, 4);
     return v;
@@ -96,6 +97,11 @@ void CellColumn::putRef(size_t row, uint32_t r)
             std::memcpy(p, &v, 2);
             break;
         }
+        case 3:  // a column of tens of thousands of codes or names
+            p[0] = uint8_t(r);
+            p[1] = uint8_t(r >> 8);
+            p[2] = uint8_t(r >> 16);
+            break;
         default:
             std::memcpy(p, &r, 4);
     }
@@ -209,7 +215,31 @@ void CellColumn::push(const QVariant& v)
     const uint32_t r = intern(v);
     last_ = r;
     lastIsText_ = false;
+    lastIsNumber_ = false;
     append(r);
+}
+
+void CellColumn::pushNumber(int type, quint64 bits, const QVariant& v)
+{
+    // Keyed as intern() keys numbers, so that both find the same values.
+    const quint64 key = bits ^ (quint64(type) << 56);
+    if (!(lastIsNumber_ && lastNumberKey_ == key)) {
+        last_ = intern(v);
+        lastIsText_ = false;
+        lastIsNumber_ = true;
+        lastNumberKey_ = key;
+    }
+    append(last_);
+}
+
+void CellColumn::pushInteger(qlonglong n)
+{
+    pushNumber(QMetaType::LongLong, quint64(n), QVariant(n));
+}
+
+void CellColumn::pushReal(double x)
+{
+    pushNumber(QMetaType::Double, std::bit_cast<quint64>(x), QVariant(x));
 }
 
 uint32_t CellColumn::lookUpString(const QString& text)
@@ -296,6 +326,7 @@ void CellColumn::pushText(const char* utf8, int bytes)
         r = lookUpText(utf8, bytes);
         lastBytes_.assign(utf8, size_t(bytes));
         lastIsText_ = true;
+        lastIsNumber_ = false;
     }
     last_ = r;
     append(r);

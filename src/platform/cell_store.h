@@ -1,7 +1,7 @@
 #pragma once
 
 // The cells of a recordset, held compactly. Each column keeps its distinct values once and a
-// reference of one, two or four bytes per row; texts are bare characters in one block per column,
+// reference of one to four bytes per row; texts are bare characters in one block per column,
 // without an object per cell (a column whose texts nearly all differ, codes and names, stops
 // looking them up). A cell reads back as exactly the value it was given (its type, its
 // null-ness, its text).
@@ -34,6 +34,10 @@ public:
     // A non-null text as UTF-8 bytes, straight from a driver: no text object is made for a text
     // the column already holds.
     void pushText(const char* utf8, int bytes);
+    // A non-null number straight from a driver: no variant is made for a number the column
+    // already holds.
+    void pushInteger(qlonglong n);
+    void pushReal(double x);
     void set(size_t row, const QVariant& v);
     // After a fetch: references as narrow as the values allow; the fetch's lookups dropped.
     void finish();
@@ -52,6 +56,7 @@ private:
     uint32_t lookUpString(const QString& text);
     void dropLookups();
     bool sameAsRef(uint32_t r, const QVariant& v) const;
+    void pushNumber(int type, quint64 bits, const QVariant& v);
 
     std::vector<QVariant> values_;  // distinct values other than texts (reference 2*i)
     std::vector<QChar> chars_;      // texts (reference 2*i+1): chars_[starts_[i]..starts_[i+1])
@@ -72,6 +77,8 @@ private:
     std::vector<uint32_t> slots_;
     std::string lastBytes_;                            // the bytes of the text pushed last
     bool lastIsText_ = false;
+    bool lastIsNumber_ = false;
+    quint64 lastNumberKey_ = 0;  // the key of the number pushed last
     QHash<quint64, uint32_t> numbers_;
     std::vector<std::pair<int, uint32_t>> nulls_;  // per type of null: its value
 };
@@ -86,6 +93,8 @@ public:
     std::vector<QVariant> row(size_t r) const;
     void push(int col, const QVariant& v) { columns_[size_t(col)].push(v); }
     void pushText(int col, const char* utf8, int bytes) { columns_[size_t(col)].pushText(utf8, bytes); }
+    void pushInteger(int col, qlonglong n) { columns_[size_t(col)].pushInteger(n); }
+    void pushReal(int col, double x) { columns_[size_t(col)].pushReal(x); }
     void endRow() { ++count_; }
     void appendRow(const std::vector<QVariant>& cells);
     void setRow(size_t r, const std::vector<QVariant>& cells);

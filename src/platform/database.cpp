@@ -20,6 +20,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstdlib>
 #include <atomic>
 #include <unordered_map>
@@ -358,7 +359,7 @@ bool Database::canWrite(const QStringList& tables)
     return true;
 }
 
-QSqlQuery Database::run(const QString& sql, const QVariantList& params)
+void Database::ensureConnected()
 {
     // A company file removed or renamed under the connection is still read and written through
     // its open descriptor, out of everybody else's sight: it counts as lost, not as there.
@@ -366,6 +367,17 @@ QSqlQuery Database::run(const QString& sql, const QVariantList& params)
         ::access(d->nativePath.constData(), F_OK) != 0)
         d->markLost();
     if (d->lost && !reconnect()) throw DbError(DbErrorKind::ConnectionLost, text::kConnectionLost);
+}
+
+QVariant Database::nativeHandle()
+{
+    ensureConnected();
+    return d->db.driver() ? d->db.driver()->handle() : QVariant();
+}
+
+QSqlQuery Database::run(const QString& sql, const QVariantList& params)
+{
+    ensureConnected();
     try {
         return runOnce(sql, params);
     } catch (const DbError& e) {
@@ -654,6 +666,91 @@ private:
     std::vector<int> rows_;
 };
 
+// Rows by the value of one column, for the filter: the rows whose cell may equal a value (the
+// caller compares each one). Text cells (and any other cell that is no number) are found by
+// their text, numeric cells by their number, never one by the other. No object per row or per
+// value: one chain of row numbers per hash bucket, the chains in a single array.
+class RowIndex {
+public:
+    int column() const { return column_; }
+    void clear()
+    {
+        column_ = -1;
+        std::vector<int>().swap(heads_);
+        std::vector<int>().swap(next_);
+        std::vector<char>().swap(kind_);
+    }
+    void build(const CellStore& rows, int column)
+    {
+        clear();
+        column_ = column;
+        size_t buckets = 1024;
+        while (buckets * 4 < rows.rows()) buckets *= 2;  // chains of a few rows: little memory
+        heads_.assign(buckets, -1);
+        next_.reserve(rows.rows());
+        kind_.reserve(rows.rows());
+        for (size_t r = 0; r < rows.rows(); ++r) add(rows, int(r));
+    }
+    // Rows are added in order: r is the next row of the store.
+    void add(const CellStore& rows, int r)
+    {
+        size_t h = 0;
+        const char kind = keyOf(rows, r, h);
+        next_.push_back(-1);
+        kind_.push_back(kind);
+        if (kind == kNone) return;
+        int& head = heads_[h & (heads_.size() - 1)];
+        next_[size_t(r)] = head;
+        head = r;
+    }
+    void textRows(QStringView text, std::vector<int>& out) const { collect(kText, qHash(text), out); }
+    void numberRows(double n, std::vector<int>& out) const { collect(kNumber, numberHash(n), out); }
+    // A numeric value also finds text cells that read as the same number.
+    void allTextRows(std::vector<int>& out) const
+    {
+        for (size_t r = 0; r < kind_.size(); ++r)
+            if (kind_[r] == kText) out.push_back(int(r));
+    }
+
+private:
+    static constexpr char kNone = 0, kText = 1, kNumber = 2;
+    static size_t numberHash(double n)
+    {
+        if (n == 0) n = 0;  // -0 and 0 are one number
+        return qHash(std::bit_cast<quint64>(n), 0x9e3779b9U);
+    }
+    char keyOf(const CellStore& rows, int r, size_t& h) const
+    {
+        QStringView view;
+        if (rows.textView(size_t(r), column_, view)) {
+            h = qHash(view);
+            return kText;
+        }
+        const QVariant v = rows.at(size_t(r), column_);
+        if (v.isNull()) return kNone;
+        if (isNumeric(v)) {
+            h = numberHash(v.toDouble());
+            return kNumber;
+        }
+        if (const QString* text = textOf(v))
+            h = qHash(*text);
+        else
+            h = qHash(v.toString());
+        return kText;
+    }
+    void collect(char kind, size_t h, std::vector<int>& out) const
+    {
+        if (heads_.empty()) return;
+        for (int r = heads_[h & (heads_.size() - 1)]; r >= 0; r = next_[size_t(r)])
+            if (kind_[size_t(r)] == kind) out.push_back(r);
+    }
+
+    int column_ = -1;
+    std::vector<int> heads_;  // the last row of each bucket's chain
+    std::vector<int> next_;   // per row: the row before it in its bucket's chain
+    std::vector<char> kind_;  // per row: none (a null cell), text or number
+};
+
 }  // namespace
 
 struct Recordset::Impl {
@@ -664,6 +761,7 @@ struct Recordset::Impl {
     int options = 0;
     bool open = false;
     bool isTable = false;
+    bool pending = false;  // opened with kFetchOnFirstUse, rows not fetched yet
 
     QStringList names;
     QHash<QString, int> byName;  // as the database spells them, tried first (no lower-casing)
@@ -676,13 +774,7 @@ struct Recordset::Impl {
 
     Criteria filter;
     bool filtered = false;
-    int indexField = -1;  // the field the hash index is built on (-1: none)
-    // Rows by the value of indexField: text cells by their text, numeric cells by their number.
-    struct TextHash {
-        size_t operator()(const QString& s) const { return qHash(s); }
-    };
-    std::unordered_map<QString, std::vector<int>, TextHash> textIndex;
-    std::unordered_map<double, std::vector<int>> numberIndex;
+    RowIndex index;  // built on the filter's first field when the filter needs it
 
     EditMode mode = EditMode::None;
     std::vector<QVariant> buffer;
@@ -761,8 +853,7 @@ struct Recordset::Impl {
         }
         sqlite3* handle = nullptr;
         {
-            QSqlQuery probe = db->run(QStringLiteral("SELECT 1"), {});
-            const QVariant h = probe.driver()->handle();
+            const QVariant h = db->nativeHandle();
             if (qstrcmp(h.typeName(), "sqlite3*") != 0) return false;
             handle = *static_cast<sqlite3* const*>(h.constData());
         }
@@ -802,10 +893,10 @@ struct Recordset::Impl {
             for (int i = 0; i < n; ++i) {
                 switch (sqlite3_column_type(st, i)) {
                     case SQLITE_INTEGER:
-                        rows.push(i, QVariant(qlonglong(sqlite3_column_int64(st, i))));
+                        rows.pushInteger(i, qlonglong(sqlite3_column_int64(st, i)));
                         break;
                     case SQLITE_FLOAT:
-                        rows.push(i, QVariant(sqlite3_column_double(st, i)));
+                        rows.pushReal(i, sqlite3_column_double(st, i));
                         break;
                     case SQLITE_NULL:
                         rows.push(i, QVariant(QMetaType::fromType<QString>()));
@@ -823,6 +914,9 @@ struct Recordset::Impl {
             rows.endRow();
         }
         sqlite3_finalize(st);
+        // The rows are held here now: the connection's cached pages of them are given back, so
+        // that a large reading does not keep a second copy of what it read.
+        sqlite3_db_release_memory(handle);
         if (rc != SQLITE_DONE) return false;
         setNames(fieldNames);
         return true;
@@ -837,8 +931,9 @@ struct Recordset::Impl {
         if (db->backend() != Backend::PostgreSql) return false;
         PGconn* conn = nullptr;
         {
-            QSqlQuery probe = db->run(QStringLiteral("SELECT 1"), {});
-            const QVariant h = probe.driver()->handle();
+            // A broken connection is found by the statement itself: the driver's reading below
+            // reports it (and connects again) like any other failure.
+            const QVariant h = db->nativeHandle();
             if (qstrcmp(h.typeName(), "PGconn*") != 0 && qstrcmp(h.typeName(), "pg_conn*") != 0) return false;
             conn = *static_cast<PGconn* const*>(h.constData());
         }
@@ -927,11 +1022,16 @@ struct Recordset::Impl {
                             rows.push(i, null ? QVariant(QMetaType::fromType<int>()) : QVariant(int(std::strtol(v, nullptr, 10))));
                             break;
                         case Long:
-                            rows.push(i, null ? QVariant(QMetaType::fromType<qlonglong>())
-                                              : QVariant(qlonglong(std::strtoll(v, nullptr, 10))));
+                            if (null)
+                                rows.push(i, QVariant(QMetaType::fromType<qlonglong>()));
+                            else
+                                rows.pushInteger(i, qlonglong(std::strtoll(v, nullptr, 10)));
                             break;
                         case Real:
-                            rows.push(i, null ? QVariant(QMetaType::fromType<double>()) : QVariant(std::strtod(v, nullptr)));
+                            if (null)
+                                rows.push(i, QVariant(QMetaType::fromType<double>()));
+                            else
+                                rows.pushReal(i, std::strtod(v, nullptr));
                             break;
                         case Flag:
                             rows.push(i, null ? QVariant(QMetaType::fromType<bool>()) : QVariant(v[0] == 't'));
@@ -978,6 +1078,41 @@ struct Recordset::Impl {
         applyFilter();
     }
 
+    // The rows of a recordset opened for fetching on first use; a failed fetch is tried again
+    // at the next use.
+    void ensureFetched()
+    {
+        if (!pending) return;
+        fetch();
+        pending = false;
+    }
+
+    // Whether the statement would run, without running it: SQLite prepares it, PostgreSQL has
+    // the server prepare it (outside a transaction). False when it cannot tell.
+    bool statementChecks()
+    {
+        const QByteArray text = (isTable ? QStringLiteral("SELECT * FROM ") + source : source).toUtf8();
+        if (!params.isEmpty()) return false;
+        const QVariant h = db->nativeHandle();
+        if (qstrcmp(h.typeName(), "sqlite3*") == 0) {
+            sqlite3* handle = *static_cast<sqlite3* const*>(h.constData());
+            sqlite3_stmt* st = nullptr;
+            const bool ok = handle && sqlite3_prepare_v2(handle, text.constData(), int(text.size()), &st,
+                                                         nullptr) == SQLITE_OK && st && sqlite3_stmt_readonly(st);
+            sqlite3_finalize(st);
+            return ok;
+        }
+        if (qstrcmp(h.typeName(), "PGconn*") == 0 || qstrcmp(h.typeName(), "pg_conn*") == 0) {
+            PGconn* conn = *static_cast<PGconn* const*>(h.constData());
+            if (!conn || PQtransactionStatus(conn) != PQTRANS_IDLE || PQisBusy(conn)) return false;
+            PGresult* res = PQprepare(conn, "", text.constData(), 0, nullptr);
+            const bool ok = PQresultStatus(res) == PGRES_COMMAND_OK;
+            PQclear(res);
+            return ok;
+        }
+        return false;
+    }
+
     bool rowMatches(int r, const std::vector<std::pair<int, QVariant>>& terms) const
     {
         for (const auto& [f, v] : terms) {
@@ -999,31 +1134,7 @@ struct Recordset::Impl {
         return out;
     }
 
-    void dropIndex()
-    {
-        textIndex.clear();
-        numberIndex.clear();
-        indexField = -1;
-    }
-    void buildIndex(int field)
-    {
-        dropIndex();
-        indexField = field;
-        textIndex.reserve(rows.rows() / 4 + 1);
-        for (int r = 0; r < int(rows.rows()); ++r) addToIndex(r);
-    }
-    void addToIndex(int r)
-    {
-        const QVariant v = rows.at(size_t(r), indexField);
-        if (v.isNull()) return;
-        if (isNumeric(v))
-            numberIndex[v.toDouble()].push_back(r);
-        else if (const QString* text = textOf(v))
-            textIndex[*text].push_back(r);
-        else
-            textIndex[v.toString()].push_back(r);
-    }
-
+    void dropIndex() { index.clear(); }
     void applyFilter()
     {
         visible.clear();
@@ -1033,25 +1144,16 @@ struct Recordset::Impl {
                 if (alive[size_t(r)]) visible.push_back(r);
         } else {
             const auto terms = resolve(filter);
-            if (indexField != terms.front().first) buildIndex(terms.front().first);
+            if (index.column() != terms.front().first) index.build(rows, terms.front().first);
             const QVariant& wanted = terms.front().second;
             std::vector<int> candidates;
             if (!wanted.isNull()) {
                 double n = 0;
-                if (asNumber(wanted, n)) {
-                    const auto it = numberIndex.find(n);
-                    if (it != numberIndex.end())
-                        candidates.insert(candidates.end(), it->second.begin(), it->second.end());
-                }
-                if (!isNumeric(wanted)) {
-                    const auto it = textIndex.find(wanted.toString());
-                    if (it != textIndex.end())
-                        candidates.insert(candidates.end(), it->second.begin(), it->second.end());
-                } else {
-                    // A numeric criterion also finds text cells that read as the same number.
-                    for (const auto& [text, list] : textIndex)
-                        candidates.insert(candidates.end(), list.begin(), list.end());
-                }
+                if (asNumber(wanted, n)) index.numberRows(n, candidates);
+                if (!isNumeric(wanted))
+                    index.textRows(wanted.toString(), candidates);
+                else
+                    index.allTextRows(candidates);
                 std::sort(candidates.begin(), candidates.end());
                 candidates.erase(std::unique(candidates.begin(), candidates.end()),
                                  candidates.end());
@@ -1102,7 +1204,10 @@ std::unique_ptr<Recordset> Database::openRecordset(const QString& source, Record
     r.options = options;
     r.isTable = !r.source.isEmpty() &&
                 std::none_of(r.source.begin(), r.source.end(), [](QChar c) { return c.isSpace(); });
-    r.fetch();
+    // A statement that does not check is run at once, so that its failure is reported here as
+    // ever.
+    r.pending = (options & kFetchOnFirstUse) && r.statementChecks();
+    if (!r.pending) r.fetch();
     r.open = true;
     return rs;
 }
@@ -1111,23 +1216,34 @@ RecordsetType Recordset::type() const { return d->type; }
 bool Recordset::isOpen() const { return d->open; }
 bool Recordset::updatable() const { return d->open && d->writable(); }
 
-bool Recordset::bof() const { return d->visible.empty() || d->pos < 0; }
-bool Recordset::eof() const { return d->visible.empty() || d->pos >= d->count(); }
+bool Recordset::bof() const
+{
+    d->ensureFetched();
+    return d->visible.empty() || d->pos < 0;
+}
+bool Recordset::eof() const
+{
+    d->ensureFetched();
+    return d->visible.empty() || d->pos >= d->count();
+}
 
 void Recordset::moveFirst()
 {
+    d->ensureFetched();
     d->requireOpen();
     d->mode = EditMode::None;
     d->pos = d->visible.empty() ? -1 : 0;
 }
 void Recordset::moveLast()
 {
+    d->ensureFetched();
     d->requireOpen();
     d->mode = EditMode::None;
     d->pos = d->visible.empty() ? -1 : d->count() - 1;
 }
 void Recordset::moveNext()
 {
+    d->ensureFetched();
     d->requireOpen();
     if (eof() && !d->visible.empty()) throw DbError(DbErrorKind::Other, text::kNoCurrentRecord);
     d->mode = EditMode::None;
@@ -1135,15 +1251,25 @@ void Recordset::moveNext()
 }
 void Recordset::movePrevious()
 {
+    d->ensureFetched();
     d->requireOpen();
     if (bof() && !d->visible.empty()) throw DbError(DbErrorKind::Other, text::kNoCurrentRecord);
     d->mode = EditMode::None;
     d->pos = std::max(d->pos - 1, -1);
 }
-int Recordset::recordCount() const { return d->count(); }
-int Recordset::absolutePosition() const { return d->onRow() ? d->pos : -1; }
+int Recordset::recordCount() const
+{
+    d->ensureFetched();
+    return d->count();
+}
+int Recordset::absolutePosition() const
+{
+    d->ensureFetched();
+    return d->onRow() ? d->pos : -1;
+}
 void Recordset::setAbsolutePosition(int position)
 {
+    d->ensureFetched();
     d->requireOpen();
     if (position < 0 || position >= d->count())
         throw DbError(DbErrorKind::Other, text::kNoCurrentRecord);
@@ -1151,21 +1277,36 @@ void Recordset::setAbsolutePosition(int position)
     d->pos = position;
 }
 
-int Recordset::fieldCount() const { return int(d->names.size()); }
-QString Recordset::fieldName(int index) const { return d->names.value(index); }
+int Recordset::fieldCount() const
+{
+    d->ensureFetched();
+    return int(d->names.size());
+}
+QString Recordset::fieldName(int index) const
+{
+    d->ensureFetched();
+    return d->names.value(index);
+}
 bool Recordset::hasField(const QString& name) const
 {
+    d->ensureFetched();
     return d->lookup(name) >= 0;
 }
 int Recordset::fieldIndex(const QString& name) const
 {
+    d->ensureFetched();
     return d->lookup(name);
 }
 
-QVariant Recordset::field(const QString& name) const { return field(d->fieldIndexOrThrow(name)); }
+QVariant Recordset::field(const QString& name) const
+{
+    d->ensureFetched();
+    return field(d->fieldIndexOrThrow(name));
+}
 
 QVariant Recordset::field(int index) const
 {
+    d->ensureFetched();
     if (index < 0 || index >= fieldCount())
         throw DbError(DbErrorKind::Other, text::unknownField(QString::number(index)));
     // While a row is being added or edited, its fields read back what was set.
@@ -1175,11 +1316,13 @@ QVariant Recordset::field(int index) const
 
 QVariant Recordset::value(int row, int fieldIndex) const
 {
+    d->ensureFetched();
     return d->rows.at(size_t(d->visible[size_t(row)]), fieldIndex);
 }
 
 void Recordset::findFirst(const Criteria& criteria)
 {
+    d->ensureFetched();
     d->requireOpen();
     const auto terms = d->resolve(criteria);
     for (int i = 0; i < d->count(); ++i) {
@@ -1197,6 +1340,7 @@ void Recordset::findFirst(const QString& criterionText) { findFirst(Criteria::pa
 
 void Recordset::findNext(const Criteria& criteria)
 {
+    d->ensureFetched();
     d->requireOpen();
     const auto terms = d->resolve(criteria);
     for (int i = std::max(d->pos + 1, 0); i < d->count(); ++i) {
@@ -1214,6 +1358,7 @@ bool Recordset::noMatch() const { return d->noMatch; }
 
 void Recordset::setFilter(const Criteria& criteria)
 {
+    d->ensureFetched();
     d->requireOpen();
     if (criteria.empty()) {
         clearFilter();
@@ -1228,6 +1373,7 @@ void Recordset::setFilter(const Criteria& criteria)
 
 void Recordset::clearFilter()
 {
+    d->ensureFetched();
     d->requireOpen();
     d->filtered = false;
     d->filter = Criteria();
@@ -1237,6 +1383,7 @@ void Recordset::clearFilter()
 
 void Recordset::addNew()
 {
+    d->ensureFetched();
     d->requireWritable();
     d->mode = EditMode::Add;
     d->buffer.assign(d->names.size(), QVariant());
@@ -1245,6 +1392,7 @@ void Recordset::addNew()
 
 void Recordset::edit()
 {
+    d->ensureFetched();
     d->requireWritable();
     d->buffer = d->currentRow();
     d->changed.assign(d->names.size(), 0);
@@ -1253,6 +1401,7 @@ void Recordset::edit()
 
 void Recordset::setField(const QString& name, const QVariant& value)
 {
+    d->ensureFetched();
     d->requireWritable();
     if (d->mode == EditMode::None) throw DbError(DbErrorKind::Other, text::kNotEditing);
     const int f = d->fieldIndexOrThrow(name);
@@ -1262,6 +1411,7 @@ void Recordset::setField(const QString& name, const QVariant& value)
 
 void Recordset::update()
 {
+    d->ensureFetched();
     d->requireWritable();
     if (d->mode == EditMode::None) throw DbError(DbErrorKind::Other, text::kNotEditing);
     QStringList cols;
@@ -1288,7 +1438,7 @@ void Recordset::update()
         const int r = int(d->rows.rows());
         d->rows.appendRow(d->buffer);
         d->alive.push_back(1);
-        if (d->indexField >= 0) d->addToIndex(r);
+        if (d->index.column() >= 0) d->index.add(d->rows, r);
         if (!d->filtered || d->rowMatches(r, d->resolve(d->filter))) {
             const bool wasEmpty = d->visible.empty();
             const bool wasEof = d->pos >= d->count();
@@ -1309,7 +1459,7 @@ void Recordset::update()
                                     .arg(d->source, sets.join(QStringLiteral(", ")), where);
             if (d->db->execute(sql, params + whereParams) == 0)
                 throw DbError(DbErrorKind::RecordDeleted, text::kRecordDeleted);
-            if (d->indexField >= 0 && d->changed[size_t(d->indexField)])
+            if (d->index.column() >= 0 && d->changed[size_t(d->index.column())])
                 d->dropIndex();  // rebuilt on the next filter
             d->rows.setRow(size_t(r), d->buffer);
         }
@@ -1324,6 +1474,7 @@ void Recordset::cancelUpdate()
 
 void Recordset::deleteCurrent()
 {
+    d->ensureFetched();
     d->requireWritable();
     d->mode = EditMode::None;
     (void)d->currentRow();
@@ -1342,11 +1493,13 @@ void Recordset::requery()
 {
     d->requireOpen();
     d->fetch();
+    d->pending = false;
 }
 
 void Recordset::close()
 {
     d->open = false;
+    d->pending = false;
     d->rows.clear();
     d->alive.clear();
     d->visible.clear();

@@ -25,8 +25,11 @@ enum class RecordsetType : int {
     Snapshot = 4,  // a read-only copy: any write is refused
 };
 
-// Open options: kReadOnly makes a dynaset refuse writes too.
+// Open options: kReadOnly makes a dynaset refuse writes too. kFetchOnFirstUse: the statement is
+// checked at once (a missing table still fails the open) but its rows are fetched when the
+// recordset is first asked anything, for the sets a window keeps at hand and may never read.
 constexpr int kReadOnly = 4;
+constexpr int kFetchOnFirstUse = 8;
 
 enum class Backend { Sqlite, PostgreSql };
 
@@ -123,9 +126,14 @@ public:
     // Low level, for the adapter's own classes: a prepared query with bound values, executed.
     // Throws DbError mapped by the dialect.
     QSqlQuery run(const QString& sql, const QVariantList& params);
+    // Low level, for the recordsets' readers: the backend's own connection (sqlite3*, PGconn*)
+    // in a variant, after the checks every statement makes first (a vanished company file, a
+    // lost connection connected again). Throws DbError(ConnectionLost) when it cannot connect.
+    QVariant nativeHandle();
 
 private:
     Database();
+    void ensureConnected();
     QSqlQuery runOnce(const QString& sql, const QVariantList& params);
     // A statement with bound values, prepared once and kept for the next time.
     int executePreparedOnce(const QString& sql, const QVariantList& params);
