@@ -12,7 +12,7 @@
 #include "platform/database.h"
 #include "platform/lock_service.h"
 #include "platform/sql_dialect.h"
-#include "shared/cls_ref.h"
+#include "shared/code_to_name.h"
 #include "shared/grid_captions.h"
 #include "shared/line_grid.h"
 #include "shared/list_context.h"

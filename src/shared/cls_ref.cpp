@@ -1,6 +1,7 @@
 #include "shared/cls_ref.h"
 
 #include "platform/database.h"
+#include "shared/code_to_name.h"
 
 namespace qx {
 
@@ -14,12 +15,6 @@ constexpr int kColPerson = 12;
 constexpr int kColDept = 13;
 constexpr int kColOperation = 14;
 }  // namespace
-
-QString NullToText(const QVariant& value)
-{
-    if (!value.isValid() || value.isNull()) return {};
-    return value.toString();
-}
 
 void ClsRef::writeSecondField(Recordset& rs, int col)
 {
