@@ -155,10 +155,15 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
 
     if (lines.rows() < 2) return Verdict::refuse(text::kNoLines);
 
-    // Every line has the same parent: its stored ancestors are read once and each child is
-    // judged against them, with the answers one walk per line would give.
+    // Every line has the same parent: one walk of its stored ancestors judges every child, with
+    // the answers one walk per line would give.
+    QStringList children;
+    if (!req.ancestors) {
+        children.reserve(lines.rows());
+        for (int i = 1; i < lines.rows(); ++i) children << lines.cell(i, ColChildCode);
+    }
     const Ancestors ancestors =
-        req.ancestors ? *req.ancestors : CollectAncestors(req.parentCode, *lk.db);
+        req.ancestors ? *req.ancestors : CollectAncestors(req.parentCode, *lk.db, &children);
     for (int i = 1; i < lines.rows(); ++i)
         if (!ancestors.allows(lines.cell(i, ColChildCode)))
             return Verdict::refuse(text::cycleAtLine(i));
