@@ -48,41 +48,6 @@ LineRow lineRow(const CardLookups& lk, const LineGrid& lines, int i)
     return r;
 }
 
-void saveRecord(const CardLookups& lk, const LineGrid& lines, const SaveRequest& req)
-{
-    Recordset& head = *req.headerRows;
-    head.addNew();
-    head.setField(QStringLiteral("cPSPCode"), req.parentCode);
-    head.setField(QStringLiteral("cDepCode"), NameToCode_Dep(req.department, lk.department));
-    head.update();
-    writeStructureLines(lk, lines, req.parentCode);
-}
-
-void editModeWrite(const CardLookups& lk, const LineGrid& lines, const SaveRequest& req)
-{
-    Recordset& head = *req.headerRows;
-    const Criteria onParent = Criteria::eq(QStringLiteral("cPSPCode"), req.parentCode);
-    const auto found = [&] {
-        if (head.recordCount() > 0) head.moveFirst();
-        head.findFirst(onParent);
-        return head.recordCount() > 0 && !head.noMatch();
-    };
-    // The rows were read when the list was loaded: a structure another workstation added since
-    // is found once they are read again.
-    if (!found()) {
-        head.requery();
-        if (!found()) throw DbError(DbErrorKind::RecordDeleted, text::kDeletedCannotSave);
-    }
-    head.edit();
-    head.setField(QStringLiteral("cDepCode"), NameToCode_Dep(req.department, lk.department));
-    head.update();
-
-    // All lines of the parent go and the grid's lines are written again.
-    lk.db->execute(QStringLiteral("delete from ProductStructures where cPSPCode=?"),
-                   {req.parentCode});
-    writeStructureLines(lk, lines, req.parentCode);
-}
-
 // The flags of the items on the lines, from items read once by the caller.
 QHash<QString, ItemFlags> itemFlagsOf(const LineGrid& lines, const QHash<QString, FreshItem>& items)
 {
@@ -145,6 +110,33 @@ void writeStructureLines(const CardLookups& lk, const LineGrid& lines, const QSt
         }
         lk.db->execute(head + tuples.join(QLatin1Char(',')), params);
     }
+}
+
+void writeStructure(const CardLookups& lk, const LineGrid& lines, const StructureWrite& w)
+{
+    Database& db = *lk.db;
+    const QString department = NameToCode_Dep(w.department, lk.department);
+    if (w.adding) {
+        if (w.headerRows) {
+            // Through the recordset, so that its rows know the new structure at once.
+            Recordset& head = *w.headerRows;
+            head.addNew();
+            head.setField(QStringLiteral("cPSPCode"), w.parent);
+            head.setField(QStringLiteral("cDepCode"), department);
+            head.update();
+        } else {
+            db.execute(QStringLiteral("insert into ProductStructure (cPSPCode, cDepCode) values (?,?)"),
+                       {w.parent, department});
+        }
+    } else {
+        if (w.setDepartment &&
+            db.execute(QStringLiteral("update ProductStructure set cDepCode=? where cPSPCode=?"),
+                       {department, w.parent}) == 0)
+            throw DbError(DbErrorKind::RecordDeleted, text::kDeletedCannotSave);
+        // All lines of the parent go and the grid's lines are written again.
+        db.execute(QStringLiteral("delete from ProductStructures where cPSPCode=?"), {w.parent});
+    }
+    writeStructureLines(lk, lines, w.parent);
 }
 
 Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& req)
@@ -254,10 +246,7 @@ bool saveStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& re
             return v.message;
         }
         writing = true;
-        if (req.adding)
-            saveRecord(lk, lines, req);
-        else
-            editModeWrite(lk, lines, req);
+        writeStructure(lk, lines, {req.parentCode, req.department, req.adding, req.headerRows});
         tx.commit();
         return QString();
     };
