@@ -110,7 +110,7 @@ constexpr int kGenerationLimit = 64;
 constexpr int kBoundCodesLimit = 900;
 
 // One statement: the generations of a code's ancestors, each de-duplicated, walked by the
-// database itself. It answers the deepest generation reached (no row: no ancestors) and which of
+// database itself. It answers the deepest generation reached (0: no ancestors) and which of
 // the `among` codes bound after the code and the limit are ancestors (every ancestor when
 // `among` is negative). Only those few codes travel.
 QString generationWalk(qsizetype among)
@@ -119,7 +119,7 @@ QString generationWalk(qsizetype among)
         "with recursive up(code,generation) as (select cpspcode,1 from productstructures where cpscode=? "
         "union select p.cpspcode,up.generation+1 from productstructures p inner join up on p.cpscode=up.code "
         "where up.generation<?) "
-        "select null,max(generation) from up union all select distinct code,0 from up");
+        "select null,coalesce(max(generation),0) from up union all select distinct code,-1 from up");
     if (among < 0) return sql;
     QStringList marks;
     marks.reserve(among);
@@ -146,12 +146,12 @@ Ancestors CollectAncestors(const QString& parent, Database& db, const QStringLis
     Ancestors result;
     int deepest = 0;
     for (size_t i = 0; i + 1 < cells.size(); i += 2) {
-        // The row of the deepest generation has no code and a generation of at least 1 (none
-        // when there are no ancestors); an ancestor's row has 0 there.
-        if (cells[i + 1] != QLatin1String("0"))
-            deepest = cells[i + 1].toInt();
-        else
+        // An ancestor's row has -1 for a generation; the one other row has no code and the
+        // deepest generation (0: no ancestors).
+        if (cells[i + 1] == QLatin1String("-1"))
             result.codes.insert(cells[i]);
+        else
+            deepest = cells[i + 1].toInt();
     }
     // A walk that ended by itself met no loop: a loop, through the parent or above it, would
     // have led it on for ever.
