@@ -163,6 +163,30 @@ TEST_P(CheckCycleTest, DeepDiamondLatticeIsAnsweredWithoutBlowingUp)
     EXPECT_FALSE(CheckCycle("D24a", "OTHER", *db));
 }
 
+TEST_P(CheckCycleTest, StructuresDeeperThanOneWalkGoesAreAnsweredExactly)
+{
+    // A chain of 80 levels without a loop: deeper than the one-statement walk goes.
+    Transaction t(*db);
+    QStringList chain;
+    for (int i = 0; i <= 80; ++i) chain << QStringLiteral("C%1").arg(i);
+    Structures s(*db);
+    s.chain(chain);
+    t.commit();
+    const struct {
+        const char* parent;
+        const char* child;
+        bool allowed;
+    } cases[] = {{"C80", "NEW", true}, {"C80", "C0", false}, {"C80", "C79", false}, {"C40", "C80", true}};
+    for (const auto& c : cases)
+        EXPECT_EQ(CheckCycle(c.parent, c.child, *db), c.allowed) << c.parent << " <- " << c.child;
+    const Ancestors up = CollectAncestors("C80", *db);
+    EXPECT_FALSE(up.loop);
+    EXPECT_EQ(up.codes.size(), 80);
+    // The same chain closed into a loop at its top.
+    s.line("C79", "C0");
+    EXPECT_FALSE(CheckCycle("C80", "NEW", *db));
+}
+
 // The answer on random stored data equals the one of a plain search over all lines: a cycle
 // exactly when the child or the parent is among the parent's ancestors, or a loop lies among them.
 TEST_P(CheckCycleTest, AgreesWithAPlainSearchOnRandomStructures)

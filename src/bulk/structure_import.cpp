@@ -12,7 +12,7 @@
 #include "platform/database.h"
 #include "platform/lock_service.h"
 #include "platform/sql_dialect.h"
-#include "shared/cls_ref.h"
+#include "shared/code_to_name.h"
 #include "shared/grid_captions.h"
 #include "shared/line_grid.h"
 #include "shared/list_context.h"
@@ -476,18 +476,8 @@ void Importer::checkGroup(Group& g, CardLookups lk)
 
 void Importer::writeGroup(const Group& g, const CardLookups& lk)
 {
-    if (g.adding) {
-        db_.execute(QStringLiteral("insert into ProductStructure (cPSPCode, cDepCode) values (?,?)"),
-                    {g.parent, NameToCode_Dep(g.department, lk.department)});
-    } else {
-        if (layout_.deptCol >= 0)
-            db_.execute(QStringLiteral("update ProductStructure set cDepCode=? where cPSPCode=?"),
-                        {NameToCode_Dep(g.department, lk.department), g.parent});
-        // All lines of the parent go and the file's lines are written instead, as the card's
-        // edit-mode save does.
-        db_.execute(QStringLiteral("delete from ProductStructures where cPSPCode=?"), {g.parent});
-    }
-    writeStructureLines(lk, g.grid, g.parent);
+    // The card's own write; a file without a department column leaves a stored one as it is.
+    writeStructure(lk, g.grid, {g.parent, g.department, g.adding, nullptr, layout_.deptCol >= 0});
 }
 
 

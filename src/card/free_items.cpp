@@ -4,7 +4,7 @@
 #include "data/texts.h"
 #include "platform/database.h"
 #include "platform/prompter.h"
-#include "shared/cls_ref.h"
+#include "shared/code_to_name.h"
 #include "shared/line_grid.h"
 #include "shared/list_context.h"
 

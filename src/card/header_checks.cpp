@@ -3,7 +3,7 @@
 #include "data/common.h"
 #include "data/texts.h"
 #include "platform/database.h"
-#include "shared/cls_ref.h"
+#include "shared/code_to_name.h"
 
 namespace qx {
 

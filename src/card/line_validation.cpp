@@ -5,7 +5,7 @@
 #include "data/common.h"
 #include "data/texts.h"
 #include "platform/database.h"
-#include "shared/cls_ref.h"
+#include "shared/code_to_name.h"
 #include "shared/line_grid.h"
 #include "shared/list_context.h"
 

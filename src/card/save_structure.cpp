@@ -48,41 +48,6 @@ LineRow lineRow(const CardLookups& lk, const LineGrid& lines, int i)
     return r;
 }
 
-void saveRecord(const CardLookups& lk, const LineGrid& lines, const SaveRequest& req)
-{
-    Recordset& head = *req.headerRows;
-    head.addNew();
-    head.setField(QStringLiteral("cPSPCode"), req.parentCode);
-    head.setField(QStringLiteral("cDepCode"), NameToCode_Dep(req.department, lk.department));
-    head.update();
-    writeStructureLines(lk, lines, req.parentCode);
-}
-
-void editModeWrite(const CardLookups& lk, const LineGrid& lines, const SaveRequest& req)
-{
-    Recordset& head = *req.headerRows;
-    const Criteria onParent = Criteria::eq(QStringLiteral("cPSPCode"), req.parentCode);
-    const auto found = [&] {
-        if (head.recordCount() > 0) head.moveFirst();
-        head.findFirst(onParent);
-        return head.recordCount() > 0 && !head.noMatch();
-    };
-    // The rows were read when the list was loaded: a structure another workstation added since
-    // is found once they are read again.
-    if (!found()) {
-        head.requery();
-        if (!found()) throw DbError(DbErrorKind::RecordDeleted, text::kDeletedCannotSave);
-    }
-    head.edit();
-    head.setField(QStringLiteral("cDepCode"), NameToCode_Dep(req.department, lk.department));
-    head.update();
-
-    // All lines of the parent go and the grid's lines are written again.
-    lk.db->execute(QStringLiteral("delete from ProductStructures where cPSPCode=?"),
-                   {req.parentCode});
-    writeStructureLines(lk, lines, req.parentCode);
-}
-
 // The flags of the items on the lines, from items read once by the caller.
 QHash<QString, ItemFlags> itemFlagsOf(const LineGrid& lines, const QHash<QString, FreshItem>& items)
 {
@@ -147,6 +112,33 @@ void writeStructureLines(const CardLookups& lk, const LineGrid& lines, const QSt
     }
 }
 
+void writeStructure(const CardLookups& lk, const LineGrid& lines, const StructureWrite& w)
+{
+    Database& db = *lk.db;
+    const QString department = NameToCode_Dep(w.department, lk.department);
+    if (w.adding) {
+        if (w.headerRows) {
+            // Through the recordset, so that its rows know the new structure at once.
+            Recordset& head = *w.headerRows;
+            head.addNew();
+            head.setField(QStringLiteral("cPSPCode"), w.parent);
+            head.setField(QStringLiteral("cDepCode"), department);
+            head.update();
+        } else {
+            db.execute(QStringLiteral("insert into ProductStructure (cPSPCode, cDepCode) values (?,?)"),
+                       {w.parent, department});
+        }
+    } else {
+        if (w.setDepartment &&
+            db.execute(QStringLiteral("update ProductStructure set cDepCode=? where cPSPCode=?"),
+                       {department, w.parent}) == 0)
+            throw DbError(DbErrorKind::RecordDeleted, text::kDeletedCannotSave);
+        // All lines of the parent go and the grid's lines are written again.
+        db.execute(QStringLiteral("delete from ProductStructures where cPSPCode=?"), {w.parent});
+    }
+    writeStructureLines(lk, lines, w.parent);
+}
+
 Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& req)
 {
     if (!req.department.isEmpty() &&
@@ -155,10 +147,15 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
 
     if (lines.rows() < 2) return Verdict::refuse(text::kNoLines);
 
-    // Every line has the same parent: its stored ancestors are read once and each child is
-    // judged against them, with the answers one walk per line would give.
+    // Every line has the same parent: one walk of its stored ancestors judges every child, with
+    // the answers one walk per line would give.
+    QStringList children;
+    if (!req.ancestors) {
+        children.reserve(lines.rows());
+        for (int i = 1; i < lines.rows(); ++i) children << lines.cell(i, ColChildCode);
+    }
     const Ancestors ancestors =
-        req.ancestors ? *req.ancestors : CollectAncestors(req.parentCode, *lk.db);
+        req.ancestors ? *req.ancestors : CollectAncestors(req.parentCode, *lk.db, &children);
     for (int i = 1; i < lines.rows(); ++i)
         if (!ancestors.allows(lines.cell(i, ColChildCode)))
             return Verdict::refuse(text::cycleAtLine(i));
@@ -249,10 +246,7 @@ bool saveStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& re
             return v.message;
         }
         writing = true;
-        if (req.adding)
-            saveRecord(lk, lines, req);
-        else
-            editModeWrite(lk, lines, req);
+        writeStructure(lk, lines, {req.parentCode, req.department, req.adding, req.headerRows});
         tx.commit();
         return QString();
     };

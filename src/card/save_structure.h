@@ -39,6 +39,19 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
 // returns false with nothing written, or returns true with the structure written.
 bool saveStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& req);
 
+// The one write of a structure, for the card (new, copied, edited) and the import, inside the
+// caller's transaction: a new header (through `headerRows` when given, so that the recordset
+// knows it), or the edited one's department (a header gone meanwhile is RecordDeleted); in edit
+// mode every stored line of the parent goes; then the lines, in grid order.
+struct StructureWrite {
+    QString parent;
+    QString department;  // a name, as the card shows it
+    bool adding = true;
+    Recordset* headerRows = nullptr;
+    bool setDepartment = true;  // edit mode: false leaves the stored department
+};
+void writeStructure(const CardLookups& lk, const LineGrid& lines, const StructureWrite& w);
+
 // The lines of a structure written as the save writes them (warehouse and department names
 // turned into codes, the person cut to its width, an empty waste rate as NULL), in grid order.
 void writeStructureLines(const CardLookups& lk, const LineGrid& lines, const QString& parent);

@@ -24,9 +24,10 @@ bool FindRecord(const QString& value, Recordset& rs, const QString& field)
 
 namespace {
 
-// One statement: the lines above a code, as (parent, child) pairs, by the database's own
-// recursive query. Each pair is visited once however many routes lead to it, so a shared
-// sub-assembly costs one visit and a stored loop ends the query as well.
+// Exact but costlier: the lines above a code, as (parent, child) pairs, by the database's own
+// recursive query. Each pair is visited once however many routes lead to it, so a stored loop
+// ends the query as well. Asked only when the generation walk below could not tell a loop from
+// a very deep structure.
 const QString kAncestorLines = QStringLiteral(
     "with recursive up(cpspcode,cpscode) as (select cpspcode,cpscode from productstructures where cpscode=? "
     "union select p.cpspcode,p.cpscode from productstructures p inner join up on p.cpscode=up.cpspcode) "
@@ -46,12 +47,6 @@ public:
             parents_[size_t(code)].push_back(up);
             ancestor_[size_t(up)] = 1;
         }
-    }
-
-    bool isAncestor(const QString& code) const
-    {
-        const auto it = ids_.constFind(code);
-        return it != ids_.cend() && ancestor_[size_t(it.value())];
     }
 
     // A loop among the ancestors (or through the code itself): peeling from the bottom, a code
@@ -107,18 +102,62 @@ private:
     std::vector<char> ancestor_;
 };
 
+// The generation walk goes no further than this: no structure is that deep, so reaching it means
+// a stored loop (or, should a structure ever be that deep, the exact walk above decides).
+constexpr int kGenerationLimit = 64;
+
+// Above this many codes the walk returns every ancestor and the caller picks its own out.
+constexpr int kBoundCodesLimit = 900;
+
+// One statement: the generations of a code's ancestors, each de-duplicated, walked by the
+// database itself. It answers the deepest generation reached (0: no ancestors) and which of
+// the `among` codes bound after the code and the limit are ancestors (every ancestor when
+// `among` is negative). Only those few codes travel.
+QString generationWalk(qsizetype among)
+{
+    QString sql = QStringLiteral(
+        "with recursive up(code,generation) as (select cpspcode,1 from productstructures where cpscode=? "
+        "union select p.cpspcode,up.generation+1 from productstructures p inner join up on p.cpscode=up.code "
+        "where up.generation<?) "
+        "select null,coalesce(max(generation),0) from up union all select distinct code,-1 from up");
+    if (among < 0) return sql;
+    QStringList marks;
+    marks.reserve(among);
+    for (qsizetype i = 0; i < among; ++i) marks << QStringLiteral("?");
+    return sql + QStringLiteral(" where code in (") + marks.join(QLatin1Char(',')) + QLatin1Char(')');
+}
 }  // namespace
 
 bool CheckCycle(const QString& parent, const QString& child, Database& db)
 {
-    const AncestorGraph graph(db, parent);
-    return !graph.isAncestor(child) && !graph.hasLoop();
+    const QStringList codes{child};
+    return CollectAncestors(parent, db, &codes).allows(child);
 }
 
-Ancestors CollectAncestors(const QString& parent, Database& db)
+Ancestors CollectAncestors(const QString& parent, Database& db, const QStringList* among)
 {
-    const AncestorGraph graph(db, parent);
+    const bool all = !among || among->size() > kBoundCodesLimit;
+    QVariantList params{parent, kGenerationLimit};
+    if (!all)
+        for (const QString& code : *among) params << code;
+    const std::vector<QString> cells =
+        db.selectTexts(generationWalk(all ? -1 : among->size()), params);
+
     Ancestors result;
+    int deepest = 0;
+    for (size_t i = 0; i + 1 < cells.size(); i += 2) {
+        // An ancestor's row has -1 for a generation; the one other row has no code and the
+        // deepest generation (0: no ancestors).
+        if (cells[i + 1] == QLatin1String("-1"))
+            result.codes.insert(cells[i]);
+        else
+            deepest = cells[i + 1].toInt();
+    }
+    // A walk that ended by itself met no loop: a loop, through the parent or above it, would
+    // have led it on for ever.
+    if (deepest < kGenerationLimit) return result;
+    // A loop, or a structure deeper than any seen: the exact walk decides.
+    const AncestorGraph graph(db, parent);
     result.loop = graph.hasLoop();
     result.codes = graph.ancestors();
     return result;

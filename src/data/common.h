@@ -4,6 +4,7 @@
 
 #include <QSet>
 #include <QString>
+#include <QStringList>
 
 namespace qx {
 
@@ -15,21 +16,23 @@ class Recordset;
 bool FindRecord(const QString& value, Recordset& rs, const QString& field);
 
 // May `child` be placed under `parent` without a cycle? True = allowed. Walks the stored
-// ancestors of the parent upwards one generation per query; false when an ancestor equals the
-// parent or the child (binary comparison), or when the stored data hold a loop among the
-// ancestors (the walk would never end). Each generation is de-duplicated.
+// ancestors of the parent upwards one generation at a time (each generation de-duplicated), in
+// one statement; false when an ancestor equals the parent or the child (binary comparison), or
+// when the stored data hold a loop among the ancestors (the walk would never end).
 bool CheckCycle(const QString& parent, const QString& child, Database& db);
 
-// The stored ancestors of a parent, collected once, so that the save can test all its lines
-// against one walk. `loop` is true when the parent is its own ancestor or the ancestors hold a
-// stored loop: every placement under it is then refused.
+// The stored ancestors of a parent, walked once, so that the save can test all its lines against
+// one walk. `loop` is true when the parent is its own ancestor or the ancestors hold a stored
+// loop: every placement under it is then refused.
 struct Ancestors {
     QSet<QString> codes;
     bool loop = false;
-    // The same answer CheckCycle(parent, child) gives.
+    // The same answer CheckCycle(parent, child) gives, for a child among those asked for.
     bool allows(const QString& child) const { return !loop && !codes.contains(child); }
 };
-Ancestors CollectAncestors(const QString& parent, Database& db);
+// With `among`, `codes` holds only those of them that are ancestors (the database picks them
+// out, so that thousands of ancestors need not travel); without, every ancestor.
+Ancestors CollectAncestors(const QString& parent, Database& db, const QStringList* among = nullptr);
 
 // Quantity format: decimals > 0 → "0.00…" (that many decimals, half away from zero);
 // decimals <= 0 → an integer without group separators.

@@ -8,6 +8,11 @@ namespace qx::schema {
 
 namespace {
 
+// Lines by child, holding the parent too: the upward walks (the cycle check, where-used) find a
+// line's parent in the index alone.
+const QString kUpwardIndex = QStringLiteral(
+    "create index if not exists ix_productstructures_up on ProductStructures(cPSCode, cPSPCode)");
+
 // Column pieces in the dialect's words, so that a width is enforced on both backends.
 struct Columns {
     const SqlDialect& d;
@@ -87,8 +92,7 @@ void createCompany(Database& db, bool withWasteRate)
     db.execute(createTable(QStringLiteral("ProductStructures"), lines));
     // The primary key serves lookups by parent; the upward walk of the cycle check and the
     // "has lower levels" tests look lines up by child.
-    db.execute(QStringLiteral(
-        "create index if not exists ix_productstructures_cpscode on ProductStructures(cPSCode)"));
+    db.execute(kUpwardIndex);
     db.execute(QStringLiteral(
         "create index if not exists ix_productstructures_cpspcode on ProductStructures(cPSPCode)"));
 
@@ -106,6 +110,10 @@ void createCompany(Database& db, bool withWasteRate)
 void upgradeWasteRate(Database& db)
 {
     db.executeIgnoringErrors(QStringLiteral("alter table ProductStructures add iWasteRate float null"));
+    // A company made before the upward index held the parent code too: the walk then read every
+    // line it found a second time, from the table.
+    db.executeIgnoringErrors(kUpwardIndex);
+    db.executeIgnoringErrors(QStringLiteral("drop index if exists ix_productstructures_cpscode"));
 }
 
 void ensureMenuDef(Database& db)

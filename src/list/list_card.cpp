@@ -7,7 +7,6 @@
 #include "list/frm_ps.h"
 #include "platform/grid.h"
 #include "platform/prompter.h"
-#include "shared/cls_ref.h"
 #include "shared/code_to_name.h"
 
 #include <QScopeGuard>

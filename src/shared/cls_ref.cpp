@@ -1,14 +1,10 @@
 #include "shared/cls_ref.h"
 
 #include "platform/database.h"
+#include "shared/code_to_name.h"
 
 namespace qx {
 
-QString NullToText(const QVariant& value)
-{
-    if (!value.isValid() || value.isNull()) return {};
-    return value.toString();
-}
 
 void ClsRef::writeSecondField(Recordset& rs, int col)
 {

@@ -14,9 +14,6 @@ namespace qx {
 
 class Recordset;
 
-// A Null value is an empty text, never the word "Null".
-QString NullToText(const QVariant& value);
-
 class ClsRef {
 public:
     // What a pick writes into the header fields; the line handlers write into `lines`.

@@ -1,9 +1,14 @@
 #include "shared/code_to_name.h"
 
 #include "platform/database.h"
-#include "shared/cls_ref.h"
 
 namespace qx {
+
+QString NullToText(const QVariant& value)
+{
+    if (!value.isValid() || value.isNull()) return {};
+    return value.toString();
+}
 
 namespace {
 QString lookUp(Database& db, const QString& sql, const QString& codeField, const QString& code,

@@ -1,10 +1,15 @@
 #pragma once
 
 #include <QString>
+#include <QVariant>
 
 namespace qx {
 
 class Database;
+
+// A field read as the text the rules compare and show: a Null value is an empty text, never the
+// word "Null".
+QString NullToText(const QVariant& value);
 
 // The warehouse's name, or an empty text when no warehouse has that code.
 QString CodeToName_WareHouse(const QString& code, Database& db);
