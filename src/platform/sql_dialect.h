@@ -34,6 +34,9 @@ public:
     virtual QString structureWriteLockStatement() const = 0;
     // "column <null-safe equals> ?": true when both are NULL or both equal (the row key of a
     // table without a primary key).
+    // A table of texts given as one bound value, a JSON array of strings ("[\"P1\",\"P2\"]"),
+    // its one column named value: many keys in one statement without one bound value each.
+    virtual QString textSetSource() const = 0;
     virtual QString nullSafeEquals(const QString& column) const
     {
         return column + QStringLiteral(" IS NOT DISTINCT FROM ?");

@@ -53,6 +53,10 @@ public:
     // The save's cycle check must see every other save's committed lines before it writes:
     // one transaction-scoped advisory lock serializes those writers (the key is the help context
     // of the component, a number no other module uses).
+    QString textSetSource() const override
+    {
+        return QStringLiteral("json_array_elements_text(CAST(? AS json)) AS keyset(value)");
+    }
     QString structureWriteLockStatement() const override
     {
         return QStringLiteral("SELECT pg_advisory_xact_lock(31100033)");
