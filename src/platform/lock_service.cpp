@@ -123,8 +123,8 @@ QHash<QString, LockService::Holder> LockService::holdersOf(const QString& catego
 {
     auto rs = db_.openRecordset(
         QStringLiteral("SELECT cKey, cComputer, iPid, cMachine, cRun FROM %1 WHERE cCategory = ? "
-                       "AND cKey IN (SELECT value FROM %2)")
-            .arg(tableName(), db_.dialect().textSetSource()),
+                       "AND %2")
+            .arg(tableName(), db_.dialect().inTextSet(QStringLiteral("cKey"))),
         RecordsetType::Snapshot, 0, {category, keySet(keys)});
     QHash<QString, Holder> holders;
     holders.reserve(rs->recordCount());
@@ -251,8 +251,8 @@ LockService::Freed LockService::removeOwn(const QString& category, const QString
     if (keys.isEmpty()) return freed;
     const QString statement =
         QStringLiteral("DELETE FROM %1 WHERE cCategory = ? AND cComputer = ? AND iPid = ? AND "
-                       "cMachine = ? AND cRun = ? AND cKey IN (SELECT value FROM %2)")
-            .arg(tableName(), db_.dialect().textSetSource());
+                       "cMachine = ? AND cRun = ? AND %2")
+            .arg(tableName(), db_.dialect().inTextSet(QStringLiteral("cKey")));
     const QVariantList params{category, computer_, pid_, machine_, run_, keySet(keys)};
     try {
         freed.rows = db_.execute(statement, params);
@@ -318,8 +318,8 @@ QStringList LockService::lockRecords(const QString& category, const QString& sys
         for (const auto& [h, heldKeys] : std::as_const(dead))
             db_.execute(QStringLiteral("DELETE FROM %1 WHERE cCategory = ? AND cComputer = ? AND "
                                        "iPid = ? AND coalesce(cMachine, '') = ? AND "
-                                       "coalesce(cRun, '') = ? AND cKey IN (SELECT value FROM %2)")
-                            .arg(table, keysFrom),
+                                       "coalesce(cRun, '') = ? AND %2")
+                            .arg(table, db_.dialect().inTextSet(QStringLiteral("cKey"))),
                         {category, h.computer, h.pid, h.machine, h.run, keySet(heldKeys)});
         if (wanted.isEmpty()) return refused;
         const QString now =

@@ -57,6 +57,12 @@ public:
     {
         return QStringLiteral("json_array_elements_text(CAST(? AS json)) AS keyset(value)");
     }
+    // Left as a condition rather than a join: a lock table just written has no statistics, the
+    // planner takes it for a row or two and would read the whole set once per row of it.
+    QString inTextSet(const QString& column) const override
+    {
+        return QStringLiteral("(") + SqlDialect::inTextSet(column) + QStringLiteral(") IS TRUE");
+    }
     QString structureWriteLockStatement() const override
     {
         return QStringLiteral("SELECT pg_advisory_xact_lock(31100033)");
