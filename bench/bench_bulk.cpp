@@ -16,34 +16,26 @@
 #include "platform/database.h"
 #include "platform/prompter.h"
 #include "support/large_company.h"
+#include "support/timing.h"
 
 #include <QApplication>
 #include <QFile>
 #include <QTemporaryDir>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
+#include <utility>
 #include <vector>
 
 using namespace qx;
-using Clock = std::chrono::steady_clock;
+using bench::Clock;
+using bench::median;
+using bench::msSince;
 
 namespace {
 
 constexpr int kNewParents = 2000;
 constexpr int kLinesEach = 10;
 constexpr int kRounds = 3;
-
-double msSince(Clock::time_point t0)
-{
-    return std::chrono::duration<double, std::milli>(Clock::now() - t0).count();
-}
-double median(std::vector<double> v)
-{
-    std::sort(v.begin(), v.end());
-    return v[v.size() / 2];
-}
 
 struct Line {
     QString parent, child;

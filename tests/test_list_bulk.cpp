@@ -13,6 +13,7 @@
 #include <QCheckBox>
 #include <QFile>
 #include <QLineEdit>
+#include <QProgressDialog>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -126,6 +127,32 @@ TEST_P(ListBulk, CheckWritesNothingImportWritesAndRefreshesTheList)
     chosen = dir.filePath("t.xlsx");
     click(d, QStringLiteral("模板"));
     EXPECT_TRUE(QFile::exists(chosen));
+}
+
+// The operator cancels the progress dialog as soon as it is there: nothing is written, the
+// report says so and the list stays as it was.
+TEST_P(ListBulk, CancelInTheProgressDialogWritesNothing)
+{
+    auto w = open();
+    ImportDialog d(*w);
+    d.fileEdit()->setText(writeFile("c.csv", "父项编码,子项编码,定额数量,存放仓库\nP1,A3,2,成品库\nP1,A1,1,W2\n"));
+    bool cancelled = false;
+    QTimer::singleShot(0, &d, [&] {
+        if (auto* progress = d.findChild<QProgressDialog*>()) {
+            progress->cancel();
+            cancelled = true;
+        }
+    });
+    click(d, QStringLiteral("导入"));
+    ASSERT_TRUE(cancelled);
+    ASSERT_EQ(reports.size(), 1u);
+    EXPECT_EQ(reports[0].last(), QStringLiteral("已取消导入，没有写入任何数据"));
+    EXPECT_EQ(parentCodes(*w), (QStringList{"P2", "X1", "X2"}));
+    EXPECT_EQ(db->openRecordset(QStringLiteral("select count(*) from ProductStructures where cPSPCode='P1'"),
+                                RecordsetType::Snapshot)
+                  ->field(0)
+                  .toInt(),
+              0);
 }
 
 TEST_P(ListBulk, ReplaceStartsFromTheSelectedChildLine)

@@ -197,6 +197,19 @@ TEST_P(LockServiceTest, ManyKeysAtOnceAsOneByOne)
     EXPECT_EQ(holder(QStringLiteral("K150")).section('/', 0, 0), kB);  // not ours to free
 }
 
+// Many keys travel as one value: quotes, backslashes and brackets are keys like any other.
+TEST_P(LockServiceTest, ManyKeysWithQuotesAndBracketsAreKeysAsTheyAre)
+{
+    const QStringList keys{"a\"b", "c\\d", "e'f", "g|h", "成品 一", "[1]", "x,y", "{}"};
+    LockService a(*dbA);
+    EXPECT_EQ(a.lockRecords(kCat, kSys, kMode, computerName(), keys), QStringList{});
+    for (const QString& k : keys) EXPECT_EQ(holder(k), me(computerName())) << k.toStdString();
+    LockService other(*dbB);
+    EXPECT_EQ(other.lockRecords(kCat, kSys, kMode, kB, keys), keys);
+    EXPECT_TRUE(a.unlockRecord(kCat, keys));
+    for (const QString& k : keys) EXPECT_EQ(holder(k), QString()) << k.toStdString();
+}
+
 QX_INSTANTIATE_BACKENDS(LockServiceTest);
 
 TEST(LockServiceFile, ReadOnlySqliteFileRefuses)

@@ -295,6 +295,29 @@ TEST_P(StructureImport, ReplaceComponentRefusesNamingTheParents)
         EXPECT_EQ(r.outcome, ReplaceResult::Outcome::Refused);
         EXPECT_EQ(r.refusals, c.refusals);
     }
+    // The new item on a changed line as the card judges it: a free item it does not use must be
+    // empty (the message names the card's line: P1 lists A3, then X3), a warehouse valued at
+    // planned price needs its planned price. A1 uses both free items and has a price.
+    db->execute(QStringLiteral("insert into UserDefItem(cID,cName) values('21','等级')"));
+    db->execute(QStringLiteral("update ProductStructures set cFree2='一等' where cPSPCode='P1' and cPSCode='X3'"));
+    db->execute(QStringLiteral("update ProductStructures set cWhCode='W1' where cPSPCode='X2'"));
+    const struct {
+        const char* newCode;
+        ReplaceResult::Outcome outcome;
+        QStringList refusals;
+    } itemRules[] = {
+        {"A2", ReplaceResult::Outcome::Refused,
+         {"父项 P1：第2条子存货没有定义等级,请清空！", "父项 X2：计划价法核算的仓库不能存放无计划价的存货！"}},
+        {"A1", ReplaceResult::Outcome::Checked, {}},
+    };
+    for (const auto& c : itemRules) {
+        SCOPED_TRACE(c.newCode);
+        const ReplaceResult r = replaceComponent(*db, {"X3", QString::fromLatin1(c.newCode), 2, true, "w1"});
+        EXPECT_EQ(r.outcome, c.outcome);
+        EXPECT_EQ(r.refusals, c.refusals);
+    }
+    db->execute(QStringLiteral("update ProductStructures set cFree2=NULL, cWhCode='W2' where cPSCode='X3'"));
+
     LockService other(*db, 999999);
     ASSERT_TRUE(other.lockRecord(kLockCategory, kLockSystem, kLockMode, QStringLiteral("另一台"), {"A3"}));
     EXPECT_EQ(replaceComponent(*db, {"X3", "0101", 2, false, "w1"}).refusals,

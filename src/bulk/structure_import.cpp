@@ -1,7 +1,7 @@
 #include "bulk/structure_import.h"
 
-#include "bulk/card_lists.h"
 #include "card/card_columns.h"
+#include "card/card_lookup_lists.h"
 #include "card/free_items.h"
 #include "card/header_checks.h"
 #include "card/line_validation.h"
@@ -500,7 +500,7 @@ ImportResult Importer::run()
     total_ = int(rows_.size()) * (options_.dryRun ? 1 : 2);
     groupRows();
 
-    CardLists lists;
+    CardLookupLists lists;
     lists.open(db_);
     const CardLookups lk = lists.lookups(ctx_);
     const Group* writing = nullptr;

@@ -98,12 +98,19 @@ QString freeItemRefusal(const LineGrid& lines, const ListContext& ctx,
                         const QHash<QString, ItemFlags>& flags)
 {
     for (int i = 1; i < lines.rows(); ++i) {
-        const ItemFlags f = flags.value(lines.cell(i, ColChildCode));
-        if (!f.free1 && !lines.cell(i, ColFree1).isEmpty())
-            return text::freeItemNotDefined(i, ctx.FreeName1);
-        if (!f.free2 && !lines.cell(i, ColFree2).isEmpty())
-            return text::freeItemNotDefined(i, ctx.FreeName2);
+        const QString message =
+            freeItemRefusalAt(i, lines.cell(i, ColFree1), lines.cell(i, ColFree2),
+                              flags.value(lines.cell(i, ColChildCode)), ctx);
+        if (!message.isEmpty()) return message;
     }
+    return {};
+}
+
+QString freeItemRefusalAt(int i, const QString& free1, const QString& free2, const ItemFlags& item,
+                          const ListContext& ctx)
+{
+    if (!item.free1 && !free1.isEmpty()) return text::freeItemNotDefined(i, ctx.FreeName1);
+    if (!item.free2 && !free2.isEmpty()) return text::freeItemNotDefined(i, ctx.FreeName2);
     return {};
 }
 

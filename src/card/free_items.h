@@ -31,6 +31,10 @@ struct ItemFlags {
 QHash<QString, ItemFlags> readItemFlags(const LineGrid& lines, Database& db);
 QString freeItemRefusal(const LineGrid& lines, const ListContext& ctx,
                         const QHash<QString, ItemFlags>& flags);
+// The same rule for one line: line `i` (as the card numbers it) holding the free-item values
+// free1 and free2 of an item with `item`'s flags. An empty text when it passes.
+QString freeItemRefusalAt(int i, const QString& free1, const QString& free2, const ItemFlags& item,
+                          const ListContext& ctx);
 
 // A warehouse or department name back to its code (the first match in the recordset's order);
 // an empty text when no row has that name.

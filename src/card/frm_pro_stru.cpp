@@ -77,9 +77,7 @@ FrmProStru::~FrmProStru()
     qApp->removeEventFilter(this);
     if (ownLocks_) ownLocks_->releaseAll();
     // Unloading releases the inventory, department and warehouse lists, in that order.
-    inventory_.reset();
-    department_.reset();
-    warehouse_.reset();
+    lists_.close();
 }
 
 void FrmProStru::buildHeader()
@@ -177,17 +175,7 @@ void FrmProStru::openRecordsets()
     // find nothing.
     Database* db = ctx_.dbase;
     if (!db) return;
-    const auto open = [db](const QString& sql) -> std::unique_ptr<Recordset> {
-        try {
-            return db->openRecordset(sql);
-        } catch (const DbError&) {
-            return nullptr;
-        }
-    };
-    inventory_ = open(kCardInventorySql);
-    if (inventory_) inventoryRows_ = indexItemRows(*inventory_);
-    department_ = open(kDepartmentListSql);
-    warehouse_ = open(kWarehouseListSql);
+    lists_.open(*db, RecordsetType::Dynaset);
     try {
         departmentRef_ =
             db->openRecordset(kDepartmentRefSql, RecordsetType::Snapshot, 0, {text::kYes});
@@ -229,16 +217,8 @@ void FrmProStru::keyPressEvent(QKeyEvent* event)
 
 CardLookups FrmProStru::lookups() const
 {
-    CardLookups lk;
-    lk.db = ctx_.dbase;
-    lk.list = &ctx_;
-    lk.inventory = inventory_.get();
-    lk.department = department_.get();
-    lk.warehouse = warehouse_.get();
-    lk.inventoryRows = inventory_ ? &inventoryRows_ : nullptr;
-    return lk;
+    return lists_.lookups(ctx_);
 }
-
 void FrmProStru::inform(const QString& message) const
 {
     Prompter::current().inform(message, text::kTitle);
@@ -298,7 +278,7 @@ bool FrmProStru::checkParent()
 {
     const ParentCheck r =
         checkParentCode(edtParent_->text(), adding, parentRows_ ? parentRows_ : ctx_.mrecPro.get(),
-                        inventory_.get());
+                        lists_.inventory.get());
     if (!r.verdict) {
         inform(r.verdict.message);
         return false;
@@ -313,7 +293,7 @@ bool FrmProStru::checkParent()
 bool FrmProStru::checkDepartment()
 {
     QString text = edtDep_->text();
-    const Verdict v = qx::checkDepartment(text, department_.get());
+    const Verdict v = qx::checkDepartment(text, lists_.department.get());
     if (!v) {
         inform(v.message);
         return false;
@@ -329,19 +309,19 @@ void FrmProStru::lookUpParent()
     // The narrowed list replaces the card's own on purpose: later checks and lookups see only
     // the items of that prefix until the next lookup replaces it again.
     if (prefix.isEmpty())
-        inventory_ = ctx_.dbase->openRecordset(kCardInventorySql);
+        lists_.inventory = ctx_.dbase->openRecordset(kCardInventorySql);
     else
-        inventory_ =
+        lists_.inventory =
             ctx_.dbase->openRecordset(kCardInventorySql + kInventoryPrefixFilter,
                                       RecordsetType::Dynaset, 0, {prefix + QLatin1Char('%')});
-    inventoryRows_ = indexItemRows(*inventory_);
-    if (RefChooser::current().choose(*inventory_, text::kRefParent, productCaptions(), this))
-        ref_->Ref1_Selected(*inventory_);
+    lists_.inventoryRows = indexItemRows(*lists_.inventory);
+    if (RefChooser::current().choose(*lists_.inventory, text::kRefParent, productCaptions(), this))
+        ref_->Ref1_Selected(*lists_.inventory);
 }
 
 void FrmProStru::lookUpDepartment()
 {
-    Recordset* rs = departmentRef_ ? departmentRef_.get() : department_.get();
+    Recordset* rs = departmentRef_ ? departmentRef_.get() : lists_.department.get();
     if (!rs) return;
     if (RefChooser::current().choose(
             *rs, text::kRefDept,
@@ -570,9 +550,9 @@ ReferencePick FrmProStru::referenceRequested(int row, int col)
             return {};
         }
         case ColWarehouse:
-            if (warehouse_ &&
-                chooser.choose(*warehouse_, text::kRefWarehouse, warehouseCaptions(), this)) {
-                ref_->Ref4_Selected(*warehouse_);
+            if (lists_.warehouse &&
+                chooser.choose(*lists_.warehouse, text::kRefWarehouse, warehouseCaptions(), this)) {
+                ref_->Ref4_Selected(*lists_.warehouse);
                 return ReferencePick::stored();
             }
             return {};

@@ -3,6 +3,7 @@
 // FrmProStru: the card on which one product structure is defined: the parent product and its
 // producing department in the header, the child lines in the grid SupPS.
 
+#include "card/card_lookup_lists.h"
 #include "card/card_lookups.h"
 #include "platform/grid.h"
 #include "shared/line_grid.h"
@@ -106,9 +107,9 @@ public:
 
     // What the line rules look up in (the card's recordsets and the list's caches).
     CardLookups lookups() const;
-    Recordset* inventoryRecords() const { return inventory_.get(); }
-    Recordset* departmentRecords() const { return department_.get(); }
-    Recordset* warehouseRecords() const { return warehouse_.get(); }
+    Recordset* inventoryRecords() const { return lists_.inventory.get(); }
+    Recordset* departmentRecords() const { return lists_.department.get(); }
+    Recordset* warehouseRecords() const { return lists_.warehouse.get(); }
 
 signals:
     // A structure was written; the list brings its grids up to date.
@@ -147,11 +148,8 @@ private:
     RecordLocks& recordLocks();
 
     ListContext& ctx_;
-    std::unique_ptr<Recordset> inventory_;
-    QHash<QString, int> inventoryRows_;  // rows of inventory_ by code
-    std::unique_ptr<Recordset> department_;
+    CardLookupLists lists_;  // the card's items, departments and warehouses
     std::unique_ptr<Recordset> departmentRef_;  // the department lookup's four columns
-    std::unique_ptr<Recordset> warehouse_;
     std::unique_ptr<Recordset> ownParentRows_;
     std::unique_ptr<Recordset> ownChildRows_;
     Recordset* parentRows_ = nullptr;

@@ -266,6 +266,14 @@ Verdict validateCell(const CardLookups& lk, LineGrid& lines, const QString& pare
     }
 }
 
+Verdict checkPlannedPriceWarehouse(Recordset& warehouse, Recordset& inv)
+{
+    if (NullToText(warehouse.field(QStringLiteral("cWhValueStyle"))) == text::kPlannedPriceMethod &&
+        NullToText(inv.field(QStringLiteral("iInvRCost"))).trimmed().isEmpty())
+        return Verdict::refuse(text::kPlannedPriceRule);
+    return Verdict::ok();
+}
+
 QHash<QString, int> countChildCodes(const LineGrid& lines)
 {
     QHash<QString, int> counts;
@@ -288,11 +296,8 @@ Verdict validateLine(const CardLookups& lk, LineGrid& lines, const QString& pare
         lines.setCell(row, ColWarehouse, QString());
         return Verdict::refuse(text::kWarehouseNotExist);
     }
-    // A warehouse valued at planned price never holds an item without one.
-    if (NullToText(lk.warehouse->field(QStringLiteral("cWhValueStyle"))) ==
-            text::kPlannedPriceMethod &&
-        NullToText(inv.field(QStringLiteral("iInvRCost"))).trimmed().isEmpty())
-        return Verdict::refuse(text::kPlannedPriceRule);
+    v = checkPlannedPriceWarehouse(*lk.warehouse, inv);
+    if (!v) return v;
 
     QString quantity = lines.cell(row, ColQuantity);
     v = quantityCell(lk, lines, row, quantity);

@@ -48,6 +48,10 @@ Verdict checkChildCode(const CardLookups& lk, const LineGrid& lines, const QStri
 // replaced by its value. Lines store the value.
 Verdict checkFreeItem(const CardLookups& lk, int col, QString& text);
 
+// A warehouse valued at planned price never holds an item without one: `warehouse` stands on
+// the line's warehouse (the card's warehouse list), `item` on its item (a row with iInvRCost).
+Verdict checkPlannedPriceWarehouse(Recordset& warehouse, Recordset& item);
+
 // Is the line missing its child code, standard quantity or warehouse?
 bool lineUnfinished(const LineGrid& lines, int row);
 

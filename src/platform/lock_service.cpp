@@ -5,6 +5,9 @@
 #include "platform/sql_dialect.h"
 
 #include <QDateTime>
+#include <QHash>
+#include <QJsonArray>
+#include <QJsonDocument>
 #include <QSet>
 
 #include <utility>
@@ -81,25 +84,52 @@ LockService::LockService(Database& db, long long pid)
 {
 }
 
-LockService::Holder LockService::holderOf(const QString& category, const QString& key)
+namespace {
+
+// Many keys as one bound value (the dialect's text set).
+QString keySet(const QStringList& keys)
+{
+    return QString::fromUtf8(QJsonDocument(QJsonArray::fromStringList(keys)).toJson(QJsonDocument::Compact));
+}
+
+}  // namespace
+
+LockService::Holder LockService::holderAt(const Recordset& rs, int row)
 {
     Holder h;
+    h.found = true;
+    h.computer = rs.value(row, 1).toString();
+    h.pid = rs.value(row, 2).toLongLong();
+    // A NULL of an earlier version's row is compared (and bound) as an empty text.
+    h.machine = rs.value(row, 3).toString();
+    h.run = rs.value(row, 4).toString();
+    if (h.machine.isNull()) h.machine = QStringLiteral("");
+    if (h.run.isNull()) h.run = QStringLiteral("");
+    return h;
+}
+
+LockService::Holder LockService::holderOf(const QString& category, const QString& key)
+{
     auto rs = db_.openRecordset(
-        QStringLiteral("SELECT cComputer, iPid, cMachine, cRun FROM %1 WHERE cCategory = ? AND "
-                       "cKey = ?")
+        QStringLiteral("SELECT cKey, cComputer, iPid, cMachine, cRun FROM %1 WHERE cCategory = ? "
+                       "AND cKey = ?")
             .arg(tableName()),
         RecordsetType::Snapshot, 0, {category, key});
-    if (rs->recordCount() > 0) {
-        h.found = true;
-        h.computer = rs->field(0).toString();
-        h.pid = rs->field(1).toLongLong();
-        // A NULL of an earlier version's row is compared (and bound) as an empty text.
-        h.machine = rs->field(2).toString();
-        h.run = rs->field(3).toString();
-        if (h.machine.isNull()) h.machine = QStringLiteral("");
-        if (h.run.isNull()) h.run = QStringLiteral("");
-    }
-    return h;
+    return rs->recordCount() > 0 ? holderAt(*rs, 0) : Holder{};
+}
+
+QHash<QString, LockService::Holder> LockService::holdersOf(const QString& category,
+                                                           const QStringList& keys)
+{
+    auto rs = db_.openRecordset(
+        QStringLiteral("SELECT cKey, cComputer, iPid, cMachine, cRun FROM %1 WHERE cCategory = ? "
+                       "AND %2")
+            .arg(tableName(), db_.dialect().inTextSet(QStringLiteral("cKey"))),
+        RecordsetType::Snapshot, 0, {category, keySet(keys)});
+    QHash<QString, Holder> holders;
+    holders.reserve(rs->recordCount());
+    for (int r = 0; r < rs->recordCount(); ++r) holders.insert(rs->value(r, 0).toString(), holderAt(*rs, r));
+    return holders;
 }
 
 bool LockService::ours(const Holder& h) const
@@ -200,53 +230,43 @@ bool LockService::lockRecord(const QString& category, const QString& system, con
 
 bool LockService::unlockRecord(const QString& category, const QStringList& keys)
 {
-    bool all = true;
-    for (const QString& key : keys) {
-        try {
-            all = removeOwn(category, key) > 0 && all;
-        } catch (const DbError& e) {
-            // The server is away: the lock goes as soon as it is back, so that no row of a
-            // closed card is left behind.
-            if (e.kind() == DbErrorKind::ConnectionLost)
-                db_.runWhenConnected(removeOwnStatement(), removeOwnParams(category, key));
-            all = false;
-        }
-    }
-    return all;
+    const Freed freed = removeOwn(category, keys);
+    return freed.rows == keys.size() && freed.failed.isEmpty() && !freed.deferred;
 }
 
 QStringList LockService::release(const QString& category, const QStringList& keys)
 {
-    QStringList failed;
-    for (const QString& key : keys) {
-        try {
-            removeOwn(category, key);
-        } catch (const DbError& e) {
-            // The server is away: the lock goes as soon as it is back, at the next statement.
-            if (e.kind() == DbErrorKind::ConnectionLost)
-                db_.runWhenConnected(removeOwnStatement(), removeOwnParams(category, key));
-            else
-                failed << key;
+    return removeOwn(category, keys).failed;
+}
+
+void LockService::unlockRecords(const QString& category, const QStringList& keys)
+{
+    // A lock left behind is taken over once this process is gone.
+    removeOwn(category, keys);
+}
+
+LockService::Freed LockService::removeOwn(const QString& category, const QStringList& keys)
+{
+    Freed freed;
+    if (keys.isEmpty()) return freed;
+    const QString statement =
+        QStringLiteral("DELETE FROM %1 WHERE cCategory = ? AND cComputer = ? AND iPid = ? AND "
+                       "cMachine = ? AND cRun = ? AND %2")
+            .arg(tableName(), db_.dialect().inTextSet(QStringLiteral("cKey")));
+    const QVariantList params{category, computer_, pid_, machine_, run_, keySet(keys)};
+    try {
+        freed.rows = db_.execute(statement, params);
+    } catch (const DbError& e) {
+        // The server is away: the locks go as soon as it is back, at the next statement, so
+        // that no row of a closed card is left behind.
+        if (e.kind() == DbErrorKind::ConnectionLost) {
+            db_.runWhenConnected(statement, params);
+            freed.deferred = true;
+        } else {
+            freed.failed = keys;
         }
     }
-    return failed;
-}
-
-QString LockService::removeOwnStatement() const
-{
-    return QStringLiteral("DELETE FROM %1 WHERE cCategory = ? AND cKey = ? AND cComputer = ? AND "
-                          "iPid = ? AND cMachine = ? AND cRun = ?")
-        .arg(tableName());
-}
-
-QVariantList LockService::removeOwnParams(const QString& category, const QString& key) const
-{
-    return {category, key, computer_, pid_, machine_, run_};
-}
-
-int LockService::removeOwn(const QString& category, const QString& key)
-{
-    return db_.execute(removeOwnStatement(), removeOwnParams(category, key));
+    return freed;
 }
 
 QStringList LockService::lockRecords(const QString& category, const QString& system,
@@ -254,71 +274,79 @@ QStringList LockService::lockRecords(const QString& category, const QString& sys
                                      const QStringList& keys)
 {
     if (!computer.isEmpty()) computer_ = computer;
-    // A hundred keys per statement: fewer round trips to a server weigh more than the driver's
-    // binding of many values.
-    constexpr int kSlice = 100;
-    QStringList refused;
-    const QString table = tableName();
-    const QString now = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"));
-    for (qsizetype from = 0; from < keys.size(); from += kSlice) {
-        const QStringList slice = keys.mid(from, kSlice);
-        QStringList tuples, marks;
-        QVariantList insertParams, readParams{category};
-        for (const QString& key : slice) {
-            tuples << QStringLiteral("(?, ?, ?, ?, ?, ?, ?)");
-            marks << QStringLiteral("?");
-            insertParams << category << key << computer_ << pid_ << now << machine_ << run_;
-            readParams << key;
-        }
-        QSet<QString> mine;
-        try {
-            if (!tableReady_) {
-                ensureTable(db_);
-                tableReady_ = true;
+    QStringList distinct;
+    {
+        QSet<QString> seen;
+        for (const QString& key : keys)
+            if (!seen.contains(key)) {
+                seen.insert(key);
+                distinct << key;
             }
-            db_.execute(QStringLiteral("INSERT INTO %1 (cCategory, cKey, cComputer, iPid, dTime, cMachine, cRun) VALUES %2 "
-                                       "ON CONFLICT (cCategory, cKey) DO NOTHING")
-                            .arg(table, tuples.join(QLatin1Char(','))),
-                        insertParams);
-            auto rs = db_.openRecordset(
-                QStringLiteral("SELECT cKey, cComputer, iPid, cMachine, cRun FROM %1 WHERE cCategory = ? AND cKey IN (%2)")
-                    .arg(table, marks.join(QLatin1Char(','))),
-                RecordsetType::Snapshot, 0, readParams);
-            for (int r = 0; r < rs->recordCount(); ++r)
-                if (rs->value(r, 1).toString() == computer_ && rs->value(r, 2).toLongLong() == pid_ &&
-                    rs->value(r, 3).toString() == machine_ && rs->value(r, 4).toString() == run_)
-                    mine.insert(rs->value(r, 0).toString());
-        } catch (const DbError&) {
-            // Asked again one by one below, where a table that cannot be written refuses.
+    }
+    if (distinct.isEmpty()) return {};
+    const QString table = tableName();
+    const QString keysFrom = db_.dialect().textSetSource();
+    QStringList refused;
+    try {
+        if (!tableReady_) {
+            ensureTable(db_);
+            tableReady_ = true;
         }
-        // What another holder has is asked for key by key: a dead process's lock is taken over.
-        for (const QString& key : slice)
-            if (!mine.contains(key) && !lockRecord(category, system, mode, computer_, {key}))
-                refused << key;
+        // Who holds any of the keys now, in one statement; each key is judged as lockRecord
+        // judges it: ours, free, a dead process's of this computer (taken over), or refused.
+        const QHash<QString, Holder> holders = holdersOf(category, distinct);
+        QStringList wanted;
+        QHash<QString, std::pair<Holder, QStringList>> dead;  // the keys of each gone holder
+        for (const QString& key : distinct) {
+            const auto it = holders.constFind(key);
+            if (it == holders.constEnd()) {
+                wanted << key;
+            } else if (ours(*it)) {
+                continue;
+            } else if (goneFromThisComputer(*it)) {
+                auto& entry = dead[it->computer + QChar(0) + QString::number(it->pid) + QChar(0) +
+                                   it->machine + QChar(0) + it->run];
+                entry.first = *it;
+                entry.second << key;
+                wanted << key;
+            } else {
+                refused << key;  // another holder, and another computer's lock is never forced
+            }
+        }
+        // Only each dead holder's own rows go, so that a workstation that took one over
+        // meanwhile keeps it.
+        for (const auto& [h, heldKeys] : std::as_const(dead))
+            db_.execute(QStringLiteral("DELETE FROM %1 WHERE cCategory = ? AND cComputer = ? AND "
+                                       "iPid = ? AND coalesce(cMachine, '') = ? AND "
+                                       "coalesce(cRun, '') = ? AND %2")
+                            .arg(table, db_.dialect().inTextSet(QStringLiteral("cKey"))),
+                        {category, h.computer, h.pid, h.machine, h.run, keySet(heldKeys)});
+        if (wanted.isEmpty()) return refused;
+        const QString now =
+            QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"));
+        // The WHERE keeps SQLite from reading ON CONFLICT as a join's ON.
+        const int written = db_.execute(
+            QStringLiteral("INSERT INTO %1 (cCategory, cKey, cComputer, iPid, dTime, cMachine, cRun) "
+                           "SELECT ?, value, ?, ?, ?, ?, ? FROM %2 WHERE 1 = 1 "
+                           "ON CONFLICT (cCategory, cKey) DO NOTHING")
+                .arg(table, keysFrom),
+            {category, computer_, pid_, now, machine_, run_, keySet(wanted)});
+        if (written < wanted.size()) {
+            // Another workstation was quicker with some keys: those are asked for one by one.
+            const QHash<QString, Holder> now = holdersOf(category, wanted);
+            for (const QString& key : wanted) {
+                const auto it = now.constFind(key);
+                if (it != now.constEnd() && ours(*it)) continue;
+                if (!lockRecord(category, system, mode, computer_, {key})) refused << key;
+            }
+        }
+    } catch (const DbError& e) {
+        // A lost connection or a full disk is told as such; a lock table that cannot be
+        // written refuses every key, never grants.
+        if (e.kind() == DbErrorKind::ConnectionLost || e.kind() == DbErrorKind::DiskFull) throw;
+        return distinct;
     }
     return refused;
-}
-
-void LockService::unlockRecords(const QString& category, const QStringList& keys)
-{
-    constexpr int kSlice = 100;
-    for (qsizetype from = 0; from < keys.size(); from += kSlice) {
-        const QStringList slice = keys.mid(from, kSlice);
-        QStringList marks;
-        QVariantList params{category, computer_, pid_, machine_, run_};
-        for (const QString& key : slice) {
-            marks << QStringLiteral("?");
-            params << key;
-        }
-        try {
-            db_.execute(QStringLiteral("DELETE FROM %1 WHERE cCategory = ? AND cComputer = ? AND iPid = ? "
-                                       "AND cMachine = ? AND cRun = ? AND cKey IN (%2)")
-                            .arg(tableName(), marks.join(QLatin1Char(','))),
-                        params);
-        } catch (const DbError&) {
-            // A lock left behind is taken over once this process is gone.
-        }
-    }
 }
 
 }  // namespace qx

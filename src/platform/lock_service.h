@@ -1,11 +1,13 @@
 #pragma once
 
+#include <QHash>
 #include <QString>
 #include <QStringList>
 
 namespace qx {
 
 class Database;
+class Recordset;
 
 // Record locks shared by every workstation on one company database: a lock table in the
 // company database (category + key unique; holder computer, process id, time). One holder per
@@ -34,13 +36,16 @@ public:
     // still held and must be asked for again.
     QStringList release(const QString& category, const QStringList& keys);
 
-    // Many keys at once, for commands that change many structures: a few statements per
-    // hundred keys instead of one per key. Each key is granted or refused as lockRecord would
-    // (a key of a dead process of this computer is taken over); returns the refused keys, and
-    // the granted ones stay held even when some are refused.
+    // Many keys at once, for commands that change many structures: one statement reads who
+    // holds them, one removes each dead holder's rows and one writes ours, whatever the number
+    // of keys. Each key is granted or refused as lockRecord would (a key of a dead process of
+    // this computer is taken over); returns the refused keys, and the granted ones stay held
+    // even when some are refused. Run it in a transaction, so that the keys are written at one
+    // commit.
     QStringList lockRecords(const QString& category, const QString& system, const QString& mode,
                             const QString& computer, const QStringList& keys);
-    // Frees many keys of this holder, a slice of keys per statement.
+    // Frees many keys of this holder, as release does; a lock left behind is taken over once
+    // this process is gone.
     void unlockRecords(const QString& category, const QStringList& keys);
 
     // Creates the lock table when missing (errors ignored).
@@ -49,12 +54,18 @@ public:
 
 private:
     struct Holder;
+    static Holder holderAt(const Recordset& rs, int row);
     Holder holderOf(const QString& category, const QString& key);
+    QHash<QString, Holder> holdersOf(const QString& category, const QStringList& keys);
     bool ours(const Holder& h) const;
     bool goneFromThisComputer(const Holder& h) const;
-    int removeOwn(const QString& category, const QString& key);  // throws DbError
-    QString removeOwnStatement() const;
-    QVariantList removeOwnParams(const QString& category, const QString& key) const;
+    // The one way keys are given back: this holder's rows of all the keys in one statement.
+    struct Freed {
+        qsizetype rows = 0;     // rows removed
+        QStringList failed;     // the lock table could not be written: still held
+        bool deferred = false;  // the server is away: removed as soon as it is back
+    };
+    Freed removeOwn(const QString& category, const QStringList& keys);
 
     Database& db_;
     long long pid_;

@@ -34,6 +34,15 @@ public:
     virtual QString structureWriteLockStatement() const = 0;
     // "column <null-safe equals> ?": true when both are NULL or both equal (the row key of a
     // table without a primary key).
+    // A table of texts given as one bound value, a JSON array of strings ("[\"P1\",\"P2\"]"),
+    // its one column named value: many keys in one statement without one bound value each.
+    virtual QString textSetSource() const = 0;
+    // "column is one of the texts of that one bound value", the set read once and looked up
+    // by hash whatever the planner guesses of the table's size.
+    virtual QString inTextSet(const QString& column) const
+    {
+        return column + QStringLiteral(" IN (SELECT value FROM ") + textSetSource() + QLatin1Char(')');
+    }
     virtual QString nullSafeEquals(const QString& column) const
     {
         return column + QStringLiteral(" IS NOT DISTINCT FROM ?");

@@ -50,9 +50,6 @@ public:
             return DbErrorKind::ConcurrentChange;
         return DbErrorKind::Other;
     }
-    // The save's cycle check must see every other save's committed lines before it writes:
-    // one transaction-scoped advisory lock serializes those writers (the key is the help context
-    // of the component, a number no other module uses).
     // PostgreSQL cannot foresee how many rows a recursion yields and would join its common table
     // by scanning every row of the table; an array of the values is looked up through the index.
     QString fromRowsMatching(const QString& table, const QString& column, const QString& cte) const override
@@ -75,6 +72,19 @@ public:
         }
         return out + QLatin1Char('}');
     }
+    QString textSetSource() const override
+    {
+        return QStringLiteral("json_array_elements_text(CAST(? AS json)) AS keyset(value)");
+    }
+    // Left as a condition rather than a join: a lock table just written has no statistics, the
+    // planner takes it for a row or two and would read the whole set once per row of it.
+    QString inTextSet(const QString& column) const override
+    {
+        return QStringLiteral("(") + SqlDialect::inTextSet(column) + QStringLiteral(") IS TRUE");
+    }
+    // The save's cycle check must see every other save's committed lines before it writes:
+    // one transaction-scoped advisory lock serializes those writers (the key is the help context
+    // of the component, a number no other module uses).
     QString structureWriteLockStatement() const override
     {
         return QStringLiteral("SELECT pg_advisory_xact_lock(31100033)");

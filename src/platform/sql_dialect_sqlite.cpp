@@ -60,6 +60,7 @@ public:
     }
     QString doubleType() const override { return QStringLiteral("double precision"); }
     QString integerType() const override { return QStringLiteral("integer"); }
+    QString textSetSource() const override { return QStringLiteral("json_each(?)"); }
     QString nullSafeEquals(const QString& column) const override
     {
         return column + QStringLiteral(" IS ?");

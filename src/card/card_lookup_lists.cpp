@@ -1,15 +1,15 @@
-#include "bulk/card_lists.h"
+#include "card/card_lookup_lists.h"
 
 #include "shared/code_to_name.h"
 #include "shared/list_context.h"
 
 namespace qx {
 
-void CardLists::open(Database& db)
+void CardLookupLists::open(Database& db, RecordsetType type)
 {
-    const auto tryOpen = [&db](const QString& sql) -> std::unique_ptr<Recordset> {
+    const auto tryOpen = [&db, type](const QString& sql) -> std::unique_ptr<Recordset> {
         try {
-            return db.openRecordset(sql, RecordsetType::Snapshot);
+            return db.openRecordset(sql, type);
         } catch (const DbError&) {
             return nullptr;
         }
@@ -20,7 +20,14 @@ void CardLists::open(Database& db)
     warehouse = tryOpen(kWarehouseListSql);
 }
 
-CardLookups CardLists::lookups(const ListContext& ctx) const
+void CardLookupLists::close()
+{
+    inventory.reset();
+    department.reset();
+    warehouse.reset();
+}
+
+CardLookups CardLookupLists::lookups(const ListContext& ctx) const
 {
     CardLookups lk;
     lk.db = ctx.dbase;
