@@ -20,6 +20,8 @@ else
 fi
 
 status=0
+# No folder of src/ includes a folder above it.
+bash "$root/scripts/layers.sh" >/dev/null || { bash "$root/scripts/layers.sh" | sed -n '/^== Against/,$p'; status=1; }
 (cd "$build" && ctest --output-on-failure -j2) || status=$?
 
 # The same suite built with AddressSanitizer and UndefinedBehaviorSanitizer (leak reports off:

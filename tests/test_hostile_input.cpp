@@ -6,7 +6,7 @@
 #include "card/header_checks.h"
 #include "card/line_validation.h"
 #include "data/common.h"
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "platform/criteria.h"
 #include "platform/database.h"
 #include "platform/lock_service.h"

@@ -5,7 +5,7 @@
 #include "card/card_columns.h"
 #include "card/save_structure.h"
 #include "data/schema.h"
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "data/verify.h"
 #include "list/list_delete.h"
 #include "platform/database.h"

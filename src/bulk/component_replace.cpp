@@ -3,7 +3,7 @@
 #include "card/free_items.h"
 #include "card/line_validation.h"
 #include "data/common.h"
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "platform/database.h"
 #include "platform/lock_service.h"
 #include "platform/own_def.h"

@@ -8,7 +8,7 @@
 #include "card/save_structure.h"
 #include "data/code_graph.h"
 #include "data/common.h"
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "platform/database.h"
 #include "platform/lock_service.h"
 #include "platform/sql_dialect.h"

@@ -1,6 +1,6 @@
 #include "card/card_columns.h"
 
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "platform/database.h"
 #include "shared/list_context.h"
 

@@ -4,7 +4,7 @@
 #include "card/frm_pro_stru.h"
 #include "card/line_validation.h"
 #include "card/save_structure.h"
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "platform/database.h"
 #include "platform/prompter.h"
 #include "shared/list_context.h"

@@ -1,7 +1,7 @@
 #include "card/free_items.h"
 
 #include "card/card_columns.h"
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "platform/database.h"
 #include "platform/prompter.h"
 #include "shared/code_to_name.h"

@@ -4,7 +4,7 @@
 #include "card/free_items.h"
 #include "card/header_checks.h"
 #include "card/line_validation.h"
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "platform/database.h"
 #include "platform/prompter.h"
 #include "platform/ref_dialog.h"

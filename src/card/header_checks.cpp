@@ -1,7 +1,7 @@
 #include "card/header_checks.h"
 
 #include "data/common.h"
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "platform/database.h"
 #include "shared/code_to_name.h"
 

@@ -3,7 +3,7 @@
 #include "card/card_columns.h"
 #include "card/free_items.h"
 #include "data/common.h"
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "platform/database.h"
 #include "shared/code_to_name.h"
 #include "shared/line_grid.h"

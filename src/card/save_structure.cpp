@@ -5,7 +5,7 @@
 #include "card/header_checks.h"
 #include "card/line_validation.h"
 #include "data/common.h"
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "platform/database.h"
 #include "platform/prompter.h"
 #include "platform/sql_dialect.h"

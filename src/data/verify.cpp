@@ -1,7 +1,7 @@
 #include "data/verify.h"
 
 #include "data/code_graph.h"
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "platform/database.h"
 
 #include <QHash>

@@ -1,6 +1,6 @@
 #include "explorer/explorer_export.h"
 
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "platform/xlsx_writer.h"
 #include "print/csv_output.h"
 

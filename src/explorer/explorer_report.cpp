@@ -1,7 +1,7 @@
 #include "explorer/explorer_report.h"
 
 #include "data/common.h"
-#include "data/texts.h"
+#include "texts/texts.h"
 
 #include <cmath>
 

@@ -1,6 +1,6 @@
 #include "explorer/explorer_tree_model.h"
 
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "platform/database.h"
 
 #include <QBrush>

@@ -1,6 +1,6 @@
 #include "explorer/explorer_window.h"
 
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "explorer/explorer_export.h"
 #include "explorer/explorer_tree_model.h"
 #include "platform/database.h"

@@ -2,7 +2,7 @@
 
 #include "bulk/component_replace.h"
 #include "bulk/structure_import.h"
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "host/command_line.h"
 #include "host/company_open.h"
 #include "host/list_window.h"

@@ -2,7 +2,7 @@
 
 #include "card/card_screenshot.h"
 #include "card/frm_pro_stru.h"
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "host/list_window.h"
 #include "list/frm_ps.h"
 #include "platform/prompter.h"

@@ -1,6 +1,6 @@
 #include "host/command_line.h"
 
-#include "data/texts.h"
+#include "texts/texts.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #include "host/explorer_job.h"
 
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "explorer/explorer_export.h"
 #include "host/command_line.h"
 #include "host/company_open.h"

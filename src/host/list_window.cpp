@@ -1,6 +1,6 @@
 #include "host/list_window.h"
 
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "host/qxprostru.h"
 #include "list/frm_ps.h"
 #include "platform/grid.h"

@@ -3,7 +3,7 @@
 
 #include "data/common.h"
 #include "data/schema.h"
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "data/verify.h"
 #include "host/bulk_jobs.h"
 #include "host/command_line.h"

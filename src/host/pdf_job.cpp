@@ -1,6 +1,6 @@
 #include "host/pdf_job.h"
 
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "host/list_window.h"
 #include "list/frm_ps.h"
 #include "platform/host_facts.h"

@@ -1,7 +1,7 @@
 #include "host/qxprostru.h"
 
 #include "data/schema.h"
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "platform/db_error.h"
 
 #include <exception>

@@ -1,6 +1,6 @@
 #include "list/column_settings.h"
 
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "platform/grid.h"
 
 #include <QCheckBox>

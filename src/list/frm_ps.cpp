@@ -1,6 +1,6 @@
 #include "list/frm_ps.h"
 
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "platform/grid.h"
 #include "platform/prompter.h"
 

@@ -3,7 +3,7 @@
 #include "bulk/component_replace.h"
 #include "bulk/structure_import.h"
 #include "card/card_columns.h"
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "list/frm_ps.h"
 #include "platform/grid.h"
 #include "platform/prompter.h"

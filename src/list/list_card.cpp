@@ -3,7 +3,7 @@
 
 #include "card/card_columns.h"
 #include "card/frm_pro_stru.h"
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "list/frm_ps.h"
 #include "platform/grid.h"
 #include "platform/prompter.h"

@@ -1,6 +1,6 @@
 // The list window's toolbar, keys and its one dispatcher.
 
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "list/frm_ps.h"
 #include "list/list_bulk.h"
 #include "platform/grid.h"

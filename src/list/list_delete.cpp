@@ -2,7 +2,7 @@
 
 #include "list/list_delete.h"
 
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "list/frm_ps.h"
 #include "platform/database.h"
 #include "platform/grid.h"

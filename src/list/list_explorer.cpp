@@ -1,7 +1,7 @@
 // The list's way into the multi-level explorer: the toolbar commands "展开" (Ctrl+E) and
 // "反查" (Ctrl+U), kept apart from the list's own commands.
 
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "explorer/explorer_window.h"
 #include "list/frm_ps.h"
 #include "platform/grid.h"

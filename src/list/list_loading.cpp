@@ -4,7 +4,7 @@
 
 #include "data/common.h"
 #include "data/schema.h"
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "list/frm_ps.h"
 #include "platform/grid.h"
 #include "platform/host_facts.h"

@@ -1,6 +1,6 @@
 #include "platform/criteria.h"
 
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "platform/db_error.h"
 
 namespace qx {

@@ -1,6 +1,6 @@
 #include "platform/own_def.h"
 
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "platform/database.h"
 
 namespace qx {

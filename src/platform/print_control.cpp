@@ -1,6 +1,6 @@
 #include "platform/print_control.h"
 
-#include "data/texts.h"
+#include "texts/texts.h"
 
 #include <QDir>
 #include <QFileDialog>

@@ -1,6 +1,6 @@
 #include "platform/sheet_file.h"
 
-#include "data/texts.h"
+#include "texts/texts.h"
 
 #include <QFile>
 #include <QFileInfo>

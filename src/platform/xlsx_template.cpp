@@ -1,6 +1,6 @@
 #include "platform/xlsx_template.h"
 
-#include "data/texts.h"
+#include "texts/texts.h"
 
 #include <QFile>
 

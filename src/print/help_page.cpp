@@ -1,6 +1,6 @@
 #include "print/help_page.h"
 
-#include "data/texts.h"
+#include "texts/texts.h"
 
 #include <QDialog>
 #include <QTextBrowser>

@@ -1,6 +1,6 @@
 #include "print/layout_table.h"
 
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "platform/database.h"
 #include "platform/sql_dialect.h"
 

@@ -1,6 +1,6 @@
 #include "print/page_painter.h"
 
-#include "data/texts.h"
+#include "texts/texts.h"
 
 #include <QFont>
 #include <QFontMetricsF>

@@ -1,6 +1,6 @@
 #include "print/print_commands.h"
 
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "platform/database.h"
 #include "platform/print_control.h"
 #include "platform/prompter.h"

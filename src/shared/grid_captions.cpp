@@ -1,6 +1,6 @@
 #include "shared/grid_captions.h"
 
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "shared/list_context.h"
 
 namespace qx {

@@ -1,6 +1,6 @@
 #include "shared/record_lock.h"
 
-#include "data/texts.h"
+#include "texts/texts.h"
 #include "platform/db_error.h"
 #include "platform/lock_service.h"
 #include "platform/prompter.h"
