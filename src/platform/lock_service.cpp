@@ -249,11 +249,15 @@ LockService::Freed LockService::removeOwn(const QString& category, const QString
 {
     Freed freed;
     if (keys.isEmpty()) return freed;
+    // One key (a card's lock) is found through the lock table's index; a set is one bound list.
+    const bool one = keys.size() == 1;
     const QString statement =
         QStringLiteral("DELETE FROM %1 WHERE cCategory = ? AND cComputer = ? AND iPid = ? AND "
                        "cMachine = ? AND cRun = ? AND %2")
-            .arg(tableName(), db_.dialect().inTextSet(QStringLiteral("cKey")));
-    const QVariantList params{category, computer_, pid_, machine_, run_, keySet(keys)};
+            .arg(tableName(), one ? QStringLiteral("cKey = ?")
+                                  : db_.dialect().inTextSet(QStringLiteral("cKey")));
+    const QVariantList params{category, computer_, pid_, machine_, run_,
+                              one ? QVariant(keys.first()) : QVariant(keySet(keys))};
     try {
         freed.rows = db_.execute(statement, params);
     } catch (const DbError& e) {
