@@ -58,14 +58,4 @@ TEST(Criteria, MalformedTextIsRefusedWithItsText)
     }
 }
 
-TEST(Criteria, BuiltFromValuesNeverSeesSyntax)
-{
-    const auto c = Criteria::eq(QStringLiteral("cPSPCode"), QStringLiteral("a' and b='c"))
-                       .andEq(QStringLiteral("cPSCode"), QVariant());
-    ASSERT_EQ(c.terms().size(), 2u);
-    EXPECT_EQ(c.terms()[0].value.toString(), QStringLiteral("a' and b='c"));
-    EXPECT_TRUE(c.terms()[1].value.isNull());
-    EXPECT_TRUE(Criteria().empty());
-}
-
 }  // namespace

@@ -18,18 +18,8 @@ using namespace qx::test;
 
 namespace {
 
-class LineRules : public BackendTest {
+class LineRules : public CardCompanyTest {
 protected:
-    void SetUp() override
-    {
-        BackendTest::SetUp();
-        if (IsSkipped()) return;
-        db = openFreshCompany(backend());
-        fillCardMasterData(*db);
-        ctx = makeListContext(*db);
-        lists = openCardLists(*db);
-        lk = lookupsOf(*db, *ctx, lists);
-    }
 
     // Types `text` into (row, col) as the first pass sees it; returns the verdict and the text.
     Verdict type(int row, int col, QString& text)
@@ -59,17 +49,12 @@ protected:
         return out;
     }
 
-    std::unique_ptr<Database> db;
-    std::unique_ptr<ListContext> ctx;
-    CardLists lists;
-    CardLookups lk;
     MemoryLineGrid grid;
     QString parent = QStringLiteral("P1");
 };
 
 TEST_P(LineRules, IllegalCharactersAreRefusedFirstInEveryColumn)
 {
-    if (IsSkipped()) return;
     grid.addLine();
     grid.setCell(1, ColExchRate, QStringLiteral("2.5"));
     const auto before = rowCells(1);
@@ -89,7 +74,6 @@ TEST_P(LineRules, IllegalCharactersAreRefusedFirstInEveryColumn)
 
 TEST_P(LineRules, ChildCodeChecksRunInTheirOrder)
 {
-    if (IsSkipped()) return;
     grid.addLine();
     grid.addLine();
     grid.setCell(1, ColChildCode, QStringLiteral("A1"));
@@ -117,7 +101,6 @@ TEST_P(LineRules, ChildCodeChecksRunInTheirOrder)
 
 TEST_P(LineRules, AcceptedChildFillsItsRowAndEmptiesUnusedFreeItems)
 {
-    if (IsSkipped()) return;
     grid.addLine();
     grid.setCell(1, ColFree1, QStringLiteral("红色"));
     grid.setCell(1, ColFree2, QStringLiteral("一等"));
@@ -145,7 +128,6 @@ TEST_P(LineRules, AcceptedChildFillsItsRowAndEmptiesUnusedFreeItems)
 
 TEST_P(LineRules, PiecesAndQuantityFollowEachOtherThroughTheRate)
 {
-    if (IsSkipped()) return;
     grid.addLine();
     accepted(1, ColChildCode, QStringLiteral("A1"));  // rate 2.5
     EXPECT_EQ(accepted(1, ColPieces, QStringLiteral("3")), QStringLiteral("3.00"));
@@ -177,7 +159,6 @@ TEST_P(LineRules, PiecesAndQuantityFollowEachOtherThroughTheRate)
 
 TEST_P(LineRules, ReferenceColumnsTakeNameOrCodeAndShowTheName)
 {
-    if (IsSkipped()) return;
     grid.addLine();
     EXPECT_EQ(refusal(1, ColWarehouse, QString()), QStringLiteral("仓库编码不能为空！"));
     EXPECT_EQ(accepted(1, ColWarehouse, QStringLiteral("W1")), QStringLiteral("原料库"));
@@ -214,7 +195,6 @@ TEST_P(LineRules, ReferenceColumnsTakeNameOrCodeAndShowTheName)
 
 TEST_P(LineRules, SecondPassHoldsThePlannedPriceRuleAndOnlyNames)
 {
-    if (IsSkipped()) return;
     const auto line = [this](const QString& child, const QString& wh, const QString& qty) {
         const int r = grid.addLine();
         grid.setCell(r, ColChildCode, child);
@@ -266,7 +246,6 @@ TEST_P(LineRules, SecondPassHoldsThePlannedPriceRuleAndOnlyNames)
 
 TEST_P(LineRules, HeaderChecksOfParentAndDepartment)
 {
-    if (IsSkipped()) return;
     Recordset* heads = ctx->mrecPro.get();
     EXPECT_EQ(checkParentCode(QString(), true, heads, lk.inventory).verdict.message,
               QStringLiteral("主产品编码不能为空！"));
@@ -305,7 +284,6 @@ TEST_P(LineRules, HeaderChecksOfParentAndDepartment)
 
 TEST_P(LineRules, FreeItemsAndNameConversions)
 {
-    if (IsSkipped()) return;
     EXPECT_TRUE(HasFree(QStringLiteral("A1"), ColFree1, *db));
     EXPECT_TRUE(HasFree(QStringLiteral("A1"), ColFree2, *db));
     EXPECT_TRUE(HasFree(QStringLiteral("A3"), ColFree1, *db));
@@ -346,7 +324,6 @@ TEST_P(LineRules, FreeItemsAndNameConversions)
 
 TEST_P(LineRules, PickedRecordsWriteTheirSecondFieldNullAsEmpty)
 {
-    if (IsSkipped()) return;
     db->execute(
         QStringLiteral("insert into CA_PreDf(cProcedureID,cProcedureName,cDeptId) values(?,?,?)"),
         {QStringLiteral("OP2"), QVariant(QMetaType::fromType<QString>()), QStringLiteral("D1")});
@@ -381,38 +358,8 @@ TEST_P(LineRules, PickedRecordsWriteTheirSecondFieldNullAsEmpty)
     EXPECT_EQ(NullToText(QVariant(QMetaType::fromType<double>())), QString());
 }
 
-TEST_P(LineRules, ColumnTableFollowsTheCompany)
-{
-    if (IsSkipped()) return;
-    auto unnamed = makeListContext(*db, true);
-    unnamed->childTerm = QStringLiteral("材料");
-    EXPECT_EQ(lineColumnSpec(ColChildCode, *unnamed, AuxUnitSwitch::Absent).caption,
-              QStringLiteral("材料编码"));
-    EXPECT_EQ(lineColumnSpec(ColChildName, *unnamed, AuxUnitSwitch::Absent).caption,
-              QStringLiteral("材料名称"));
-    const LineColumnSpec f1 = lineColumnSpec(ColFree1, *unnamed, AuxUnitSwitch::Absent);
-    EXPECT_EQ(f1.caption, QStringLiteral("自由项一"));
-    EXPECT_EQ(f1.width, 0);
-    EXPECT_FALSE(f1.button);
-    const LineColumnSpec f2 = lineColumnSpec(ColFree2, *ctx, AuxUnitSwitch::Absent);
-    EXPECT_EQ(f2.caption, QStringLiteral("等级"));
-    EXPECT_EQ(f2.width, 800);
-    EXPECT_EQ(f2.maxLength, 60);
-    EXPECT_TRUE(f2.button);
-    EXPECT_EQ(lineColumnSpec(ColPieces, *ctx, AuxUnitSwitch::Hidden).width, 0);
-    EXPECT_EQ(lineColumnSpec(ColExchRate, *ctx, AuxUnitSwitch::Shown).width, 800);
-    EXPECT_EQ(lineColumnSpec(ColWasteRate, *ctx, AuxUnitSwitch::Shown).decimals, 8);
-    EXPECT_EQ(readAuxUnitSwitch(*ctx), AuxUnitSwitch::Shown);
-    db->execute(QStringLiteral("update accinformation set cValue=? where cID=?"),
-                {QStringLiteral("True"), QStringLiteral("22")});
-    EXPECT_EQ(readAuxUnitSwitch(*ctx), AuxUnitSwitch::Hidden);
-    db->execute(QStringLiteral("delete from accinformation where cID=?"), {QStringLiteral("22")});
-    EXPECT_EQ(readAuxUnitSwitch(*ctx), AuxUnitSwitch::Absent);
-}
-
 TEST_P(LineRules, ItemGoneSinceLoadingIsRefusedAndTheIndexAnswersAsTheSearch)
 {
-    if (IsSkipped()) return;
     const QHash<QString, int> rows = indexItemRows(*lists.inventory);
     CardLookups indexed = lk;
     indexed.inventoryRows = &rows;

@@ -235,16 +235,6 @@ TEST_P(ListCardTest, DoubleClickOnAParentEditsItButNotOnTheHeading)
     EXPECT_EQ(seen.shown, 1);
 }
 
-TEST_P(ListCardTest, EditWithAnEmptyListDoesNothing)
-{
-    auto w = open();
-    w->dispatch(QStringLiteral("ButEdit"));
-    w->dispatch(QStringLiteral("ButCopy"));
-    EXPECT_EQ(seen.shown, 0);
-    EXPECT_EQ(lockRows(*db), 0);
-    EXPECT_TRUE(prompter.shown.empty());
-}
-
 TEST_P(ListCardTest, CopyOpensANewStructureAndTheNextEditFixesTheCodeAgain)
 {
     fillCompany(*db);

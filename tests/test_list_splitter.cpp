@@ -49,43 +49,6 @@ TEST(SplitterArithmetic, ResizeRestoresTheThirds)
     EXPECT_DOUBLE_EQ(l.childGrid.width, 1000.0 / 3 + 1000.0 / 3);
 }
 
-TEST(SplitterArithmetic, TooSmallWindowMovesNothing)
-{
-    const SplitterLayout before = freshLayout();
-    SplitterLayout l = before;
-    EXPECT_FALSE(resizeLayout(l, 9000, 999));
-    EXPECT_FALSE(resizeLayout(l, 99, 6000));
-    EXPECT_DOUBLE_EQ(l.parentGrid.width, before.parentGrid.width);
-    EXPECT_DOUBLE_EQ(l.childGrid.left, before.childGrid.left);
-    EXPECT_DOUBLE_EQ(l.bar.left, before.bar.left);
-    // The limits themselves are laid out.
-    EXPECT_TRUE(resizeLayout(l, 100, 1000));
-    EXPECT_DOUBLE_EQ(l.parentGrid.height, 100);
-}
-
-TEST(SplitterArithmetic, DragAndDropMovesTheSplit)
-{
-    SplitterLayout l = freshLayout();
-    ASSERT_TRUE(resizeLayout(l, 9000, 6000));
-    EXPECT_TRUE(dragBar(l, 1000, 9000));
-    EXPECT_DOUBLE_EQ(l.bar.left, 4005);
-    // The grids only follow on the release.
-    EXPECT_DOUBLE_EQ(l.parentGrid.width, 3000);
-    ASSERT_TRUE(dropBar(l, 9000, 9000));
-    EXPECT_DOUBLE_EQ(l.parentGrid.width, 4005);
-    EXPECT_DOUBLE_EQ(l.childGrid.left, 4065);
-    EXPECT_DOUBLE_EQ(l.childGrid.width, 9000 - 4065 - 100);
-    EXPECT_DOUBLE_EQ(l.label2.left, 4065);
-    // A move that would take the bar out of the window is not made.
-    EXPECT_FALSE(dragBar(l, -5000, 9000));
-    EXPECT_FALSE(dragBar(l, 5000, 9000));
-    EXPECT_DOUBLE_EQ(l.bar.left, 4005);
-    // Resizing afterwards returns to thirds.
-    ASSERT_TRUE(resizeLayout(l, 9000, 6000));
-    EXPECT_DOUBLE_EQ(l.parentGrid.width, 3000);
-    EXPECT_DOUBLE_EQ(l.childGrid.left, 3020);
-}
-
 TEST(SplitterArithmetic, DropOutsideTheValidRangeChangesNothing)
 {
     SplitterLayout l = freshLayout();

@@ -11,15 +11,11 @@
 #include <QAction>
 #include <QApplication>
 #include <QDialog>
-#include <QHeaderView>
-#include <QImage>
 #include <QLabel>
-#include <QProcess>
 #include <QSignalSpy>
 #include <QTableView>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QTimer>
 #include <QToolBar>
 
 #include <gtest/gtest.h>
@@ -347,12 +343,6 @@ TEST_P(ListWindowTest, ParentsSortedAndFirstParentsLinesShown)
     EXPECT_EQ(column(p, 1), (QStringList{"部件", "成品一", "成品二"}));
     EXPECT_EQ(column(p, 2), (QStringList{"D1", "D1", "D1"}));
     EXPECT_EQ(column(p, 3), (QStringList{"", "规格一", "规格二"}));
-    EXPECT_EQ(p.colWidth(0), 1000);
-    EXPECT_EQ(p.colWidth(1), 1500);
-    EXPECT_EQ(p.colMaxLength(0), 12);
-    EXPECT_EQ(p.colMaxLength(1), 60);
-    EXPECT_EQ(p.cellAlignment(0, 0), CellAlignment::CenterCenter);
-    EXPECT_EQ(p.colAlignment(1), CellAlignment::LeftTop);
     // Loading selects the first parent and shows its lines.
     EXPECT_EQ(p.row(), 1);
     const Grid& c = *w->SupPS2();
@@ -376,10 +366,6 @@ TEST_P(ListWindowTest, ParentsSortedAndFirstParentsLinesShown)
     EXPECT_EQ(c.textMatrix(0, 9), QStringLiteral("定额数量"));
     EXPECT_EQ(c.textMatrix(0, 11), QStringLiteral("存放仓库"));
     EXPECT_EQ(c.textMatrix(0, 15), QStringLiteral("计划价"));
-    EXPECT_EQ(c.colAlignment(9), CellAlignment::RightCenter);
-    EXPECT_EQ(c.colAlignment(0), CellAlignment::LeftCenter);
-    EXPECT_EQ(c.colMaxLength(0), 20);
-    EXPECT_EQ(c.colWidth(11), -1);
 }
 
 TEST_P(ListWindowTest, SelectionRefillsChildGridAndChildDoubleClickSelectsItsStructure)
@@ -517,68 +503,6 @@ TEST_P(ListWindowTest, KeysReachTheDispatcher)
     EXPECT_FALSE(w->isVisible());
 }
 
-TEST_P(ListWindowTest, HelpButtonAndF1OpenTheHelpOfTheList)
-{
-    fillCompany(*db);
-    auto w = open(false, true);
-    EXPECT_EQ(w->helpContext(), 31100033);
-    auto viewer = [&w] { return w->findChild<QDialog*>(QStringLiteral("QxHelpViewer")); };
-    ASSERT_EQ(viewer(), nullptr);
-    w->action(QStringLiteral("ButHelp"))->trigger();
-    EXPECT_EQ(w->keys, (QStringList{"ButHelp"}));
-    ASSERT_NE(viewer(), nullptr);
-    EXPECT_TRUE(viewer()->isVisible());
-    viewer()->close();
-    QApplication::processEvents();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    ASSERT_EQ(viewer(), nullptr);
-    // F1 is the window's own key, in either grid.
-    QTest::keyClick(w->SupPS2()->view(), Qt::Key_F1);
-    ASSERT_NE(viewer(), nullptr);
-    EXPECT_TRUE(viewer()->isVisible());
-    EXPECT_TRUE(prompter.shown.empty());
-}
-
-TEST_P(ListWindowTest, ToolbarCarriesEveryKeyWithCaptionsByPosition)
-{
-    fillCompany(*db);
-    auto w = open();
-    const QList<QAction*> acts = w->toolbarActions();
-    auto at = [&acts](int position) { return acts.value(position - 1); };
-    const struct {
-        int position;
-        const char* tip;
-        const char* caption;
-    } expected[] = {{6, "新增", "增加"},     {8, "删除", "删除"},  {7, "修改", "修改"},
-                    {15, "退出", "退出"},    {2, "打印", "打印"},  {3, "打印预览", "预览"},
-                    {9, "刷新", "刷新"},     {14, "帮助", "帮助"}, {4, "输出到文件", "输出"},
-                    {1, "打印设置", "设置"}, {10, "复制", "复制"}, {12, "设置子表栏目", ""}};
-    for (const auto& e : expected) {
-        ASSERT_NE(at(e.position), nullptr) << e.position;
-        EXPECT_EQ(at(e.position)->toolTip(), QString::fromUtf8(e.tip)) << e.position;
-        EXPECT_EQ(at(e.position)->text(), QString::fromUtf8(e.caption)) << e.position;
-        EXPECT_FALSE(at(e.position)->icon().isNull()) << e.position;
-    }
-    QStringList keys;
-    for (QAction* a : acts)
-        if (!a->isSeparator()) keys << a->data().toString();
-    keys.sort();
-    QStringList all{"ButAdd",   "ButDelete",  "ButEdit", "Butprint", "Butpre",  "Butout",
-                    "Butsetup", "ButHelp",    "Butref",  "ButCopy",  "setItem", "ButExit",
-                    "Butfirst", "Butprivous", "Butnext", "Butlast",  "ButExplode", "ButWhereUsed",
-                    "ButImport", "ButReplace"};
-    all.sort();
-    EXPECT_EQ(keys, all);
-    EXPECT_EQ(w->imageKeys(),
-              (QStringList{"pAdd",  "pDelete", "pEdit",  "pExit", "pSt1",    "pFind",  "pPrivous",
-                           "pNext", "pLast",   "pFirst", "pend",  "phelp",   "pprint", "ppre",
-                           "pref",  "pout",    "psetup", "pCopy", "setItem", "pSt2"}));
-    // A click on a button dispatches its key.
-    w->keys.clear();
-    w->action(QStringLiteral("Butnext"))->trigger();
-    EXPECT_EQ(w->keys, (QStringList{"Butnext"}));
-}
-
 TEST_P(ListWindowTest, MovementCommandsChangeNothingAndRefreshReadsNewStructures)
 {
     fillCompany(*db);
@@ -654,63 +578,6 @@ TEST_P(ListWindowTest, CompanyMissingLookupTablesStillOpens)
     // Without the warehouse table the codes stand where the names would.
     EXPECT_EQ(column(*w->SupPS2(), 11), (QStringList{"", "W1", "W1"}));
     EXPECT_TRUE(prompter.shown.empty());
-}
-
-TEST_P(ListWindowTest, ModalShowReturnsWhenTheWindowCloses)
-{
-    fillCompany(*db);
-    parent = db->openRecordset(kParentSql);
-    child = db->openRecordset(kChildSql);
-    FrmPS w;
-    w.setDatabase(db.get());
-    w.setRecordsets(parent.get(), child.get(), nullptr);
-    int rowsSeen = 0;
-    QTimer::singleShot(50, &w, [&w, &rowsSeen] {
-        rowsSeen = w.SupPS1()->rows();
-        w.dispatch(QStringLiteral("ButExit"));
-    });
-    w.showModal();
-    EXPECT_EQ(rowsSeen, 4);
-    EXPECT_FALSE(w.isVisible());
-    // Unloading let go of the caches.
-    EXPECT_EQ(w.context().RecDep, nullptr);
-    EXPECT_EQ(w.context().inventory, nullptr);
-}
-
-// The host executable renders the list of the demo company to a PNG and exits.
-TEST(ListScreenshot, HostRendersTheListWindowToPng)
-{
-    const QString exe = qEnvironmentVariable("QXPROSTRU_EXE");
-    if (exe.isEmpty()) GTEST_SKIP() << "QXPROSTRU_EXE is not set (ctest sets it)";
-    QTemporaryDir dir;
-    ASSERT_TRUE(dir.isValid());
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert(QStringLiteral("QX_SYSTEM_DIR"), dir.path());
-    auto run = [&](const QStringList& args) {
-        QProcess p;
-        p.setProcessEnvironment(env);
-        p.start(exe, args);
-        EXPECT_TRUE(p.waitForFinished(60000));
-        return p.exitCode();
-    };
-    const QString company = QStringLiteral("sqlite:") + dir.filePath(QStringLiteral("demo.db"));
-    ASSERT_EQ(run({QStringLiteral("demo"), company}), 0);
-    for (const bool readOnly : {false, true}) {
-        const QString png =
-            dir.filePath(readOnly ? QStringLiteral("ro.png") : QStringLiteral("list.png"));
-        QStringList args;
-        if (readOnly) args << QStringLiteral("--read-only");
-        args << company << QStringLiteral("--screenshot") << png;
-        EXPECT_EQ(run(args), 0);
-        const QImage image(png);
-        ASSERT_FALSE(image.isNull()) << png.toStdString();
-        EXPECT_GT(image.width(), 600);
-        EXPECT_GT(image.height(), 400);
-    }
-    // A picture that cannot be written: non-zero, nothing pretended.
-    EXPECT_NE(run({company, QStringLiteral("--screenshot"),
-                   dir.filePath(QStringLiteral("no/such/dir/x.png"))}),
-              0);
 }
 
 QX_INSTANTIATE_BACKENDS(ListWindowTest);

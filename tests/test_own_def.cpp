@@ -49,14 +49,4 @@ TEST_P(OwnDefTest, UnnamedItemsKeepTheBuiltInNames)
     EXPECT_EQ(own.name(QStringLiteral("21")), q("自由项2")) << "a Null name";
 }
 
-TEST_P(OwnDefTest, MissingTableGivesTheBuiltInNames)
-{
-    auto db = qx::test::openFreshDatabase(backend());
-    ASSERT_FALSE(db->tableExists(QStringLiteral("UserDefItem")));
-    OwnDefService own(*db);
-    EXPECT_EQ(own.name(QStringLiteral("20")), q("自由项1"));
-    EXPECT_EQ(own.name(QStringLiteral("21")), q("自由项2"));
-    EXPECT_EQ(own.name(QStringLiteral("1")), QString());
-}
-
 QX_INSTANTIATE_BACKENDS(OwnDefTest);

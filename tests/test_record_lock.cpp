@@ -8,23 +8,12 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace qx;
 using namespace qx::test;
 
 namespace {
-
-// A process id that was real a moment ago and is gone now.
-long long deadPid()
-{
-    const pid_t child = fork();
-    if (child == 0) _exit(0);
-    int status = 0;
-    waitpid(child, &status, 0);
-    return child;
-}
 
 QString holderOf(Database& db, const QString& key)
 {
@@ -51,7 +40,7 @@ protected:
 TEST_P(RecordLockTest, SecondWorkstationRefusedUntilHolderReleases)
 {
     RecordLocks first(db1.get(), QStringLiteral("WS-ONE"));
-    RecordLocks second(db2.get(), QStringLiteral("WS-TWO"), deadPid());
+    RecordLocks second(db2.get(), QStringLiteral("WS-TWO"), deadProcessId());
 
     EXPECT_TRUE(first.lockRecord(QStringLiteral("  P1  "), KeyTrim::Both));
     EXPECT_EQ(first.Locks(), QStringLiteral("P1"));
@@ -124,7 +113,7 @@ TEST_P(RecordLockTest, RefusalsSayWhichCommandAsked)
 
 TEST_P(RecordLockTest, DeadHolderOnThisComputerIsTakenOverNeverAnotherComputers)
 {
-    const long long gone = deadPid();
+    const long long gone = deadProcessId();
     RecordLocks crashed(db1.get(), QStringLiteral("WS-ONE"), gone);
     ASSERT_TRUE(crashed.lockRecord(QStringLiteral("P1"), KeyTrim::Both));
     // The same computer, a live process: the dead one's lock is taken over.
@@ -163,14 +152,6 @@ TEST_P(RecordLockTest, LockTableThatCannotBeWrittenRefuses)
     EXPECT_FALSE(db1->inTransaction());
     db1->execute(QStringLiteral("insert into department(cDepCode,cDepName,bDepEnd) values(?,?,1)"),
                  {QStringLiteral("D1"), QStringLiteral("一车间")});
-}
-
-TEST(RecordLockWithoutDatabase, GrantsNothing)
-{
-    RecordLocks none(nullptr, QStringLiteral("WS"));
-    EXPECT_FALSE(none.lockRecord(QStringLiteral("P1"), KeyTrim::Both));
-    none.unlockRecord();
-    EXPECT_EQ(none.Locks(), QStringLiteral("P1"));
 }
 
 QX_INSTANTIATE_BACKENDS(RecordLockTest);

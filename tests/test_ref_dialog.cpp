@@ -153,28 +153,3 @@ TEST_F(RefDialogTest, DoubleClickPicksAndEscapeCancels)
     });
     EXPECT_FALSE(chooser.choose(*rs, q("参照"), captions, nullptr).has_value());
 }
-
-TEST_F(RefDialogTest, ScriptedChooserPicksByFirstFieldAndRecordsTheRequest)
-{
-    EXPECT_NE(dynamic_cast<RefDialogChooser*>(&RefChooser::current()), nullptr);
-    {
-        ScriptedRefChooser scripted;
-        EXPECT_EQ(&RefChooser::current(), &scripted);
-        scripted.pickCode = QStringLiteral("D2");
-        const auto picked = RefChooser::current().choose(*rs, q("用料车间"), captions, nullptr);
-        ASSERT_TRUE(picked.has_value());
-        EXPECT_EQ(*picked, 2);
-        EXPECT_EQ(rs->field(1).toString(), q("二车间"));
-        EXPECT_EQ(scripted.lastTitle, q("用料车间"));
-        EXPECT_EQ(scripted.lastCaptions, captions);
-        EXPECT_EQ(scripted.lastRowCount, 4);
-
-        scripted.pickCode = QStringLiteral("D9");
-        EXPECT_FALSE(RefChooser::current().choose(*rs, q("参照"), captions, nullptr).has_value());
-        EXPECT_EQ(rs->field(0).toString(), QStringLiteral("D2")) << "no match, no move";
-        scripted.pickCode.clear();
-        EXPECT_FALSE(RefChooser::current().choose(*rs, q("参照"), captions, nullptr).has_value());
-    }
-    EXPECT_NE(dynamic_cast<RefDialogChooser*>(&RefChooser::current()), nullptr)
-        << "the dialog is back once the script ends";
-}
