@@ -103,6 +103,21 @@ TEST(ConnectionString, ReadsEveryFormTheHostAccepts)
     }
 }
 
+TEST(Criteria, MalformedTextIsRefusedWithItsText)
+{
+    for (const char* bad : {"", "   ", "c='a'b'", "c='a", "c=a", "c='1' or d='2'", "c='1' andd='2'",
+                            "c='1' and", "[c='1'", "c=='1'", "='1'", "c'1'", "c='1' d='2'",
+                            "c='1';drop table x", "c=1x"}) {
+        try {
+            Criteria::parse(QString::fromLatin1(bad));
+            ADD_FAILURE() << "accepted: " << bad;
+        } catch (const DbError& e) {
+            EXPECT_EQ(e.kind(), DbErrorKind::Other);
+            EXPECT_EQ(e.description(), QStringLiteral("查找条件不正确：") + QString::fromLatin1(bad));
+        }
+    }
+}
+
 TEST(DatabaseOpen, FailureNamesWhatFailedAndWhy)
 {
     qx::test::ensureApplication();
@@ -203,27 +218,7 @@ TEST_P(DatabaseTest, SnapshotReadOnlyAndQuerySetsRefuseWrites)
     }
     EXPECT_EQ(count(QStringLiteral("qx_parent")), 3);
 
-    auto dyn = db->openRecordset(QStringLiteral("qx_parent"));
-    EXPECT_TRUE(dyn->updatable());
-    dyn->addNew();
-    dyn->setField(QStringLiteral("CCODE"), QStringLiteral("P9"));
-    dyn->setField(QStringLiteral("cName"), QStringLiteral("九号"));
-    dyn->update();
-    EXPECT_EQ(dyn->recordCount(), 4);
-    dyn->findFirst(QStringLiteral("cCode = 'P2'"));
-    dyn->edit();
-    dyn->setField(QStringLiteral("iQty"), 7.0);
-    dyn->update();
-    EXPECT_DOUBLE_EQ(dyn->field(QStringLiteral("iQty")).toDouble(), 7.0);
-
-    auto check = db->openRecordset(QStringLiteral("SELECT cName, iQty FROM qx_parent WHERE cCode = ?"),
-                                   RecordsetType::Snapshot, 0, {QStringLiteral("P9")});
-    ASSERT_EQ(check->recordCount(), 1);
-    EXPECT_EQ(check->field(0).toString(), QStringLiteral("九号"));
-    auto p2 = db->openRecordset(QStringLiteral("SELECT iQty FROM qx_parent WHERE cCode = 'P2'"),
-                                RecordsetType::Snapshot);
-    EXPECT_DOUBLE_EQ(p2->field(0).toDouble(), 7.0);
-    EXPECT_EQ(count(QStringLiteral("qx_parent")), 4);
+    EXPECT_TRUE(db->openRecordset(QStringLiteral("qx_parent"))->updatable());
 }
 
 TEST_P(DatabaseTest, FindComparesExactlyAndNeverParsesAValue)

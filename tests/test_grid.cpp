@@ -1,23 +1,20 @@
-// The grid as the windows use it: heading row 0, twips, sorting, the heading's tooltip, and
-// editing under a handler, driven with real key and mouse events.
+// The grid as the windows use it: sorting, presses on the heading and the cells, and editing under
+// a handler, driven with real key and mouse events.
 
 #include "platform/grid.h"
 #include "support/company.h"
 
 #include <QApplication>
 #include <QHeaderView>
-#include <QHelpEvent>
-#include <QKeyEvent>
 #include <QLineEdit>
 #include <QSignalSpy>
 #include <QTableView>
 #include <QTest>
-#include <QToolTip>
 #include <QVBoxLayout>
 
 #include <gtest/gtest.h>
 
-#include <set>
+#include <tuple>
 #include <vector>
 
 using namespace qx;
@@ -31,21 +28,14 @@ QString q(const char* s)
 
 // A handler that records what the grid asked and answers from its settings.
 struct RecordingHandler : GridEditHandler {
-    std::set<std::pair<int, int>> locked;
     bool accept = true;
     QString replaceWith;  // non-empty: the accepted text is replaced by this
     bool allowLeave = true;
 
-    std::vector<std::pair<int, int>> lockQueries;
     std::vector<std::tuple<int, int, QString>> validated;
     std::vector<int> left;
-    std::vector<std::pair<int, int>> references;
 
-    bool cellLocked(int row, int col) override
-    {
-        lockQueries.emplace_back(row, col);
-        return locked.count({row, col}) > 0;
-    }
+    bool cellLocked(int, int) override { return false; }
     bool validateEdit(int row, int col, QString& text) override
     {
         validated.emplace_back(row, col, text);
@@ -58,14 +48,10 @@ struct RecordingHandler : GridEditHandler {
         left.push_back(row);
         return allowLeave;
     }
-    ReferencePick referenceRequested(int row, int col) override
-    {
-        references.emplace_back(row, col);
-        return {};
-    }
+    ReferencePick referenceRequested(int, int) override { return {}; }
 };
 
-// Stands for a window: records the keys that reach it past the grid.
+// Stands for a window: a header field and the grid.
 class KeyWindow : public QWidget {
 public:
     KeyWindow()
@@ -79,17 +65,6 @@ public:
     }
     Grid* grid;
     QLineEdit* other;
-    std::vector<std::pair<int, Qt::KeyboardModifiers>> keys;
-
-protected:
-    void keyPressEvent(QKeyEvent* e) override
-    {
-        // QTest presses the modifier keys on their own first; only the combined keys count here.
-        const int k = e->key();
-        if (k == Qt::Key_Control || k == Qt::Key_Shift || k == Qt::Key_Alt || k == Qt::Key_Meta)
-            return;
-        keys.emplace_back(k, e->modifiers());
-    }
 };
 
 class GridTest : public ::testing::Test {
@@ -128,13 +103,6 @@ protected:
                 QApplication::focusWidget() ? QApplication::focusWidget() : grid->view();
             QTest::keyClicks(target, QString(ch));
         }
-    }
-
-    // As the system delivers it: a click, then the double-click event.
-    void doubleClick(const QPoint& at)
-    {
-        QTest::mouseClick(grid->view()->viewport(), Qt::LeftButton, {}, at);
-        QTest::mouseDClick(grid->view()->viewport(), Qt::LeftButton, {}, at);
     }
 
     QPoint cellCentre(int row, int col) const

@@ -82,9 +82,7 @@ TEST_P(HostTest, InitOpensDynasetsOrSnapshotsAndKeepsTheHostsValues)
     ScriptedPrompter prompter;
 
     QXProStru host;
-    EXPECT_EQ(host.db(), nullptr);
     ASSERT_TRUE(host.Init(*db, false));
-    EXPECT_EQ(host.db(), db.get());
     EXPECT_FALSE(host.ReadOnly());
     for (Recordset* rs : {host.parentRecords(), host.childRecords(), host.joinedRecords()}) {
         ASSERT_NE(rs, nullptr);
@@ -108,12 +106,6 @@ TEST_P(HostTest, InitOpensDynasetsOrSnapshotsAndKeepsTheHostsValues)
               DbErrorKind::Other);
     EXPECT_EQ(failureOf([&] { parents->deleteCurrent(); }), DbErrorKind::Other);
 
-    // Record holds whatever the host gives; ReadOnly can be set directly as well.
-    auto other = db->openRecordset(QStringLiteral("department"));
-    host.setRecord(other.get());
-    EXPECT_EQ(host.Record(), other.get());
-    host.setReadOnly(false);
-    EXPECT_FALSE(host.ReadOnly());
     EXPECT_TRUE(prompter.shown.empty());
 }
 
@@ -174,21 +166,7 @@ TEST(HostCommandLine, AcceptsTheDocumentedForms)
     EXPECT_EQ(main.command->database, "sqlite:/tmp/a.db");
     EXPECT_TRUE(main.command->wantsWindow());
 
-    auto shot = parseCommandLine({"a.db", "--screenshot", "x.png", "--card", "0101"});
-    ASSERT_TRUE(shot.command);
-    EXPECT_EQ(shot.command->screenshot, "x.png");
-    EXPECT_EQ(shot.command->card, "0101");
-    auto fresh = parseCommandLine({"--read-only", "a.db", "--screenshot=x.png", "--new-card"});
-    ASSERT_TRUE(fresh.command);
-    EXPECT_TRUE(fresh.command->newCard);
-    EXPECT_TRUE(fresh.command->readOnly);
-
-    auto pdf = parseCommandLine({"a.db", "--pdf", "o.pdf", "--structure", "0101"});
-    ASSERT_TRUE(pdf.command);
-    EXPECT_EQ(pdf.command->pdf, "o.pdf");
-    EXPECT_EQ(pdf.command->structure, "0101");
-    EXPECT_FALSE(pdf.command->wantsWindow());
-
+    // --screenshot, --card, --new-card, --pdf and --structure: see the card and print host tests.
     auto cc = parseCommandLine({"check-cycle", "postgresql://u@/db?host=/s", "A'B", "C"});
     ASSERT_TRUE(cc.command);
     EXPECT_EQ(cc.command->job, CommandLine::Job::CheckCycle);

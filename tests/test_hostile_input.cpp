@@ -3,7 +3,6 @@
 // system's own message.
 
 #include "card/card_columns.h"
-#include "card/header_checks.h"
 #include "card/line_validation.h"
 #include "data/common.h"
 #include "data/texts.h"
@@ -11,7 +10,6 @@
 #include "platform/lock_service.h"
 #include "shared/line_grid.h"
 #include "support/card_fixture.h"
-#include "support/host_run.h"
 
 #include <gtest/gtest.h>
 
@@ -115,53 +113,6 @@ TEST_P(HostileValues, EveryCheckedCellRefusesWithItsOwnMessage)
         }
     }
     EXPECT_EQ(tableCount(QStringLiteral("ProductStructures")), lines);
-}
-
-// The header fields: a hostile parent code is an unknown item, a hostile department an unknown
-// department; the texts stay as typed.
-TEST_P(HostileValues, HeaderFieldsRefuseWithTheirMessages)
-{
-    auto parents = db->openRecordset(QStringLiteral("ProductStructure"));
-    for (const QString& v : hostileValues()) {
-        SCOPED_TRACE(v.left(40).toStdString());
-        const ParentCheck p = checkParentCode(v, true, parents.get(), lists.inventory.get());
-        EXPECT_FALSE(p.verdict.accepted);
-        EXPECT_EQ(p.verdict.message, QStringLiteral("所填存货编码不存在，请修改！"));
-        QString dept = v;
-        const Verdict d = checkDepartment(dept, lists.department.get());
-        EXPECT_FALSE(d.accepted);
-        EXPECT_EQ(d.message, QStringLiteral("所填生产部门不存在，请修改！"));
-        EXPECT_EQ(dept, v);
-    }
-}
-
-// The host executable's arguments: hostile codes are codes, hostile connection strings fail with
-// one line naming what failed, never a crash.
-TEST_P(HostileValues, HostCommandLineTakesThemAsValues)
-{
-    if (hostExe().isEmpty()) GTEST_SKIP() << "QXPROSTRU_EXE is not set (ctest sets it)";
-    QString cs;
-    db.reset();
-    auto fresh = openFreshCompany(backend(), &cs);
-    fresh.reset();
-    const auto run = [](const QStringList& args) {
-        const HostRun r = runHost(args, {QStringLiteral("QT_QPA_PLATFORM=offscreen")});
-        return std::make_pair(r.exitCode, r.err);
-    };
-    for (const QString& v : hostileValues()) {
-        SCOPED_TRACE(v.left(40).toStdString());
-        if (v.contains(QLatin1Char('\n')) || v.contains(QChar(0xFFFD))) continue;  // not an argv
-        EXPECT_EQ(run({QStringLiteral("check-cycle"), cs, v, QStringLiteral("A1")}).first, 0);
-    }
-    EXPECT_EQ(run({QStringLiteral("verify"), cs}).first, 0);
-    for (const QString& bad : {QStringLiteral("sqlite:/nonexistent'dir/a|b.db"),
-                               QStringLiteral("postgresql://x'y@/db';drop?host=/nonexistent"),
-                               QStringLiteral("postgresql://"), QString(10000, QLatin1Char('Z'))}) {
-        const auto [code, err] = run({QStringLiteral("verify"), bad});
-        EXPECT_NE(code, 0) << bad.left(60).toStdString();
-        EXPECT_NE(code, -1) << "crashed on " << bad.left(60).toStdString();
-        EXPECT_EQ(errorLines(err).size(), 1) << err.toStdString();
-    }
 }
 
 QX_INSTANTIATE_BACKENDS(HostileValues);

@@ -60,20 +60,6 @@ protected:
 
 }  // namespace
 
-TEST_F(RefDialogTest, ShowsTheCaptionedColumnsAndANullAsEmpty)
-{
-    RefDialog dlg(*rs, q("用料车间"), captions, nullptr);
-    EXPECT_EQ(dlg.windowTitle(), q("用料车间"));
-    auto* m = dlg.table()->model();
-    ASSERT_EQ(m->columnCount(), 2) << "as many columns as captions";
-    EXPECT_EQ(m->headerData(0, Qt::Horizontal).toString(), q("部门编码"));
-    EXPECT_EQ(m->headerData(1, Qt::Horizontal).toString(), q("部门名称"));
-    ASSERT_EQ(dlg.shownRows(), 4);
-    EXPECT_EQ(m->index(0, 0).data().toString(), QStringLiteral("AB01"));
-    EXPECT_EQ(m->index(0, 1).data().toString(), QString()) << "a Null shows empty";
-    EXPECT_EQ(m->index(3, 1).data().toString(), q("装配|线"));
-}
-
 TEST_F(RefDialogTest, FilterNarrowsAsTheUserTypesWithoutRegardToCase)
 {
     RefDialog dlg(*rs, q("参照"), captions, nullptr);

@@ -80,26 +80,6 @@ TEST_P(SchemaTest, UpgradeOnACurrentTableChangesNothing)
     EXPECT_EQ(count(*db, QStringLiteral("select count(*) from ProductStructures")), 1);
 }
 
-TEST_P(SchemaTest, WidthsAreEnforcedAndTheStorekeeperColumnTakesTen)
-{
-    auto db = test::openFreshCompany(backend());
-    db->execute(kInsertHeader, {QStringLiteral("P"), QStringLiteral("01")});
-    const QString insert = QStringLiteral(
-        "insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,cPersonName) values(?,?,?,?)");
-    db->execute(insert, {QStringLiteral("P"), QStringLiteral("C1"), 1.0, QStringLiteral("一二三四五六七八九十")});
-    EXPECT_EQ(failureOf(*db, insert, {QStringLiteral("P"), QStringLiteral("C2"), 1.0, QStringLiteral("abcdefghijk")}),
-              DbErrorKind::TooLong);
-    // The person master holds longer names than a line does.
-    db->execute(QStringLiteral("insert into person(cPersonCode,cPersonName,cDepCode) values(?,?,?)"),
-                {QStringLiteral("005"), QStringLiteral("阿卜杜热合曼·买买提"), QStringLiteral("03")});
-    EXPECT_EQ(failureOf(*db, QStringLiteral("insert into Inventory(cInvCode,cInvName) values(?,?)"),
-                        {QString(21, QLatin1Char('x')), QStringLiteral("名")}),
-              DbErrorKind::TooLong);
-    db->execute(QStringLiteral("insert into Inventory(cInvCode,cInvName) values(?,?)"),
-                {QString(20, QLatin1Char('x')), QStringLiteral("名")});
-    EXPECT_EQ(count(*db, QStringLiteral("select count(*) from ProductStructures")), 1);
-}
-
 TEST_P(SchemaTest, KeysTieLinesToTheirHeaderAndOrdersToTheirStructureButNotLinesToInventory)
 {
     auto db = test::openFreshCompany(backend());
