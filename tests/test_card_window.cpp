@@ -16,6 +16,7 @@
 #include <QMenu>
 #include <QTableView>
 #include <QTest>
+#include <QToolButton>
 #include <QTimer>
 
 #include <gtest/gtest.h>

@@ -252,22 +252,6 @@ TEST_P(ListCardTest, AddOpensAnEmptyCardWithoutALock)
     EXPECT_EQ(seen.lockRowsWhileOpen, 0);
 }
 
-TEST_P(ListCardTest, ReadOnlyEditViewsTheCardWithoutALock)
-{
-    fillCompany(*db);
-    auto w = open(true);
-    w->dispatch(QStringLiteral("ButEdit"));
-    ASSERT_EQ(seen.shown, 1);
-    EXPECT_FALSE(seen.editable);
-    EXPECT_EQ(seen.parentCode, QStringLiteral("P1"));
-    EXPECT_EQ(seen.lockRowsWhileOpen, 0);
-    EXPECT_TRUE(seen.otherWorkstationGranted);
-    // Add and copy stay shut.
-    w->dispatch(QStringLiteral("ButAdd"));
-    w->dispatch(QStringLiteral("ButCopy"));
-    EXPECT_EQ(seen.shown, 1);
-}
-
 TEST_P(ListCardTest, ASavedCopyAppearsInTheList)
 {
     fillCompany(*db);
