@@ -32,7 +32,8 @@ protected:
     }
     QStringList env() const
     {
-        return {QStringLiteral("QX_SYSTEM_DIR=") + dir.filePath("sys"), QStringLiteral("QT_QPA_PLATFORM=offscreen")};
+        return {QStringLiteral("QX_SYSTEM_DIR=") + dir.filePath("sys"),
+                QStringLiteral("QT_QPA_PLATFORM=offscreen")};
     }
     HostRun run(const QStringList& args)
     {

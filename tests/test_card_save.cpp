@@ -73,7 +73,6 @@ protected:
         }
     }
 
-
     void open(bool adding = true) { card = openCard(*ctx, adding); }
 
     std::unique_ptr<FrmProStru> card;

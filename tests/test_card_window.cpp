@@ -16,8 +16,8 @@
 #include <QMenu>
 #include <QTableView>
 #include <QTest>
-#include <QToolButton>
 #include <QTimer>
+#include <QToolButton>
 
 #include <gtest/gtest.h>
 
@@ -72,7 +72,6 @@ protected:
         return e ? e->text() : QStringLiteral("<no editor>");
     }
     void addLine() { key(Qt::Key_I, Qt::ControlModifier); }
-
 
     void open(bool adding = true) { card = openCard(*ctx, adding); }
 

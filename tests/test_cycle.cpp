@@ -70,15 +70,26 @@ TEST_P(CheckCycleTest, AllowsWhatIsNotAnAncestorOfTheParent)
         const char *parent, *child;
         bool allowed;
     } cases[] = {
-        {"A", "X", true},    // nobody's child: the first generation is empty
-        {"A", "A", true},    // left to the callers when the parent has no ancestors
-        {"C", "A", false},   // A is the grandparent of C
-        {"C", "B", false},  {"B", "C", true},   // C is below B, not above
-        {"B", "D", true},   {"X", "A", true},   // an unknown parent
-        {"BOT", "TOP", false}, {"BOT", "L", false}, {"BOT", "NEW", true},
-        {"L", "R", true},   {"TOP", "BOT", true},
-        {"B2", "A", true},  {"B2", "a", false},  {"C", "a", true}, {"c", "a", false}, {"b2", "a", true},
-        {"' or '1'='1", "O'NE", false}, {"' or '1'='1", "ONE", true}, {"x' or cpscode<>'", "O'NE", true},
+        {"A", "X", true},   // nobody's child: the first generation is empty
+        {"A", "A", true},   // left to the callers when the parent has no ancestors
+        {"C", "A", false},  // A is the grandparent of C
+        {"C", "B", false},
+        {"B", "C", true},  // C is below B, not above
+        {"B", "D", true},
+        {"X", "A", true},  // an unknown parent
+        {"BOT", "TOP", false},
+        {"BOT", "L", false},
+        {"BOT", "NEW", true},
+        {"L", "R", true},
+        {"TOP", "BOT", true},
+        {"B2", "A", true},
+        {"B2", "a", false},
+        {"C", "a", true},
+        {"c", "a", false},
+        {"b2", "a", true},
+        {"' or '1'='1", "O'NE", false},
+        {"' or '1'='1", "ONE", true},
+        {"x' or cpscode<>'", "O'NE", true},
     };
     for (const auto& c : cases)
         EXPECT_EQ(CheckCycle(c.parent, c.child, *db), c.allowed) << c.parent << " / " << c.child;

@@ -105,15 +105,16 @@ TEST(ConnectionString, ReadsEveryFormTheHostAccepts)
 
 TEST(Criteria, MalformedTextIsRefusedWithItsText)
 {
-    for (const char* bad : {"", "   ", "c='a'b'", "c='a", "c=a", "c='1' or d='2'", "c='1' andd='2'",
-                            "c='1' and", "[c='1'", "c=='1'", "='1'", "c'1'", "c='1' d='2'",
-                            "c='1';drop table x", "c=1x"}) {
+    for (const char* bad :
+         {"", "   ", "c='a'b'", "c='a", "c=a", "c='1' or d='2'", "c='1' andd='2'", "c='1' and",
+          "[c='1'", "c=='1'", "='1'", "c'1'", "c='1' d='2'", "c='1';drop table x", "c=1x"}) {
         try {
             Criteria::parse(QString::fromLatin1(bad));
             ADD_FAILURE() << "accepted: " << bad;
         } catch (const DbError& e) {
             EXPECT_EQ(e.kind(), DbErrorKind::Other);
-            EXPECT_EQ(e.description(), QStringLiteral("查找条件不正确：") + QString::fromLatin1(bad));
+            EXPECT_EQ(e.description(),
+                      QStringLiteral("查找条件不正确：") + QString::fromLatin1(bad));
         }
     }
 }

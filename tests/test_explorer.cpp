@@ -248,7 +248,10 @@ TEST_P(ExplorerData, CommandLineTwinsPrintTabSeparatedRowsAndRefuseBadInput)
 
     QTemporaryDir dir;
     const QString xlsx = dir.filePath(QStringLiteral("w.xlsx"));
-    EXPECT_EQ(runHost({QStringLiteral("where-used"), connection, QStringLiteral("007"), QStringLiteral("--xlsx"), xlsx}).exitCode, 0);
+    EXPECT_EQ(runHost({QStringLiteral("where-used"), connection, QStringLiteral("007"),
+                       QStringLiteral("--xlsx"), xlsx})
+                  .exitCode,
+              0);
     EXPECT_TRUE(zipEntry(xlsx, QStringLiteral("xl/workbook.xml")).contains(QStringLiteral("name=\"多级反查\"")));
 
     const struct {

@@ -20,7 +20,6 @@ namespace {
 
 class LineRules : public CardCompanyTest {
 protected:
-
     // Types `text` into (row, col) as the first pass sees it; returns the verdict and the text.
     Verdict type(int row, int col, QString& text)
     {
@@ -53,12 +52,16 @@ protected:
     void expectVerdicts(int row, std::initializer_list<Typed> cases)
     {
         for (const Typed& t : cases) {
-            SCOPED_TRACE(QStringLiteral("column %1: %2").arg(t.col).arg(QString::fromUtf8(t.typed)).toStdString());
+            SCOPED_TRACE(QStringLiteral("column %1: %2")
+                             .arg(t.col)
+                             .arg(QString::fromUtf8(t.typed))
+                             .toStdString());
             const QString typed = QString::fromUtf8(t.typed);
             if (*t.message)
                 EXPECT_EQ(refusal(row, t.col, typed), QString::fromUtf8(t.message));
             else
-                EXPECT_EQ(accepted(row, t.col, typed), QString::fromUtf8(t.shown ? t.shown : t.typed));
+                EXPECT_EQ(accepted(row, t.col, typed),
+                          QString::fromUtf8(t.shown ? t.shown : t.typed));
         }
     }
     std::vector<QString> rowCells(int row) const
@@ -80,9 +83,12 @@ TEST_P(LineRules, IllegalCharactersAreRefusedFirstInEveryColumn)
     // Each text would otherwise get another message (unknown item, cycle, not a number...); the
     // columns otherwise accepted as typed are held to it too.
     const char* illegal = "请去掉非法字符 |,' ";
-    expectVerdicts(1, {{ColChildCode, "ZZ'", illegal}, {ColChildCode, "'", illegal},
-                       {ColPieces, "-1|", illegal}, {ColWarehouse, "W2'", illegal},
-                       {ColWasteRate, "0.1|", illegal}, {ColHidden, "a'b", illegal}});
+    expectVerdicts(1, {{ColChildCode, "ZZ'", illegal},
+                       {ColChildCode, "'", illegal},
+                       {ColPieces, "-1|", illegal},
+                       {ColWarehouse, "W2'", illegal},
+                       {ColWasteRate, "0.1|", illegal},
+                       {ColHidden, "a'b", illegal}});
     EXPECT_EQ(rowCells(1), before);
 }
 
@@ -163,27 +169,29 @@ TEST_P(LineRules, PiecesAndQuantityFollowEachOtherThroughTheRate)
 TEST_P(LineRules, ReferenceColumnsTakeNameOrCodeAndShowTheName)
 {
     grid.addLine();
-    expectVerdicts(1, {{ColWarehouse, "", "仓库编码不能为空！"},
-                       {ColWarehouse, "W1", "", "原料库"},
-                       {ColWarehouse, "成品库", ""},
-                       {ColWarehouse, "W9", "所填仓库不存在，请重新填写！"},
-                       {ColPerson, "E1", "", "张三"},
-                       {ColPerson, "张三", ""},
-                       {ColPerson, "", ""},
-                       {ColPerson, "E9", "所填职员不存在，请修改！"},
-                       // a Chinese name longer than any column is just unknown
-                       {ColPerson, "中中中中中中中中中中中中中中中中中中中中中中中中中中中中中中中中中中中中中中中中",
-                        "所填职员不存在，请修改！"},
-                       {ColDept, "D2", "", "二车间"},
-                       {ColDept, "D1", ""},  // also the name of D3: the name is tried first
-                       {ColDept, "D9", "所填部门不存在，请修改！"},
-                       {ColDept, "", ""},
-                       {ColOperation, "OP1", "", "装配"},
-                       {ColOperation, "OP9", "所填工序不存在，请修改！"},
-                       {ColFree1, "R", "", "红色"},
-                       {ColFree1, "蓝色", ""},
-                       {ColFree2, "", ""},
-                       {ColFree2, "R", "所填内容不存在，请修改！"}});
+    expectVerdicts(
+        1, {{ColWarehouse, "", "仓库编码不能为空！"},
+            {ColWarehouse, "W1", "", "原料库"},
+            {ColWarehouse, "成品库", ""},
+            {ColWarehouse, "W9", "所填仓库不存在，请重新填写！"},
+            {ColPerson, "E1", "", "张三"},
+            {ColPerson, "张三", ""},
+            {ColPerson, "", ""},
+            {ColPerson, "E9", "所填职员不存在，请修改！"},
+            // a Chinese name longer than any column is just unknown
+            {ColPerson,
+             "中中中中中中中中中中中中中中中中中中中中中中中中中中中中中中中中中中中中中中中中",
+             "所填职员不存在，请修改！"},
+            {ColDept, "D2", "", "二车间"},
+            {ColDept, "D1", ""},  // also the name of D3: the name is tried first
+            {ColDept, "D9", "所填部门不存在，请修改！"},
+            {ColDept, "", ""},
+            {ColOperation, "OP1", "", "装配"},
+            {ColOperation, "OP9", "所填工序不存在，请修改！"},
+            {ColFree1, "R", "", "红色"},
+            {ColFree1, "蓝色", ""},
+            {ColFree2, "", ""},
+            {ColFree2, "R", "所填内容不存在，请修改！"}});
 }
 
 TEST_P(LineRules, SecondPassHoldsThePlannedPriceRuleAndOnlyNames)

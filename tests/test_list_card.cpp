@@ -36,26 +36,35 @@ void exec(Database& db, const QString& sql, const QVariantList& params)
 void fillCompany(Database& db)
 {
     const QVariant none(QMetaType::fromType<double>());
-    const QVariantList items[] = {
-        {"P1", "成品一", "规格一", "台", QString(), none, 90.0}, {"P2", "成品二", QString(), "台", QString(), none, 80.0},
-        {"P3", "成品三", QString(), "台", QString(), none, 70.0}, {"C1", "零件一", "S-C1", "个", "箱", 4.0, 2.5},
-        {"C2", "零件二", QString(), "个", QString(), none, 1.0}};
+    const QVariantList items[] = {{"P1", "成品一", "规格一", "台", QString(), none, 90.0},
+                                  {"P2", "成品二", QString(), "台", QString(), none, 80.0},
+                                  {"P3", "成品三", QString(), "台", QString(), none, 70.0},
+                                  {"C1", "零件一", "S-C1", "个", "箱", 4.0, 2.5},
+                                  {"C2", "零件二", QString(), "个", QString(), none, 1.0}};
     for (const QVariantList& i : items)
-        exec(db, QStringLiteral("insert into Inventory(cInvCode,cInvName,cInvStd,cInvM_Unit,cInvA_Unit,"
-                                "iInvExchRate,iInvRCost,bFree1,bFree2,bService) values(?,?,?,?,?,?,?,0,0,0)"),
+        exec(db,
+             QStringLiteral(
+                 "insert into Inventory(cInvCode,cInvName,cInvStd,cInvM_Unit,cInvA_Unit,"
+                 "iInvExchRate,iInvRCost,bFree1,bFree2,bService) values(?,?,?,?,?,?,?,0,0,0)"),
              i);
-    exec(db, QStringLiteral("insert into department(cDepCode,cDepName,cDepPerson,bDepEnd) values(?,?,?,1)"),
+    exec(db,
+         QStringLiteral(
+             "insert into department(cDepCode,cDepName,cDepPerson,bDepEnd) values(?,?,?,1)"),
          {"D1", "一车间", QString()});
-    exec(db, QStringLiteral("insert into warehouse(cWhCode,cWhName,cWhValueStyle,cDepCode) values(?,?,?,?)"),
+    exec(db,
+         QStringLiteral(
+             "insert into warehouse(cWhCode,cWhName,cWhValueStyle,cDepCode) values(?,?,?,?)"),
          {"W2", "成品库", "全月平均法", "D1"});
     for (const char* p : {"P1", "P2"})
-        exec(db, QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"), {p, "D1"});
+        exec(db, QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"),
+             {p, "D1"});
     const QVariantList lines[] = {{"P1", "C1", 8.0, 0.5, "W2", "D1"},
                                   {"P1", "C2", 2.0, none, "W2", QString()},
                                   {"P2", "C1", 1.0, none, "W2", QString()}};
     for (const QVariantList& l : lines)
-        exec(db, QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,iWasteRate,"
-                                "cWhCode,cDepCode) values(?,?,?,?,?,?)"),
+        exec(db,
+             QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,iWasteRate,"
+                            "cWhCode,cDepCode) values(?,?,?,?,?,?)"),
              l);
 }
 

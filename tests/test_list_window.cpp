@@ -89,14 +89,18 @@ void fillCompany(Database& db)
     insertItem(db, "C1", "零件一", "S-C1", "箱", 4.0, 2.5);
     insertItem(db, "C2", "零件二", QString(), QString(), kNull, kNull);
     insertItem(db, "C3", "零件三", QString(), "盒", 0.0, 1.0);
-    db.execute(QStringLiteral("insert into department(cDepCode,cDepName,cDepPerson,bDepEnd) values(?,?,?,1)"),
+    db.execute(QStringLiteral(
+                   "insert into department(cDepCode,cDepName,cDepPerson,bDepEnd) values(?,?,?,1)"),
                {"D1", "一车间", QString()});
-    db.execute(QStringLiteral("insert into warehouse(cWhCode,cWhName,cWhValueStyle,cDepCode) values(?,?,?,?)"),
+    db.execute(QStringLiteral(
+                   "insert into warehouse(cWhCode,cWhName,cWhValueStyle,cDepCode) values(?,?,?,?)"),
                {"W1", "原料库", "计划价法", "D1"});
-    db.execute(QStringLiteral("insert into CA_PreDf(cProcedureID,cProcedureName,cDeptId) values(?,?,?)"),
-               {"OP1", "装配", "D1"});
+    db.execute(
+        QStringLiteral("insert into CA_PreDf(cProcedureID,cProcedureName,cDeptId) values(?,?,?)"),
+        {"OP1", "装配", "D1"});
     for (const char* p : {"P2", "P1", "B1"})
-        db.execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"), {p, "D1"});
+        db.execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"),
+                   {p, "D1"});
     insertLine(db, "P1", "C2", 1.5, 3.0, "W1", "D1");
     insertLine(db, "P1", "C1", 8.0, 0.125, "W1", "D1");
     insertLine(db, "P1", "B1", 2.0, kNull, QString(), QString());

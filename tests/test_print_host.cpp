@@ -19,7 +19,8 @@ protected:
     {
         BackendTest::SetUp();
         if (IsSkipped()) return;
-        if (hostExe().isEmpty()) GTEST_SKIP() << "QXPROSTRU_EXE is not set (run the tests through ctest)";
+        if (hostExe().isEmpty())
+            GTEST_SKIP() << "QXPROSTRU_EXE is not set (run the tests through ctest)";
         ASSERT_TRUE(dir.isValid());
         db = openFreshCompany(backend(), &connection);
         fillStructures(*db);
@@ -28,9 +29,10 @@ protected:
     // No screen: the job must not need one.
     HostRun run(const QStringList& args)
     {
-        return runHost(args, {QStringLiteral("QX_SYSTEM_DIR=") + dir.filePath(QStringLiteral("sys")),
-                              QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("DISPLAY"),
-                              QStringLiteral("WAYLAND_DISPLAY")});
+        return runHost(args,
+                       {QStringLiteral("QX_SYSTEM_DIR=") + dir.filePath(QStringLiteral("sys")),
+                        QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("DISPLAY"),
+                        QStringLiteral("WAYLAND_DISPLAY")});
     }
 
     QTemporaryDir dir;
@@ -44,7 +46,7 @@ TEST_P(PrintHost, WritesThePageOfOneStructure)
 {
     const QString pdf = dir.filePath(QStringLiteral("p3.pdf"));
     const HostRun r = run({connection, QStringLiteral("--pdf"), pdf, QStringLiteral("--structure"),
-                       QStringLiteral("P3")});
+                           QStringLiteral("P3")});
     ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
     EXPECT_TRUE(errorLines(r.err).isEmpty()) << r.err.toStdString();
     const QString text = pdfText(pdf);
@@ -60,7 +62,7 @@ TEST_P(PrintHost, UnknownStructureExitsWithOneLine)
 {
     const QString pdf = dir.filePath(QStringLiteral("none.pdf"));
     const HostRun r = run({connection, QStringLiteral("--pdf"), pdf, QStringLiteral("--structure"),
-                       QStringLiteral("NOPE")});
+                           QStringLiteral("NOPE")});
     EXPECT_NE(r.exitCode, 0);
     EXPECT_NE(r.exitCode, -1);
     EXPECT_EQ(errorLines(r.err), QStringList{QStringLiteral("产品结构不存在：NOPE")});
@@ -69,7 +71,7 @@ TEST_P(PrintHost, UnknownStructureExitsWithOneLine)
     // A file that cannot be written is named too.
     const QString bad = dir.filePath(QStringLiteral("no/such/dir/x.pdf"));
     const HostRun w = run({connection, QStringLiteral("--pdf"), bad, QStringLiteral("--structure"),
-                       QStringLiteral("P1")});
+                           QStringLiteral("P1")});
     EXPECT_NE(w.exitCode, 0);
     EXPECT_EQ(errorLines(w.err), QStringList{QStringLiteral("无法写入文件 ") + bad +
                                              QStringLiteral("，请检查该文件能否写入后再试一次！")});

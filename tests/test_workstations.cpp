@@ -499,7 +499,8 @@ protected:
              QStringLiteral("QX_WS_STOP=") + dir.filePath(QStringLiteral("stop")),
              QStringLiteral("QX_WS_ID=%1").arg(id),
              QStringLiteral("QX_WS_LOG=") + dir.filePath(QStringLiteral("ws%1.log").arg(id)),
-             QStringLiteral("QX_WS_MODE=soak"), QStringLiteral("QX_WS_SEED=%1").arg(seed + quint32(id)),
+             QStringLiteral("QX_WS_MODE=soak"),
+             QStringLiteral("QX_WS_SEED=%1").arg(seed + quint32(id)),
              QStringLiteral("QX_WS_MS=%1").arg(ms)}));
         return workers.back().next() == QLatin1String("ready");
     }
@@ -635,10 +636,11 @@ quint32 soakSeed(const QString& backend)
 
 void printSoak(const QString& backend, const SoakFigures& f)
 {
-    printf("[%s] soak: %d processes, %d operations, %d saved, %d killed (%d inside an operation, "
-           "%d locks left, %d taken over), %d/%d structures with one/overlapping last saves\n",
-           qPrintable(backend), f.processes, f.operations, f.saved, f.killed, f.killedInOperation,
-           f.locksLeftByKilled, f.locksTakenOver, f.unambiguous, f.ambiguous);
+    printf(
+        "[%s] soak: %d processes, %d operations, %d saved, %d killed (%d inside an operation, "
+        "%d locks left, %d taken over), %d/%d structures with one/overlapping last saves\n",
+        qPrintable(backend), f.processes, f.operations, f.saved, f.killed, f.killedInOperation,
+        f.locksLeftByKilled, f.locksTakenOver, f.unambiguous, f.ambiguous);
     for (auto it = f.refusals.constBegin(); it != f.refusals.constEnd(); ++it)
         printf("    refused %5d x %s\n", it.value(), qPrintable(it.key()));
     for (const QString& v : f.violations) printf("    VIOLATION %s\n", qPrintable(v));
@@ -681,7 +683,8 @@ TEST_P(Workstations, KilledWorkstationsLeaveNoHalfStructureAndTheirLocksAreTaken
     QRandomGenerator rnd(seed);
     std::vector<int> ids;  // the workstation id of each running worker
     int lastId = 0;
-    for (; lastId < kProcesses; ids.push_back(lastId)) ASSERT_TRUE(startSoaker(++lastId, seed, kUntilStopped));
+    for (; lastId < kProcesses; ids.push_back(lastId))
+        ASSERT_TRUE(startSoaker(++lastId, seed, kUntilStopped));
     for (Worker& w : workers) w.send(QStringLiteral("go"));
 
     QSet<long long> killedPids;
@@ -699,8 +702,11 @@ TEST_P(Workstations, KilledWorkstationsLeaveNoHalfStructureAndTheirLocksAreTaken
         log.write(QStringLiteral("killed\t%1\n").arg(nowNs()).toUtf8());
         log.close();
         killedPids.insert(pid);
-        locksLeft += int(rows(*db, QStringLiteral("select cKey from ") + LockService::tableName() +
-                                       QStringLiteral(" where iPid=?"), {pid}).size());
+        locksLeft += int(rows(*db,
+                              QStringLiteral("select cKey from ") + LockService::tableName() +
+                                  QStringLiteral(" where iPid=?"),
+                              {pid})
+                             .size());
         ++kills;
         // The next workstation of this computer takes the place of the killed one.
         ASSERT_TRUE(startSoaker(++lastId, seed, kUntilStopped));
@@ -715,9 +721,11 @@ TEST_P(Workstations, KilledWorkstationsLeaveNoHalfStructureAndTheirLocksAreTaken
     SoakFigures f = judgeSoak(*db, dir.path(), lastId, initial);
     // Locks still in the table belong to killed workstations only, and this process, on the same
     // computer, is granted them.
-    for (const QStringList& r : rows(*db, QStringLiteral("select cKey, iPid from ") + LockService::tableName())) {
+    for (const QStringList& r :
+         rows(*db, QStringLiteral("select cKey, iPid from ") + LockService::tableName())) {
         if (!killedPids.contains(r[1].toLongLong()))
-            f.violations << QStringLiteral("lock of a living or unknown process: ") + r.join(QLatin1Char(' '));
+            f.violations << QStringLiteral("lock of a living or unknown process: ") +
+                                r.join(QLatin1Char(' '));
         LockService locks(*db);
         if (locks.lockRecord(kLockCategory, kLockSystem, kLockMode, computerName(), {r[0]})) {
             ++f.locksTakenOver;

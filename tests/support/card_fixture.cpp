@@ -162,7 +162,8 @@ void CardCompanyTest::SetUp()
 
 int CardCompanyTest::tableCount(const QString& from)
 {
-    return db->openRecordset(QStringLiteral("select count(*) from ") + from, RecordsetType::Snapshot)
+    return db
+        ->openRecordset(QStringLiteral("select count(*) from ") + from, RecordsetType::Snapshot)
         ->field(0)
         .toInt();
 }

@@ -28,7 +28,10 @@ QProcessEnvironment hostEnvironment(const QStringList& env, bool ownRuntime = tr
 
 }  // namespace
 
-QString hostExe() { return qEnvironmentVariable("QXPROSTRU_EXE"); }
+QString hostExe()
+{
+    return qEnvironmentVariable("QXPROSTRU_EXE");
+}
 
 HostRun runHost(const QStringList& args, const QStringList& env, const QString& user)
 {
@@ -42,8 +45,10 @@ HostRun runHost(const QStringList& args, const QStringList& env, const QString& 
     if (user.isEmpty())
         p.start(hostExe(), args);
     else  // runuser resets the environment: hand the entries over explicitly
-        p.start(QStringLiteral("runuser"), QStringList{QStringLiteral("-u"), user, QStringLiteral("--"),
-                                                       QStringLiteral("env")} + env + QStringList{hostExe()} + args);
+        p.start(
+            QStringLiteral("runuser"),
+            QStringList{QStringLiteral("-u"), user, QStringLiteral("--"), QStringLiteral("env")} +
+                env + QStringList{hostExe()} + args);
     if (!p.waitForFinished(120000)) {
         p.kill();
         p.waitForFinished();
@@ -72,7 +77,8 @@ bool waitForLockOf(Database& db, QProcess& p)
     QElapsedTimer t;
     t.start();
     while (t.elapsed() < 60000 && p.state() == QProcess::Running) {
-        if (db.openRecordset(sql, RecordsetType::Snapshot, 0, {p.processId()})->field(0).toInt() > 0)
+        if (db.openRecordset(sql, RecordsetType::Snapshot, 0, {p.processId()})->field(0).toInt() >
+            0)
             return true;
         QThread::msleep(1);
     }

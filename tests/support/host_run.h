@@ -23,8 +23,8 @@ struct HostRun {
 };
 
 // Runs the executable with `args` and the "NAME=value" entries of `env` added to this process's
-// environment ("NAME" alone removes it), under `user` when given; Qt gets a runtime directory of its own, so that what
-// stands on standard error is the program's.
+// environment ("NAME" alone removes it), under `user` when given; Qt gets a runtime directory of
+// its own, so that what stands on standard error is the program's.
 HostRun runHost(const QStringList& args, const QStringList& env = {}, const QString& user = {});
 
 // Starts it without waiting (the caller kills it or waits).
