@@ -3,7 +3,6 @@
 
 #include "list/column_settings.h"
 #include "platform/print_control.h"
-#include "print/scratch_database.h"
 #include "support/host_run.h"
 #include "support/structure_window.h"
 
@@ -86,12 +85,6 @@ TEST_P(PrintWindow, PrintGoesToThePrinterWithTheSelectedStructure)
 
     window->dispatch(QStringLiteral("Butsetup"));
     EXPECT_EQ(control->setups, 1);
-    // Two runs, two layout tables, side by side in the scratch database.
-    window->dispatch(QStringLiteral("Butprint"));
-    auto scratch = print::openScratchDatabase(systemDir.path());
-    EXPECT_EQ(countRows(*scratch, QStringLiteral("select count(*) from sqlite_master where name like ?"),
-                        {QStringLiteral("TempPrint_%")}),
-              2);
 }
 
 TEST_P(PrintWindow, HiddenColumnsAreNeitherPrintedNorOutput)
