@@ -107,6 +107,19 @@ TEST_P(LockServiceTest, DeadProcessOfThisComputerIsTakenOverOthersNever)
     LockService parent(*dbB, getppid());
     ASSERT_TRUE(parent.lockRecord(kCat, kSys, kMode, kA, {QStringLiteral("P3")}));
     EXPECT_FALSE(a.lockRecord(kCat, kSys, kMode, kA, {QStringLiteral("P3")}));
+
+    // A row this process id left in an earlier boot is taken over, not mistaken for this run's
+    // own: the key is then held against the other processes of this computer.
+    auto machine =
+        dbA->openRecordset(QStringLiteral("SELECT cMachine FROM QX_RecordLock WHERE cKey = ?"),
+                           RecordsetType::Snapshot, 0, {QStringLiteral("P1")});
+    dbA->execute(
+        QStringLiteral("INSERT INTO QX_RecordLock (cCategory, cKey, cComputer, iPid, dTime, "
+                       "cMachine, cRun) VALUES (?, ?, ?, ?, ?, ?, ?)"),
+        {kCat, QStringLiteral("P5"), kA, (long long)getpid(), QStringLiteral("2026-01-01 00:00:00"),
+         machine->field(0), QStringLiteral("an-earlier-boot/1")});
+    EXPECT_TRUE(a.lockRecord(kCat, kSys, kMode, kA, {QStringLiteral("P5")}));
+    EXPECT_FALSE(parent.lockRecord(kCat, kSys, kMode, kA, {QStringLiteral("P5")}));
 }
 
 TEST_P(LockServiceTest, AHolderIsOneRunningProcessWhateverItsNameAndId)
