@@ -8,12 +8,10 @@
 #include "platform/sheet_file.h"
 #include "shared/record_lock.h"
 #include "support/card_fixture.h"
+#include "support/host_run.h"
 
-#include <QElapsedTimer>
 #include <QFile>
-#include <QProcess>
 #include <QTemporaryDir>
-#include <QThread>
 
 #include <gtest/gtest.h>
 
@@ -21,12 +19,6 @@ using namespace qx;
 using namespace qx::test;
 
 namespace {
-
-struct Outcome {
-    int code = -1;
-    QString out;
-    QString err;
-};
 
 class BulkHost : public BackendTest {
 protected:
@@ -36,25 +28,17 @@ protected:
         if (IsSkipped()) return;
         db = openFreshCompany(backend(), &connection);
         fillCardMasterData(*db);
-        exe = qEnvironmentVariable("QXPROSTRU_EXE");
-        if (exe.isEmpty()) GTEST_SKIP() << "QXPROSTRU_EXE is not set (ctest sets it)";
+        if (hostExe().isEmpty()) GTEST_SKIP() << "QXPROSTRU_EXE is not set (ctest sets it)";
     }
-    QProcessEnvironment env() const
+    QStringList env() const
     {
-        QProcessEnvironment e = QProcessEnvironment::systemEnvironment();
-        e.insert(QStringLiteral("XDG_RUNTIME_DIR"), dir.path());
-        e.insert(QStringLiteral("QX_SYSTEM_DIR"), dir.filePath("sys"));
-        e.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-        return e;
+        return {QStringLiteral("QX_SYSTEM_DIR=") + dir.filePath("sys"),
+                QStringLiteral("QT_QPA_PLATFORM=offscreen")};
     }
-    Outcome run(const QStringList& args)
+    HostRun run(const QStringList& args)
     {
-        QProcess p;
-        p.setProcessEnvironment(env());
-        p.start(exe, args);
-        EXPECT_TRUE(p.waitForFinished(120000));
-        return {p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()).trimmed(),
-                QString::fromUtf8(p.readAllStandardError()).trimmed()};
+        HostRun r = runHost(args, env());
+        return {r.exitCode, r.out.trimmed(), r.err.trimmed()};
     }
     QString file(const QString& name, const QByteArray& bytes)
     {
@@ -70,11 +54,20 @@ protected:
             ->field(0)
             .toInt();
     }
+    // Kills the job started with args once it holds a lock; the caller checks what it left.
+    void killOnceLocked(const QStringList& args)
+    {
+        auto p = startHost(args, env());
+        ASSERT_TRUE(waitForLockOf(*db, *p)) << "the job never took its lock";
+        p->kill();
+        ASSERT_TRUE(p->waitForFinished());
+        killed = p->exitStatus() == QProcess::CrashExit;
+    }
 
     std::unique_ptr<Database> db;
     QString connection;
-    QString exe;
     QTemporaryDir dir;
+    bool killed = false;
 };
 
 TEST_P(BulkHost, ExitCodesAndReports)
@@ -83,44 +76,44 @@ TEST_P(BulkHost, ExitCodesAndReports)
     const QString bad = file("b.csv", "父项编码,子项编码,定额数量,存放仓库\nP1,A3,1,W2\nP1,ZZ,1,W2\n");
     const QString broken = file("x.xlsx", "PK\x03\x04 and then nothing a zip needs");
 
-    Outcome r = run({"import", connection, bad});
-    EXPECT_EQ(r.code, 1);
+    HostRun r = run({"import", connection, bad});
+    EXPECT_EQ(r.exitCode, 1);
     EXPECT_EQ(r.out, QStringLiteral("第 3 行\t子项编码\t“ZZ”\t所填存货编码不存在，请修改！\n"
                                     "有 1 行被拒绝，没有写入任何数据"));
     r = run({"import", connection, good, "--dry-run"});
-    EXPECT_EQ(r.code, 0);
+    EXPECT_EQ(r.exitCode, 0);
     EXPECT_EQ(r.out, QStringLiteral("检查通过：1 个产品结构，共 1 行，没有写入任何数据"));
     EXPECT_EQ(count("ProductStructure where cPSPCode='P1'"), 0);
     r = run({"import", connection, good});
-    EXPECT_EQ(r.code, 0);
+    EXPECT_EQ(r.exitCode, 0);
     EXPECT_EQ(r.out, QStringLiteral("已导入 1 个产品结构，共 1 行"));
     EXPECT_EQ(count("ProductStructures where cPSPCode='P1'"), 1);
 
     r = run({"import", connection, broken});
-    EXPECT_EQ(r.code, 2);
+    EXPECT_EQ(r.exitCode, 2);
     EXPECT_EQ(r.err, QStringLiteral("文件不是有效的 XLSX 文件（无法作为 zip 打开）"));
     r = run({"import", connection});
-    EXPECT_EQ(r.code, 2);
+    EXPECT_EQ(r.exitCode, 2);
     r = run({"import", connection, good, "--force"});
-    EXPECT_EQ(r.code, 2);
+    EXPECT_EQ(r.exitCode, 2);
     EXPECT_TRUE(r.err.contains("--force"));
 
     const QString tmpl = dir.filePath("t.xlsx");
     r = run({"import-template", connection, tmpl});
-    EXPECT_EQ(r.code, 0);
+    EXPECT_EQ(r.exitCode, 0);
     const SheetFile t = readSheetFile(tmpl);
     ASSERT_EQ(t.rows.size(), 1u);
     EXPECT_EQ(t.rows[0].cells.mid(0, 4),
               (QStringList{"父项编码", "生产部门", "子项编码", "件数"}));
 
     r = run({"replace", connection, "A3", "A2", "--factor", "3"});
-    EXPECT_EQ(r.code, 0);
+    EXPECT_EQ(r.exitCode, 0);
     EXPECT_EQ(r.out, QStringLiteral("已替换：1 个产品结构，1 行"));
     r = run({"replace", connection, "A2", "S1"});
-    EXPECT_EQ(r.code, 1);
+    EXPECT_EQ(r.exitCode, 1);
     EXPECT_EQ(r.out, QStringLiteral("父项 P1：所填存货编码不存在，请修改！\n有 1 个产品结构不能替换，没有写入任何数据"));
     r = run({"replace", connection, "A2", "A3", "--factor", "x"});
-    EXPECT_EQ(r.code, 2);
+    EXPECT_EQ(r.exitCode, 2);
     // An empty factor or an option given twice refuses the command before anything is replaced.
     const int usesOfA2 = count("ProductStructures where cPSCode='A2'");
     const struct {
@@ -132,7 +125,7 @@ TEST_P(BulkHost, ExitCodesAndReports)
     };
     for (const auto& c : refused) {
         r = run(c.args);
-        EXPECT_EQ(r.code, 2) << c.error.toStdString();
+        EXPECT_EQ(r.exitCode, 2) << c.error.toStdString();
         EXPECT_EQ(r.err, c.error);
     }
     EXPECT_EQ(count("ProductStructures where cPSCode='A2'"), usesOfA2);
@@ -165,25 +158,8 @@ TEST_P(BulkHost, KilledImportLeavesTheCompanyAsItWas)
     const int headers = count("ProductStructure");
     const int lines = count("ProductStructures");
 
-    QProcess p;
-    p.setProcessEnvironment(env());
-    p.start(exe, {"import", connection, path, "--replace"});
-    ASSERT_TRUE(p.waitForStarted());
-    const qint64 pid = p.processId();
-    bool locked = false;
-    QElapsedTimer t;
-    t.start();
-    while (!locked && t.elapsed() < 60000 && p.state() == QProcess::Running) {
-        locked = db->openRecordset(QStringLiteral("select count(*) from QX_RecordLock where iPid=?"),
-                                   RecordsetType::Snapshot, 0, {pid})
-                     ->field(0)
-                     .toInt() > 0;
-        if (!locked) QThread::msleep(2);
-    }
-    ASSERT_TRUE(locked) << "the import never took its lock";
-    p.kill();
-    ASSERT_TRUE(p.waitForFinished());
-    EXPECT_EQ(p.exitStatus(), QProcess::CrashExit);
+    killOnceLocked({"import", connection, path, "--replace"});
+    EXPECT_TRUE(killed);
 
     EXPECT_EQ(count("ProductStructure"), headers);
     EXPECT_EQ(count("ProductStructures"), lines);
@@ -211,24 +187,7 @@ TEST_P(BulkHost, KilledReplaceLeavesAllOrNothing)
         }
         tx.commit();
     }
-    QProcess p;
-    p.setProcessEnvironment(env());
-    p.start(exe, {"replace", connection, "A2", "A3"});
-    ASSERT_TRUE(p.waitForStarted());
-    const qint64 pid = p.processId();
-    bool locked = false;
-    QElapsedTimer t;
-    t.start();
-    while (!locked && t.elapsed() < 60000 && p.state() == QProcess::Running) {
-        locked = db->openRecordset(QStringLiteral("select count(*) from QX_RecordLock where iPid=?"),
-                                   RecordsetType::Snapshot, 0, {pid})
-                     ->field(0)
-                     .toInt() > 0;
-        if (!locked) QThread::msleep(1);
-    }
-    ASSERT_TRUE(locked) << "the replacement never took its locks";
-    p.kill();
-    ASSERT_TRUE(p.waitForFinished());
+    killOnceLocked({"replace", connection, "A2", "A3"});
     const int old = count("ProductStructures where cPSCode='A2'");
     const int now = count("ProductStructures where cPSCode='A3'");
     EXPECT_TRUE((old == kStructures && now == 0) || (old == 0 && now == kStructures)) << old << " " << now;

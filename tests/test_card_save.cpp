@@ -26,25 +26,8 @@ using namespace qx::test;
 
 namespace {
 
-class CardSave : public BackendTest {
+class CardSave : public CardCompanyTest {
 protected:
-    void SetUp() override
-    {
-        BackendTest::SetUp();
-        if (IsSkipped()) return;
-        db = openFreshCompany(backend(), &connection);
-        fillCardMasterData(*db);
-        ctx = makeListContext(*db);
-    }
-    void open(bool adding = true)
-    {
-        card = std::make_unique<FrmProStru>(*ctx);
-        card->adding = adding;
-        card->setRecordsets(ctx->mrecPro.get(), ctx->mrecPros.get());
-        card->show();
-        QApplication::setActiveWindow(card.get());
-        ASSERT_TRUE(QTest::qWaitForWindowActive(card.get()));
-    }
     // A line as the card-filling routine brings it: cells as text, never typed.
     void line(const QString& child, const QString& qty, const QString& wh,
               const QString& person = {}, const QString& dept = {}, const QString& free1 = {},
@@ -90,16 +73,14 @@ protected:
         }
     }
 
-    QString connection;
-    std::unique_ptr<Database> db;
-    std::unique_ptr<ListContext> ctx;
+    void open(bool adding = true) { card = openCard(*ctx, adding); }
+
     std::unique_ptr<FrmProStru> card;
     ScriptedPrompter prompter;
 };
 
 TEST_P(CardSave, NewStructureIsWrittenAsTheCardShowsIt)
 {
-    if (IsSkipped()) return;
     open();
     QSignalSpy saved(card.get(), &FrmProStru::structureSaved);
     card->setHeader(QStringLiteral("P1"), QStringLiteral("成品一"), QStringLiteral("二车间"),
@@ -158,7 +139,6 @@ TEST_P(CardSave, NewStructureIsWrittenAsTheCardShowsIt)
 
 TEST_P(CardSave, ChecksRunInTheirOrderAndWriteNothing)
 {
-    if (IsSkipped()) return;
     open();
     card->setHeader(QStringLiteral("P1"), QString(), QStringLiteral("总厂"), QString());
     expectRefused(QStringLiteral("所填生产部门不存在，请修改！"));
@@ -221,7 +201,6 @@ TEST_P(CardSave, ChecksRunInTheirOrderAndWriteNothing)
 
 TEST_P(CardSave, FailureHalfwayLeavesNothingWritten)
 {
-    if (IsSkipped()) return;
     open();
     card->setHeader(QStringLiteral("P1"), QString(), QString(), QString());
     line(QStringLiteral("A1"), QStringLiteral("1"), QStringLiteral("成品库"));
@@ -247,7 +226,6 @@ TEST_P(CardSave, FailureHalfwayLeavesNothingWritten)
 
 TEST_P(CardSave, EditModeRewritesAllLines)
 {
-    if (IsSkipped()) return;
     open(false);
     card->setParentCodeAvailable(false);
     card->setHeader(QStringLiteral("P2"), QStringLiteral("成品二"), QStringLiteral("一车间"),
@@ -305,7 +283,6 @@ TEST_P(CardSave, EditModeRewritesAllLines)
 
 TEST_P(CardSave, LineDeletionRespectsAStructureInUse)
 {
-    if (IsSkipped()) return;
     // X1 is made by a production order and its line X2 has lines of its own.
     db->execute(QStringLiteral("insert into mom_order(cMoCode,cPSPCode,iQuantity) values(?,?,?)"),
                 {QStringLiteral("MO1"), QStringLiteral("X1"), 1.0});
@@ -333,7 +310,6 @@ TEST_P(CardSave, LineDeletionRespectsAStructureInUse)
 
 TEST_P(CardSave, ViewingOnlyRefusesEveryChange)
 {
-    if (IsSkipped()) return;
     open(false);
     card->setHeader(QStringLiteral("P2"), QString(), QString(), QString());
     line(QStringLiteral("A1"), QStringLiteral("2"), QStringLiteral("成品库"));
@@ -353,7 +329,6 @@ TEST_P(CardSave, ViewingOnlyRefusesEveryChange)
 
 TEST_P(CardSave, TwoWorkstationsCannotTogetherCloseALoop)
 {
-    if (IsSkipped()) return;
     open();
     card->setHeader(QStringLiteral("P1"), QString(), QString(), QString());
     line(QStringLiteral("X1"), QStringLiteral("1"), QStringLiteral("成品库"));

@@ -45,26 +45,6 @@ protected:
 
 }  // namespace
 
-TEST_P(ColumnSettings, ShowsEveryChildColumnWithItsHeadingAndState)
-{
-    openWindow();
-    const Grid& g = *window->SupPS2();
-    runDialog([&](ColumnSettingsDialog& d) {
-        EXPECT_EQ(d.windowTitle(), QStringLiteral("设置子表栏目"));
-        EXPECT_TRUE(d.isModal());
-        ASSERT_EQ(d.columnCount(), g.cols());
-        EXPECT_EQ(d.columnCount(), 16);
-        for (int c = 0; c < d.columnCount(); ++c) {
-            EXPECT_EQ(d.checkBox(c)->text(), g.textMatrix(0, c));
-            EXPECT_EQ(d.checkBox(c)->isChecked(), g.colWidth(c) != 0) << c;
-        }
-        // The company names no free item: those columns start hidden.
-        EXPECT_FALSE(d.checkBox(3)->isChecked());
-        EXPECT_EQ(d.checkBox(0)->text(), QStringLiteral("子项编码"));
-        press(d, QDialogButtonBox::Cancel);
-    });
-}
-
 TEST_P(ColumnSettings, HidingAndShowingRestoresTheWidthForTheSession)
 {
     openWindow();

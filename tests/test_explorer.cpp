@@ -1,12 +1,13 @@
 // The multi-level explorer: quantities, costs, summaries and where-used checked against values
 // worked out by hand on a small fixed graph (a shared sub-assembly reached by two paths, waste
-// rates, a part without a planned price, a stored loop), the lattice of 2^24 paths for the
-// each-line-once rule, spreadsheet files read back, the command line, and the windows.
+// rates, a part without a planned price, a stored loop), spreadsheet files read back, the command
+// line, and the windows.
 
 #include "explorer/explorer_export.h"
 #include "explorer/explorer_tree_model.h"
 #include "explorer/explorer_window.h"
 #include "platform/print_control.h"
+#include "support/host_run.h"
 #include "support/structure_window.h"
 
 #include <gtest/gtest.h>
@@ -21,8 +22,6 @@
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTreeView>
-
-#include <cmath>
 
 using namespace qx;
 using namespace qx::explorer;
@@ -330,41 +329,10 @@ TEST_P(ExplorerData, SpreadsheetFilesHoldTheTreeGroupedByLevelAndTheSummary)
     EXPECT_FALSE(QFile::exists(bad));
 }
 
-namespace {
-
-struct HostRun {
-    int exit = -1;
-    QString out;
-    QString err;
-};
-
-HostRun runHost(const QStringList& args)
-{
-    HostRun r;
-    const QString exe = qEnvironmentVariable("QXPROSTRU_EXE");
-    if (exe.isEmpty()) {
-        ADD_FAILURE() << "QXPROSTRU_EXE is not set (ctest sets it)";
-        return r;
-    }
-    QTemporaryDir runtime;
-    QProcess p;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime.path());
-    p.setProcessEnvironment(env);
-    p.start(exe, args);
-    if (!p.waitForFinished(60000)) return r;
-    r.exit = p.exitCode();
-    r.out = QString::fromUtf8(p.readAllStandardOutput());
-    r.err = QString::fromUtf8(p.readAllStandardError());
-    return r;
-}
-
-}  // namespace
-
 TEST_P(ExplorerData, CommandLineTwinsPrintTabSeparatedRowsAndRefuseBadInput)
 {
     const HostRun tree = runHost({QStringLiteral("explode"), connection, QStringLiteral("T"), QStringLiteral("--qty"), QStringLiteral("2")});
-    ASSERT_EQ(tree.exit, 0) << tree.err.toStdString();
+    ASSERT_EQ(tree.exitCode, 0) << tree.err.toStdString();
     const QStringList lines = tree.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     ASSERT_EQ(lines.size(), 12);
     EXPECT_EQ(lines[0].split(QLatin1Char('\t')).value(0), QStringLiteral("层次"));
@@ -372,16 +340,19 @@ TEST_P(ExplorerData, CommandLineTwinsPrintTabSeparatedRowsAndRefuseBadInput)
     EXPECT_EQ(lines[8], QStringLiteral("3\tB\t品B\t规B\t个\t1.00\t\t2.00\t\t\t循环"));
 
     const HostRun summary = runHost({QStringLiteral("explode"), connection, QStringLiteral("T"), QStringLiteral("--summary")});
-    ASSERT_EQ(summary.exit, 0);
+    ASSERT_EQ(summary.exitCode, 0);
     EXPECT_EQ(summary.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts).value(1),
               QStringLiteral("007\t34.00\t品007\t规007\t个\t2\t68.00\t"));
     const HostRun used = runHost({QStringLiteral("where-used"), connection, QStringLiteral("007"), QStringLiteral("--summary")});
-    ASSERT_EQ(used.exit, 0);
+    ASSERT_EQ(used.exitCode, 0);
     EXPECT_EQ(used.out, QStringLiteral("产品编码\t累计用量\t产品名称\t规格型号\t计量单位\nT\t34.00\t品T\t规T\t个\n"));
 
     QTemporaryDir dir;
     const QString xlsx = dir.filePath(QStringLiteral("w.xlsx"));
-    EXPECT_EQ(runHost({QStringLiteral("where-used"), connection, QStringLiteral("007"), QStringLiteral("--xlsx"), xlsx}).exit, 0);
+    EXPECT_EQ(runHost({QStringLiteral("where-used"), connection, QStringLiteral("007"),
+                       QStringLiteral("--xlsx"), xlsx})
+                  .exitCode,
+              0);
     EXPECT_TRUE(zipEntry(xlsx, QStringLiteral("xl/workbook.xml")).contains(QStringLiteral("name=\"多级反查\"")));
 
     const struct {
@@ -401,7 +372,7 @@ TEST_P(ExplorerData, CommandLineTwinsPrintTabSeparatedRowsAndRefuseBadInput)
     };
     for (const auto& r : refused) {
         const HostRun run = runHost(r.args);
-        EXPECT_EQ(run.exit, 2) << r.message;
+        EXPECT_EQ(run.exitCode, 2) << r.message;
         EXPECT_EQ(run.err.trimmed(), QString::fromUtf8(r.message));
         EXPECT_TRUE(run.out.isEmpty());
     }
@@ -503,10 +474,7 @@ TEST_P(ExplorerWindowTest, ExplodeOpensTheSelectedParentReadsNodesAsOpenedAndSho
         w.dispatch(QStringLiteral("Butpre"));
         EXPECT_EQ(control->previewPages, (std::vector<int>{1}));
         // The page shows the rows the tree shows, the code indented by its level.
-        QProcess text;
-        text.start(QStringLiteral("pdftotext"), {QStringLiteral("-layout"), outDir.filePath(QStringLiteral("preview.pdf")), QStringLiteral("-")});
-        text.waitForFinished(30000);
-        const QString page = QString::fromUtf8(text.readAllStandardOutput());
+        const QString page = pdfText(outDir.filePath(QStringLiteral("preview.pdf")));
         EXPECT_TRUE(page.contains(QStringLiteral("多级展开"))) << page.toStdString();
         EXPECT_TRUE(page.contains(QStringLiteral("父产品编码：T"))) << page.toStdString();
         EXPECT_TRUE(page.contains(QStringLiteral("累计用量"))) << page.toStdString();

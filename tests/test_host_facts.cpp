@@ -49,30 +49,9 @@ TEST(HostFacts, ComputerNameIsCutTo30BytesOnAWholeCharacter)
     EXPECT_EQ(computerName(), QString::fromLocal8Bit(host).left(30));
 }
 
-TEST(HostFacts, SystemDirectoryIsCreatedWhereTold)
-{
-    EnvGuard guard("QX_SYSTEM_DIR");
-    QTemporaryDir tmp;
-    const QString dir = tmp.filePath(QStringLiteral("sys/qx"));
-    qputenv("QX_SYSTEM_DIR", dir.toUtf8());
-    EXPECT_EQ(systemDirectory(), dir);
-    EXPECT_TRUE(QDir(dir).exists());
-}
-
 TEST(Prompter, MessageBoxesAskAndTellWithTheirButtons)
 {
     qx::test::ensureApplication();
-    {
-        ScriptedPrompter scripted;
-        EXPECT_EQ(&Prompter::current(), &scripted);
-        scripted.answers = {true};
-        EXPECT_TRUE(Prompter::current().ask(QStringLiteral("确实要删去该子产品吗？"), QStringLiteral("提示！"),
-                                            Prompter::Icon::Question));
-        EXPECT_FALSE(Prompter::current().ask(QStringLiteral("再问"), QStringLiteral("提示！"),
-                                             Prompter::Icon::Information));
-        ASSERT_EQ(scripted.shown.size(), 2u);
-        EXPECT_TRUE(scripted.shown[0].question);
-    }
     // Without a script the real boxes answer: the test presses their buttons.
     Prompter& boxes = Prompter::current();
     struct Seen {

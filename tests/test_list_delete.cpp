@@ -29,6 +29,14 @@ protected:
     {
         return countRows(*db, QStringLiteral("select count(*) from ProductStructures where cPSPCode=?"), {code});
     }
+    // P1 is stored and listed as it was, with its lines C1 and C2.
+    void expectP1AsItWas()
+    {
+        EXPECT_EQ(headers(QStringLiteral("P1")), 1);
+        EXPECT_EQ(lines(QStringLiteral("P1")), 2);
+        EXPECT_EQ(gridColumn(*window->SupPS1(), 0), (QStringList{"P1", "P2", "P3"}));
+        EXPECT_EQ(gridColumn(*window->SupPS2(), 0), (QStringList{"C1", "C2"}));
+    }
     void deleteParent(const QString& code)
     {
         ASSERT_TRUE(selectParent(code));
@@ -177,9 +185,7 @@ TEST_P(ListDelete, AnsweringNoChangesNothingAndReleasesTheLock)
     deleteParent(QStringLiteral("P1"));
     ASSERT_EQ(prompter.shown.size(), 1u);
     EXPECT_TRUE(prompter.shown[0].question);
-    EXPECT_EQ(headers(QStringLiteral("P1")), 1);
-    EXPECT_EQ(lines(QStringLiteral("P1")), 2);
-    EXPECT_EQ(window->SupPS1()->rows(), 4);
+    expectP1AsItWas();
     EXPECT_TRUE(lockFree(QStringLiteral("P1")));
 
     prompter.clear();
@@ -207,10 +213,7 @@ TEST_P(ListDelete, LockHeldElsewhereBlocksBothDeletions)
     ASSERT_EQ(prompter.shown.size(), 1u);
     EXPECT_EQ(prompter.shown[0].text, QStringLiteral("其他操作员正对本产品结构进行操作，请您稍后在试！"));
 
-    EXPECT_EQ(headers(QStringLiteral("P1")), 1);
-    EXPECT_EQ(lines(QStringLiteral("P1")), 2);
-    EXPECT_EQ(window->SupPS1()->rows(), 4);
-    EXPECT_EQ(window->SupPS2()->rows(), 3);
+    expectP1AsItWas();
     // The refusals released nothing of the other holder's.
     EXPECT_FALSE(window->locks().lockRecord(QStringLiteral("P1"), KeyTrim::Leading));
     unlockElsewhere(QStringLiteral("P1"));
@@ -263,19 +266,14 @@ TEST_P(ListDelete, DatabaseErrorDuringDeletionLeavesStructureAndGridsAsTheyWere)
                                            "FOR EACH ROW EXECUTE FUNCTION qx_block()"));
         }
     };
-    const QStringList parentsBefore = gridColumn(*window->SupPS1(), 0);
     deleteParent(QStringLiteral("P1"));
-    const QStringList childrenBefore = {"C1", "C2"};
 
     ASSERT_EQ(prompter.shown.size(), 2u);
     EXPECT_FALSE(prompter.shown[1].question);
     EXPECT_FALSE(prompter.shown[1].text.isEmpty());
     EXPECT_EQ(prompter.shown[1].title, QStringLiteral("提示！"));
     // The lines went first inside the transaction; the rollback brought them back.
-    EXPECT_EQ(headers(QStringLiteral("P1")), 1);
-    EXPECT_EQ(lines(QStringLiteral("P1")), 2);
-    EXPECT_EQ(gridColumn(*window->SupPS1(), 0), parentsBefore);
-    EXPECT_EQ(gridColumn(*window->SupPS2(), 0), childrenBefore);
+    expectP1AsItWas();
     EXPECT_TRUE(lockFree(QStringLiteral("P1")));
     // The connection is usable again (no transaction left open).
     EXPECT_FALSE(db->inTransaction());
@@ -296,10 +294,7 @@ TEST_P(ListDelete, ReferenceAddedMeanwhileGivesTheInUseMessage)
     deleteParent(QStringLiteral("P1"));
     ASSERT_EQ(prompter.shown.size(), 2u);
     EXPECT_EQ(prompter.shown[1].text, QStringLiteral("该产品结构已被使用，不能删除！"));
-    EXPECT_EQ(headers(QStringLiteral("P1")), 1);
-    EXPECT_EQ(lines(QStringLiteral("P1")), 2);
-    EXPECT_EQ(gridColumn(*window->SupPS1(), 0), (QStringList{"P1", "P2", "P3"}));
-    EXPECT_EQ(gridColumn(*window->SupPS2(), 0), (QStringList{"C1", "C2"}));
+    expectP1AsItWas();
     EXPECT_TRUE(lockFree(QStringLiteral("P1")));
 }
 
@@ -318,9 +313,7 @@ TEST_P(ListDelete, RowsHeldByAnotherWorkstationGiveTheConcurrentChangeMessage)
     ASSERT_EQ(prompter.shown.size(), 2u);
     EXPECT_EQ(prompter.shown[1].text,
               QStringLiteral("您正试图和他人同时对本记录操作，请暂时放弃，下次进入再对本记录操作！"));
-    EXPECT_EQ(headers(QStringLiteral("P1")), 1);
-    EXPECT_EQ(lines(QStringLiteral("P1")), 2);
-    EXPECT_EQ(gridColumn(*window->SupPS1(), 0), (QStringList{"P1", "P2", "P3"}));
+    expectP1AsItWas();
     EXPECT_FALSE(db->inTransaction());
     // This error, like every other way out of the command, gives the key back: at once, or (the
     // database still busy) as soon as it can be written.

@@ -1,8 +1,7 @@
-// The splitter of the list window: the arithmetic on its own, and the bar dragged on the real
-// window.
+// The splitter of the list window: the bar dragged on the real window, and thirds again after a
+// resize.
 
 #include "list/frm_ps.h"
-#include "list/splitter.h"
 #include "platform/grid.h"
 #include "support/company.h"
 
@@ -17,96 +16,6 @@
 using namespace qx;
 
 namespace {
-
-SplitterLayout freshLayout()
-{
-    SplitterLayout l;
-    l.parentGrid = {0, 900, 500, 500};
-    l.bar = {505, 900, 60, 500};
-    l.childGrid = {520, 900, 1000, 500};
-    l.label2 = {520, 660, 1000, 240};
-    return l;
-}
-
-TEST(SplitterArithmetic, ResizeRestoresTheThirds)
-{
-    SplitterLayout l = freshLayout();
-    ASSERT_TRUE(resizeLayout(l, 9000, 6000));
-    EXPECT_DOUBLE_EQ(l.parentGrid.width, 3000);
-    EXPECT_DOUBLE_EQ(l.parentGrid.height, 5100);
-    EXPECT_DOUBLE_EQ(l.bar.left, 3005);
-    EXPECT_DOUBLE_EQ(l.bar.height, 5100);
-    EXPECT_DOUBLE_EQ(l.childGrid.left, 3020);
-    EXPECT_DOUBLE_EQ(l.childGrid.width, 6000);
-    EXPECT_DOUBLE_EQ(l.childGrid.height, 5100);
-    EXPECT_DOUBLE_EQ(l.label2.left, 3020);
-    // Tops never change.
-    EXPECT_DOUBLE_EQ(l.parentGrid.top, 900);
-    EXPECT_DOUBLE_EQ(l.bar.top, 900);
-    EXPECT_DOUBLE_EQ(l.label2.top, 660);
-    // Two thirds as the sum of two thirds (not 2W/3 rounded once).
-    ASSERT_TRUE(resizeLayout(l, 1000, 2000));
-    EXPECT_DOUBLE_EQ(l.childGrid.width, 1000.0 / 3 + 1000.0 / 3);
-}
-
-TEST(SplitterArithmetic, TooSmallWindowMovesNothing)
-{
-    const SplitterLayout before = freshLayout();
-    SplitterLayout l = before;
-    EXPECT_FALSE(resizeLayout(l, 9000, 999));
-    EXPECT_FALSE(resizeLayout(l, 99, 6000));
-    EXPECT_DOUBLE_EQ(l.parentGrid.width, before.parentGrid.width);
-    EXPECT_DOUBLE_EQ(l.childGrid.left, before.childGrid.left);
-    EXPECT_DOUBLE_EQ(l.bar.left, before.bar.left);
-    // The limits themselves are laid out.
-    EXPECT_TRUE(resizeLayout(l, 100, 1000));
-    EXPECT_DOUBLE_EQ(l.parentGrid.height, 100);
-}
-
-TEST(SplitterArithmetic, DragAndDropMovesTheSplit)
-{
-    SplitterLayout l = freshLayout();
-    ASSERT_TRUE(resizeLayout(l, 9000, 6000));
-    EXPECT_TRUE(dragBar(l, 1000, 9000));
-    EXPECT_DOUBLE_EQ(l.bar.left, 4005);
-    // The grids only follow on the release.
-    EXPECT_DOUBLE_EQ(l.parentGrid.width, 3000);
-    ASSERT_TRUE(dropBar(l, 9000, 9000));
-    EXPECT_DOUBLE_EQ(l.parentGrid.width, 4005);
-    EXPECT_DOUBLE_EQ(l.childGrid.left, 4065);
-    EXPECT_DOUBLE_EQ(l.childGrid.width, 9000 - 4065 - 100);
-    EXPECT_DOUBLE_EQ(l.label2.left, 4065);
-    // A move that would take the bar out of the window is not made.
-    EXPECT_FALSE(dragBar(l, -5000, 9000));
-    EXPECT_FALSE(dragBar(l, 5000, 9000));
-    EXPECT_DOUBLE_EQ(l.bar.left, 4005);
-    // Resizing afterwards returns to thirds.
-    ASSERT_TRUE(resizeLayout(l, 9000, 6000));
-    EXPECT_DOUBLE_EQ(l.parentGrid.width, 3000);
-    EXPECT_DOUBLE_EQ(l.childGrid.left, 3020);
-}
-
-TEST(SplitterArithmetic, DropOutsideTheValidRangeChangesNothing)
-{
-    SplitterLayout l = freshLayout();
-    ASSERT_TRUE(resizeLayout(l, 9000, 6000));
-    const SplitterLayout before = l;
-    // At the parent grid's left edge.
-    l.bar.left = 0;
-    EXPECT_FALSE(dropBar(l, 9000, 9000));
-    // Into the right margin.
-    l.bar.left = 8900;
-    EXPECT_FALSE(dropBar(l, 9000, 9000));
-    l.bar.left = 8950;
-    EXPECT_FALSE(dropBar(l, 9000, 9000));
-    EXPECT_DOUBLE_EQ(l.parentGrid.width, before.parentGrid.width);
-    EXPECT_DOUBLE_EQ(l.childGrid.left, before.childGrid.left);
-    EXPECT_DOUBLE_EQ(l.childGrid.width, before.childGrid.width);
-    EXPECT_DOUBLE_EQ(l.label2.left, before.label2.left);
-    // Just inside the margin is accepted.
-    l.bar.left = 8899;
-    EXPECT_TRUE(dropBar(l, 9000, 9000));
-}
 
 TEST(SplitterOnWindow, BarDraggedWithTheMouseAndResizeRestoresThirds)
 {

@@ -1,12 +1,11 @@
 // `qxprostru DB --pdf FILE --structure CODE`: the printed page of one structure, no window.
 
+#include "support/host_run.h"
 #include "support/structure_window.h"
 
 #include <gtest/gtest.h>
 
 #include <QFile>
-#include <QProcess>
-#include <QProcessEnvironment>
 #include <QTemporaryDir>
 
 using namespace qx;
@@ -14,74 +13,40 @@ using namespace qx::test;
 
 namespace {
 
-struct ExeRun {
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
-
 class PrintHost : public BackendTest {
 protected:
     void SetUp() override
     {
         BackendTest::SetUp();
         if (IsSkipped()) return;
-        exe = qEnvironmentVariable("QXPROSTRU_EXE");
-        if (exe.isEmpty()) GTEST_SKIP() << "QXPROSTRU_EXE is not set (run the tests through ctest)";
+        if (hostExe().isEmpty())
+            GTEST_SKIP() << "QXPROSTRU_EXE is not set (run the tests through ctest)";
         ASSERT_TRUE(dir.isValid());
         db = openFreshCompany(backend(), &connection);
         fillStructures(*db);
     }
 
-    ExeRun run(const QStringList& args)
+    // No screen: the job must not need one.
+    HostRun run(const QStringList& args)
     {
-        QProcess p;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("QX_SYSTEM_DIR"), dir.filePath(QStringLiteral("sys")));
-        // No screen: the job must not need one.
-        env.remove(QStringLiteral("QT_QPA_PLATFORM"));
-        env.remove(QStringLiteral("DISPLAY"));
-        env.remove(QStringLiteral("WAYLAND_DISPLAY"));
-        p.setProcessEnvironment(env);
-        p.start(exe, args);
-        ExeRun r;
-        if (!p.waitForFinished(120000)) return r;
-        r.exitCode = p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
-        r.out = QString::fromUtf8(p.readAllStandardOutput());
-        r.err = QString::fromUtf8(p.readAllStandardError());
-        return r;
+        return runHost(args,
+                       {QStringLiteral("QX_SYSTEM_DIR=") + dir.filePath(QStringLiteral("sys")),
+                        QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("DISPLAY"),
+                        QStringLiteral("WAYLAND_DISPLAY")});
     }
 
-    QString exe;
     QTemporaryDir dir;
     QString connection;
     std::unique_ptr<Database> db;
 };
-
-QString pdfText(const QString& file)
-{
-    QProcess p;
-    p.start(QStringLiteral("pdftotext"), {QStringLiteral("-layout"), file, QStringLiteral("-")});
-    p.waitForFinished(30000);
-    return QString::fromUtf8(p.readAllStandardOutput());
-}
-
-// Qt's own notices (runtime directory and the like) are not the job's error line.
-QStringList errorLines(const QString& err)
-{
-    QStringList lines;
-    for (const QString& l : err.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
-        if (!l.startsWith(QLatin1String("QStandardPaths:"))) lines << l;
-    return lines;
-}
 
 }  // namespace
 
 TEST_P(PrintHost, WritesThePageOfOneStructure)
 {
     const QString pdf = dir.filePath(QStringLiteral("p3.pdf"));
-    const ExeRun r = run({connection, QStringLiteral("--pdf"), pdf, QStringLiteral("--structure"),
-                       QStringLiteral("P3")});
+    const HostRun r = run({connection, QStringLiteral("--pdf"), pdf, QStringLiteral("--structure"),
+                           QStringLiteral("P3")});
     ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
     EXPECT_TRUE(errorLines(r.err).isEmpty()) << r.err.toStdString();
     const QString text = pdfText(pdf);
@@ -96,8 +61,8 @@ TEST_P(PrintHost, WritesThePageOfOneStructure)
 TEST_P(PrintHost, UnknownStructureExitsWithOneLine)
 {
     const QString pdf = dir.filePath(QStringLiteral("none.pdf"));
-    const ExeRun r = run({connection, QStringLiteral("--pdf"), pdf, QStringLiteral("--structure"),
-                       QStringLiteral("NOPE")});
+    const HostRun r = run({connection, QStringLiteral("--pdf"), pdf, QStringLiteral("--structure"),
+                           QStringLiteral("NOPE")});
     EXPECT_NE(r.exitCode, 0);
     EXPECT_NE(r.exitCode, -1);
     EXPECT_EQ(errorLines(r.err), QStringList{QStringLiteral("产品结构不存在：NOPE")});
@@ -105,8 +70,8 @@ TEST_P(PrintHost, UnknownStructureExitsWithOneLine)
 
     // A file that cannot be written is named too.
     const QString bad = dir.filePath(QStringLiteral("no/such/dir/x.pdf"));
-    const ExeRun w = run({connection, QStringLiteral("--pdf"), bad, QStringLiteral("--structure"),
-                       QStringLiteral("P1")});
+    const HostRun w = run({connection, QStringLiteral("--pdf"), bad, QStringLiteral("--structure"),
+                           QStringLiteral("P1")});
     EXPECT_NE(w.exitCode, 0);
     EXPECT_EQ(errorLines(w.err), QStringList{QStringLiteral("无法写入文件 ") + bad +
                                              QStringLiteral("，请检查该文件能否写入后再试一次！")});

@@ -1,37 +1,20 @@
-// Print, preview, output to a file, print set-up and help from the real list window, on SQLite
-// and PostgreSQL, with a scripted print control (and once with Qt's own preview dialog).
+// Print, preview, output to a file and print set-up from the real list window, on SQLite
+// and PostgreSQL, with a scripted print control.
 
 #include "list/column_settings.h"
 #include "platform/print_control.h"
-#include "print/help_page.h"
-#include "print/scratch_database.h"
+#include "support/host_run.h"
 #include "support/structure_window.h"
 
 #include <gtest/gtest.h>
 
 #include <QApplication>
-#include <QDialog>
 #include <QFile>
-#include <QKeyEvent>
-#include <QPrintPreviewDialog>
-#include <QPrintPreviewWidget>
-#include <QProcess>
-#include <QTextBrowser>
-#include <QTableView>
-#include <QTimer>
 
 using namespace qx;
 using namespace qx::test;
 
 namespace {
-
-QString pdfText(const QString& file)
-{
-    QProcess p;
-    p.start(QStringLiteral("pdftotext"), {QStringLiteral("-layout"), file, QStringLiteral("-")});
-    p.waitForFinished(30000);
-    return QString::fromUtf8(p.readAllStandardOutput());
-}
 
 QByteArray fileBytes(const QString& file)
 {
@@ -102,12 +85,6 @@ TEST_P(PrintWindow, PrintGoesToThePrinterWithTheSelectedStructure)
 
     window->dispatch(QStringLiteral("Butsetup"));
     EXPECT_EQ(control->setups, 1);
-    // Two runs, two layout tables, side by side in the scratch database.
-    window->dispatch(QStringLiteral("Butprint"));
-    auto scratch = print::openScratchDatabase(systemDir.path());
-    EXPECT_EQ(countRows(*scratch, QStringLiteral("select count(*) from sqlite_master where name like ?"),
-                        {QStringLiteral("TempPrint_%")}),
-              2);
 }
 
 TEST_P(PrintWindow, HiddenColumnsAreNeitherPrintedNorOutput)
@@ -208,79 +185,6 @@ TEST_P(PrintWindow, OutputToAFileThatCannotBeWrittenSaysSo)
     control->outputFile.clear();
     window->dispatch(QStringLiteral("Butout"));
     EXPECT_TRUE(prompter.shown.empty());
-}
-
-TEST_P(PrintWindow, QtPreviewDialogShowsThePage)
-{
-    control.reset();  // the real control
-    openWindow();
-    ASSERT_TRUE(selectParent(QStringLiteral("P1")));
-    int pages = -1;
-    QString title;
-    QTimer::singleShot(0, [&] {
-        for (QWidget* w : QApplication::topLevelWidgets()) {
-            auto* dialog = qobject_cast<QPrintPreviewDialog*>(w);
-            if (!dialog || !dialog->isVisible()) continue;
-            title = dialog->windowTitle();
-            if (auto* preview = dialog->findChild<QPrintPreviewWidget*>()) {
-                preview->updatePreview();
-                pages = preview->pageCount();
-            }
-            dialog->reject();
-        }
-    });
-    window->dispatch(QStringLiteral("Butpre"));
-    EXPECT_EQ(pages, 1);
-    EXPECT_EQ(title, QStringLiteral("打印预览"));
-    EXPECT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
-}
-
-TEST_P(PrintWindow, SetupOpensThePrinterOrPageSetupDialog)
-{
-    control.reset();  // the real control
-    openWindow();
-    QString seen;
-    QString title;
-    QTimer::singleShot(0, [&] {
-        if (QWidget* w = QApplication::activeModalWidget()) {
-            seen = QString::fromLatin1(w->metaObject()->className());
-            title = w->windowTitle();
-            w->close();
-        }
-    });
-    window->dispatch(QStringLiteral("Butsetup"));
-    EXPECT_TRUE(seen == QStringLiteral("QPageSetupDialog") || seen == QStringLiteral("QPrintDialog") ||
-                seen.startsWith(QStringLiteral("QUnixPrintDialog")) ||
-                seen.startsWith(QStringLiteral("QUnixPageSetupDialog")))
-        << seen.toStdString();
-    EXPECT_EQ(title, QStringLiteral("打印设置"));
-    EXPECT_TRUE(prompter.shown.empty());
-}
-
-TEST_P(PrintWindow, HelpOpensOnF1AndOnTheHelpButton)
-{
-    openWindow();
-    QKeyEvent f1(QEvent::KeyPress, Qt::Key_F1, Qt::NoModifier);
-    QCoreApplication::sendEvent(window->SupPS1()->view(), &f1);
-    auto viewers = window->findChildren<QDialog*>(QStringLiteral("QxHelpViewer"));
-    ASSERT_EQ(viewers.size(), 1);
-    EXPECT_TRUE(viewers[0]->isVisible());
-    auto* browser = viewers[0]->findChild<QTextBrowser*>();
-    ASSERT_NE(browser, nullptr);
-    EXPECT_EQ(browser->source().toString(), QStringLiteral("qrc:/help/31100033.html"));
-    const QString page = browser->toPlainText();
-    for (const char* s : {"产品结构列表窗口", "产品结构定义窗口", "F5", "Delete", "Alt+F4", "Ctrl+I",
-                          "删除此条将导致产品结构不合法，不能删除！", "该记录刚被他人删除！",
-                          "没有默认打印机，请安装打印机后再试一次！", "意外错误，请稍后再试一次."})
-        EXPECT_TRUE(page.contains(QString::fromUtf8(s))) << s;
-
-    // The help button finds the viewer already open and raises it rather than opening another.
-    window->dispatch(QStringLiteral("ButHelp"));
-    EXPECT_EQ(window->findChildren<QDialog*>(QStringLiteral("QxHelpViewer")).size(), 1);
-    viewers[0]->close();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    window->dispatch(QStringLiteral("ButHelp"));
-    EXPECT_EQ(window->findChildren<QDialog*>(QStringLiteral("QxHelpViewer")).size(), 1);
 }
 
 QX_INSTANTIATE_BACKENDS(PrintWindow);

@@ -8,23 +8,12 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace qx;
 using namespace qx::test;
 
 namespace {
-
-// A process id that was real a moment ago and is gone now.
-long long deadPid()
-{
-    const pid_t child = fork();
-    if (child == 0) _exit(0);
-    int status = 0;
-    waitpid(child, &status, 0);
-    return child;
-}
 
 QString holderOf(Database& db, const QString& key)
 {
@@ -51,7 +40,7 @@ protected:
 TEST_P(RecordLockTest, SecondWorkstationRefusedUntilHolderReleases)
 {
     RecordLocks first(db1.get(), QStringLiteral("WS-ONE"));
-    RecordLocks second(db2.get(), QStringLiteral("WS-TWO"), deadPid());
+    RecordLocks second(db2.get(), QStringLiteral("WS-TWO"), deadProcessId());
 
     EXPECT_TRUE(first.lockRecord(QStringLiteral("  P1  "), KeyTrim::Both));
     EXPECT_EQ(first.Locks(), QStringLiteral("P1"));
@@ -120,57 +109,6 @@ TEST_P(RecordLockTest, RefusalsSayWhichCommandAsked)
     EXPECT_TRUE(prompter.shown.empty());
     second.unlockRecord();
     first.unlockRecord();
-}
-
-TEST_P(RecordLockTest, DeadHolderOnThisComputerIsTakenOverNeverAnotherComputers)
-{
-    const long long gone = deadPid();
-    RecordLocks crashed(db1.get(), QStringLiteral("WS-ONE"), gone);
-    ASSERT_TRUE(crashed.lockRecord(QStringLiteral("P1"), KeyTrim::Both));
-    // The same computer, a live process: the dead one's lock is taken over.
-    RecordLocks restarted(db2.get(), QStringLiteral("WS-ONE"));
-    EXPECT_TRUE(restarted.lockRecord(QStringLiteral("P1"), KeyTrim::Both));
-    EXPECT_EQ(holderOf(*db1, QStringLiteral("P1")), QStringLiteral("WS-ONE"));
-    // And it is now held against everybody else.
-    RecordLocks other(db1.get(), QStringLiteral("WS-TWO"));
-    EXPECT_FALSE(other.lockRecord(QStringLiteral("P1"), KeyTrim::Both));
-    restarted.unlockRecord();
-
-    // A lock of another computer is never forced, whatever its process id.
-    RecordLocks farAway(db1.get(), QStringLiteral("WS-FAR"), gone);
-    ASSERT_TRUE(farAway.lockRecord(QStringLiteral("P2"), KeyTrim::Both));
-    RecordLocks here(db2.get(), QStringLiteral("WS-ONE"));
-    EXPECT_FALSE(here.lockRecord(QStringLiteral("P2"), KeyTrim::Both));
-    farAway.unlockRecord();
-    EXPECT_TRUE(here.lockRecord(QStringLiteral("P2"), KeyTrim::Both));
-    here.unlockRecord();
-}
-
-TEST_P(RecordLockTest, LockTableThatCannotBeWrittenRefuses)
-{
-    // A lock table that takes no rows of the service's shape.
-    db1->execute(QStringLiteral("drop table ") + LockService::tableName());
-    db1->execute(QStringLiteral("create table ") + LockService::tableName() +
-                 QStringLiteral(" (unrelated integer)"));
-    RecordLocks first(db1.get(), QStringLiteral("WS-ONE"));
-    EXPECT_FALSE(first.lockRecord(QStringLiteral("P1"), KeyTrim::Both));
-    EXPECT_FALSE(first.lockOrRefuse(QStringLiteral("P1"), KeyTrim::Both, LockPurpose::Edit,
-                                    QStringLiteral("产品结构")));
-    EXPECT_EQ(prompter.last(), QStringLiteral("其他操作员正对本产品结构进行操作，请您稍后再试！"));
-    // Unlocking after a refusal is harmless.
-    first.unlockRecord();
-    // The database is still usable afterwards (no transaction left open by the failure).
-    EXPECT_FALSE(db1->inTransaction());
-    db1->execute(QStringLiteral("insert into department(cDepCode,cDepName,bDepEnd) values(?,?,1)"),
-                 {QStringLiteral("D1"), QStringLiteral("一车间")});
-}
-
-TEST(RecordLockWithoutDatabase, GrantsNothing)
-{
-    RecordLocks none(nullptr, QStringLiteral("WS"));
-    EXPECT_FALSE(none.lockRecord(QStringLiteral("P1"), KeyTrim::Both));
-    none.unlockRecord();
-    EXPECT_EQ(none.Locks(), QStringLiteral("P1"));
 }
 
 QX_INSTANTIATE_BACKENDS(RecordLockTest);

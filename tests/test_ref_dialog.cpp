@@ -60,20 +60,6 @@ protected:
 
 }  // namespace
 
-TEST_F(RefDialogTest, ShowsTheCaptionedColumnsAndANullAsEmpty)
-{
-    RefDialog dlg(*rs, q("用料车间"), captions, nullptr);
-    EXPECT_EQ(dlg.windowTitle(), q("用料车间"));
-    auto* m = dlg.table()->model();
-    ASSERT_EQ(m->columnCount(), 2) << "as many columns as captions";
-    EXPECT_EQ(m->headerData(0, Qt::Horizontal).toString(), q("部门编码"));
-    EXPECT_EQ(m->headerData(1, Qt::Horizontal).toString(), q("部门名称"));
-    ASSERT_EQ(dlg.shownRows(), 4);
-    EXPECT_EQ(m->index(0, 0).data().toString(), QStringLiteral("AB01"));
-    EXPECT_EQ(m->index(0, 1).data().toString(), QString()) << "a Null shows empty";
-    EXPECT_EQ(m->index(3, 1).data().toString(), q("装配|线"));
-}
-
 TEST_F(RefDialogTest, FilterNarrowsAsTheUserTypesWithoutRegardToCase)
 {
     RefDialog dlg(*rs, q("参照"), captions, nullptr);
@@ -152,29 +138,4 @@ TEST_F(RefDialogTest, DoubleClickPicksAndEscapeCancels)
         QTest::keyClick(dlg->filterEdit(), Qt::Key_Escape);
     });
     EXPECT_FALSE(chooser.choose(*rs, q("参照"), captions, nullptr).has_value());
-}
-
-TEST_F(RefDialogTest, ScriptedChooserPicksByFirstFieldAndRecordsTheRequest)
-{
-    EXPECT_NE(dynamic_cast<RefDialogChooser*>(&RefChooser::current()), nullptr);
-    {
-        ScriptedRefChooser scripted;
-        EXPECT_EQ(&RefChooser::current(), &scripted);
-        scripted.pickCode = QStringLiteral("D2");
-        const auto picked = RefChooser::current().choose(*rs, q("用料车间"), captions, nullptr);
-        ASSERT_TRUE(picked.has_value());
-        EXPECT_EQ(*picked, 2);
-        EXPECT_EQ(rs->field(1).toString(), q("二车间"));
-        EXPECT_EQ(scripted.lastTitle, q("用料车间"));
-        EXPECT_EQ(scripted.lastCaptions, captions);
-        EXPECT_EQ(scripted.lastRowCount, 4);
-
-        scripted.pickCode = QStringLiteral("D9");
-        EXPECT_FALSE(RefChooser::current().choose(*rs, q("参照"), captions, nullptr).has_value());
-        EXPECT_EQ(rs->field(0).toString(), QStringLiteral("D2")) << "no match, no move";
-        scripted.pickCode.clear();
-        EXPECT_FALSE(RefChooser::current().choose(*rs, q("参照"), captions, nullptr).has_value());
-    }
-    EXPECT_NE(dynamic_cast<RefDialogChooser*>(&RefChooser::current()), nullptr)
-        << "the dialog is back once the script ends";
 }

@@ -31,30 +31,13 @@ std::vector<SheetRow> csv(const QStringList& lines)
     return parseCsv(lines.join(QLatin1Char('\n')));
 }
 
-int count(Database& db, const QString& table)
-{
-    return db.openRecordset(QStringLiteral("select count(*) from ") + table, RecordsetType::Snapshot)
-        ->field(0)
-        .toInt();
-}
-
-class StructureImport : public BackendTest {
+class StructureImport : public CardCompanyTest {
 protected:
-    void SetUp() override
-    {
-        BackendTest::SetUp();
-        if (IsSkipped()) return;
-        db = openFreshCompany(backend());
-        fillCardMasterData(*db);
-        ctx = makeListContext(*db);
-    }
     ImportResult run(const QStringList& lines, ImportOptions options = {})
     {
         if (options.computer.isEmpty()) options.computer = ctx->ComputerName;
         return importStructures(*ctx, csv(lines), options);
     }
-    std::unique_ptr<Database> db;
-    std::unique_ptr<ListContext> ctx;
 };
 
 struct Expected {
@@ -126,8 +109,8 @@ TEST_P(StructureImport, EveryRuleRefusesItsRowWithTheCardsMessage)
         {28, "M", "extra", "该栏没有栏目名，请修改！"},
         {29, "子项编码", "X1|", "请去掉非法字符 |,' "},
     };
-    const int headers = count(*db, "ProductStructure");
-    const int lines = count(*db, "ProductStructures");
+    const int headers = tableCount("ProductStructure");
+    const int lines = tableCount("ProductStructures");
     const ImportResult r = run(file);
     EXPECT_EQ(r.outcome, ImportResult::Outcome::Refused);
     EXPECT_EQ(r.exitCode(), 1);
@@ -141,8 +124,8 @@ TEST_P(StructureImport, EveryRuleRefusesItsRowWithTheCardsMessage)
     }
     EXPECT_EQ(r.report().last(), QStringLiteral("有 26 行被拒绝，没有写入任何数据"));
     // All or nothing: the good rows of P1 are not written either.
-    EXPECT_EQ(count(*db, "ProductStructure"), headers);
-    EXPECT_EQ(count(*db, "ProductStructures"), lines);
+    EXPECT_EQ(tableCount("ProductStructure"), headers);
+    EXPECT_EQ(tableCount("ProductStructures"), lines);
 }
 
 TEST_P(StructureImport, CaptionsAreTheListWindowsOwn)
@@ -228,7 +211,7 @@ TEST_P(StructureImport, HostileCellsAreRefusedNamingRowAndColumn)
         "有 6 行被拒绝，没有写入任何数据",
     };
     EXPECT_EQ(r.report(), want);
-    EXPECT_EQ(count(*db, "ProductStructures"), 3);
+    EXPECT_EQ(tableCount("ProductStructures"), 3);
 }
 
 TEST_P(StructureImport, ReplaceDryRunAndCancelWriteOnlyWhenAllowed)
@@ -323,15 +306,15 @@ TEST_P(StructureImport, ReplaceComponentRefusesNamingTheParents)
     EXPECT_EQ(replaceComponent(*db, {"X3", "0101", 2, false, "w1"}).refusals,
               QStringList{"父项 A3：该产品被他人锁定使用，不能修改！"});
     other.unlockRecord(kLockCategory, {"A3"});
-    EXPECT_EQ(count(*db, "ProductStructures where cPSCode='X3'"), 3);
+    EXPECT_EQ(tableCount("ProductStructures where cPSCode='X3'"), 3);
 
     const ReplaceResult dry = replaceComponent(*db, {"X3", "0101", 2, true, "w1"});
     EXPECT_EQ(dry.report().last(), QStringLiteral("检查通过：将替换 3 个产品结构，3 行，没有写入任何数据"));
-    EXPECT_EQ(count(*db, "ProductStructures where cPSCode='X3'"), 3);
+    EXPECT_EQ(tableCount("ProductStructures where cPSCode='X3'"), 3);
 
     const ReplaceResult done = replaceComponent(*db, {"X3", "0101", 2.5, false, "w1"});
     EXPECT_EQ(done.report().last(), QStringLiteral("已替换：3 个产品结构，3 行"));
-    EXPECT_EQ(count(*db, "ProductStructures where cPSCode='X3'"), 0);
+    EXPECT_EQ(tableCount("ProductStructures where cPSCode='X3'"), 0);
     auto q = db->openRecordset(QStringLiteral("select iPSQuantity from ProductStructures where "
                                               "cPSPCode='P1' and cPSCode='0101'"),
                                RecordsetType::Snapshot);

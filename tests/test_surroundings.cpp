@@ -18,6 +18,7 @@
 #include "shared/record_lock.h"
 #include "support/card_fixture.h"
 #include "support/company.h"
+#include "support/host_run.h"
 #include "support/structure_window.h"
 #include "support/throwaway_server.h"
 
@@ -79,36 +80,6 @@ struct ListOnCompany {
         return false;
     }
 };
-
-// Run the host executable (as another user when `user` is given), environment added.
-struct HostRun {
-    int exitCode = -1;
-    QString out, err;
-};
-HostRun runHost(const QStringList& args, const QStringList& env, const QString& user = {})
-{
-    HostRun r;
-    const QString exe = qEnvironmentVariable("QXPROSTRU_EXE");
-    if (exe.isEmpty()) {
-        ADD_FAILURE() << "QXPROSTRU_EXE is not set (ctest sets it)";
-        return r;
-    }
-    QProcess p;
-    QStringList all;
-    if (!user.isEmpty()) all << "-u" << user << "--";
-    all << "env" << env << exe << args;
-    p.start(user.isEmpty() ? "/usr/bin/env" : "runuser", user.isEmpty() ? all.mid(1) : all);
-    if (!p.waitForFinished(120000)) {
-        p.kill();
-        p.waitForFinished();
-        ADD_FAILURE() << "qxprostru did not finish: " << args.join(' ').toStdString();
-        return r;
-    }
-    r.exitCode = p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
-    r.out = QString::fromUtf8(p.readAllStandardOutput());
-    r.err = QString::fromUtf8(p.readAllStandardError());
-    return r;
-}
 
 QByteArray fileHash(const QString& path)
 {

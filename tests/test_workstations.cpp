@@ -260,22 +260,6 @@ private:
     QFile file_;
 };
 
-// Cycle rounds: on "round N" this workstation adds its partner as a child of its own parent.
-void runCycleWorker(Workstation& ws, const QString& parent, const QString& partner)
-{
-    say(QStringLiteral("ready"));
-    for (QString c = command(); c.startsWith(QLatin1String("round")); c = command()) {
-        QList<Line> saved;
-        const QString r = ws.edit(
-            parent,
-            [&](QList<Line>) {
-                return QList<Line>{{partner, 1}, {QStringLiteral("A2"), 1}};
-            },
-            &saved);
-        say(QStringLiteral("result %1 %2").arg(c.mid(6), r.isEmpty() ? QStringLiteral("ok") : r));
-    }
-}
-
 // The soak: a random mix of add, edit, copy and delete on the shared codes until the time is up.
 void runSoakWorker(Workstation& ws, WorkLog& log, quint32 seed, int milliseconds)
 {
@@ -506,12 +490,29 @@ protected:
         }
         workers.clear();
     }
-    QStringList common(int id) const
+    // Starts soak workstation `id` (its log ws<id>.log), seeded from `seed`, working `ms`
+    // milliseconds unless stopped before; true once it is ready.
+    bool startSoaker(int id, quint32 seed, long long ms)
     {
-        return {QStringLiteral("QX_WS_CONNECTION=") + connection,
-                QStringLiteral("QX_WS_STOP=") + dir.filePath(QStringLiteral("stop")),
-                QStringLiteral("QX_WS_ID=%1").arg(id),
-                QStringLiteral("QX_WS_LOG=") + dir.filePath(QStringLiteral("ws%1.log").arg(id))};
+        workers.push_back(startWorker(
+            {QStringLiteral("QX_WS_CONNECTION=") + connection,
+             QStringLiteral("QX_WS_STOP=") + dir.filePath(QStringLiteral("stop")),
+             QStringLiteral("QX_WS_ID=%1").arg(id),
+             QStringLiteral("QX_WS_LOG=") + dir.filePath(QStringLiteral("ws%1.log").arg(id)),
+             QStringLiteral("QX_WS_MODE=soak"),
+             QStringLiteral("QX_WS_SEED=%1").arg(seed + quint32(id)),
+             QStringLiteral("QX_WS_MS=%1").arg(ms)}));
+        return workers.back().next() == QLatin1String("ready");
+    }
+    // Tells the workstations to stop (or lets them run out their time) and waits for them; the
+    // number of those that finished their work.
+    int finishAll(bool tellToStop = true, int waitMs = 120000)
+    {
+        if (tellToStop) QFile(dir.filePath(QStringLiteral("stop"))).open(QIODevice::WriteOnly);
+        int finished = 0;
+        for (Worker& w : workers) finished += w.next(waitMs).startsWith(QLatin1String("done"));
+        TearDown();
+        return finished;
     }
 
     QString connection;
@@ -519,58 +520,6 @@ protected:
     QTemporaryDir dir;
     std::vector<Worker> workers;
 };
-
-// Two workstations each add a line that alone is fine but together would close a loop, at the
-// same moment: at most one save goes through, the other is told of the loop.
-TEST_P(Workstations, TwoSavesThatTogetherCloseALoopLetOneThrough)
-{
-    if (IsSkipped()) return;
-    const QString a = QStringLiteral("0101"), b = QStringLiteral("0102");
-    QStringList w1 = common(1), w2 = common(2);
-    w1 << QStringLiteral("QX_WS_MODE=cycle") << QStringLiteral("QX_WS_PARENT=") + a
-       << QStringLiteral("QX_WS_PARTNER=") + b;
-    w2 << QStringLiteral("QX_WS_MODE=cycle") << QStringLiteral("QX_WS_PARENT=") + b
-       << QStringLiteral("QX_WS_PARTNER=") + a;
-    workers.push_back(startWorker(w1));
-    workers.push_back(startWorker(w2));
-    for (Worker& w : workers) ASSERT_EQ(w.next(), QStringLiteral("ready"));
-
-    const int kRounds = 20;
-    int oneThrough = 0, noneThrough = 0;
-    QMap<QString, int> refusals;
-    for (int round = 1; round <= kRounds; ++round) {
-        resetStructures(*db);
-        store(*db, a, {{QStringLiteral("A2"), 1}});
-        store(*db, b, {{QStringLiteral("A2"), 1}});
-        for (Worker& w : workers) w.send(QStringLiteral("round %1").arg(round));
-        int ok = 0;
-        for (Worker& w : workers) {
-            const QString r = w.next();
-            const QString prefix = QStringLiteral("result %1 ").arg(round);
-            ASSERT_TRUE(r.startsWith(prefix)) << r.toStdString();
-            const QString outcome = r.mid(prefix.size());
-            if (outcome == QLatin1String("ok")) {
-                ++ok;
-            } else {
-                ++refusals[outcome];
-                EXPECT_EQ(outcome, QStringLiteral("第1个子产品与父产品发生循环调用！"))
-                    << "round " << round;
-            }
-        }
-        ASSERT_LE(ok, 1) << "both saves went through in round " << round;
-        (ok == 1 ? oneThrough : noneThrough)++;
-        const QStringList found = invariantViolations(*db);
-        EXPECT_TRUE(found.isEmpty())
-            << "round " << round << ": " << found.join(QLatin1String("; ")).toStdString();
-    }
-    printf("[%s] cycle across workstations: 2 processes, %d rounds, one save through %d, none %d\n",
-           qPrintable(backendName(backend())), kRounds, oneThrough, noneThrough);
-    for (auto it = refusals.constBegin(); it != refusals.constEnd(); ++it)
-        printf("    refused %d x %s\n", it.value(), qPrintable(it.key()));
-    RecordProperty("rounds", kRounds);
-    RecordProperty("one_through", oneThrough);
-    EXPECT_EQ(oneThrough, kRounds) << "a loop refused on both sides means a save lost for nothing";
-}
 
 struct Event {
     long long t0 = 0, t1 = 0;  // t1 = max when the workstation died in it
@@ -685,61 +634,38 @@ quint32 soakSeed(const QString& backend)
     return seed;
 }
 
-void printSoak(const QString& backend, const SoakFigures& f, double seconds)
+void printSoak(const QString& backend, const SoakFigures& f)
 {
-    printf("[%s] soak: %d processes, %.1f s, %d operations, %d saved, %d refused, %d violations\n",
-           qPrintable(backend), f.processes, seconds, f.operations, f.saved, f.operations - f.saved,
-           int(f.violations.size()));
-    if (f.killed)
-        printf(
-            "    %d workstations killed (%d inside an operation); they left %d locks, %d of them "
-            "still "
-            "there at the end and taken over by this process\n",
-            f.killed, f.killedInOperation, f.locksLeftByKilled, f.locksTakenOver);
     printf(
-        "    final structures against the logs: %d with one last save, %d with overlapping last "
-        "saves\n",
-        f.unambiguous, f.ambiguous);
+        "[%s] soak: %d processes, %d operations, %d saved, %d killed (%d inside an operation, "
+        "%d locks left, %d taken over), %d/%d structures with one/overlapping last saves\n",
+        qPrintable(backend), f.processes, f.operations, f.saved, f.killed, f.killedInOperation,
+        f.locksLeftByKilled, f.locksTakenOver, f.unambiguous, f.ambiguous);
     for (auto it = f.refusals.constBegin(); it != f.refusals.constEnd(); ++it)
         printf("    refused %5d x %s\n", it.value(), qPrintable(it.key()));
     for (const QString& v : f.violations) printf("    VIOLATION %s\n", qPrintable(v));
     fflush(stdout);
 }
 
+int fromEnvironment(const char* name, int otherwise)
+{
+    return qEnvironmentVariableIntValue(name) > 0 ? qEnvironmentVariableIntValue(name) : otherwise;
+}
+
 // Six workstations add, edit, copy and delete on a handful of shared codes at once.
 TEST_P(Workstations, SoakLeavesEveryStructureAsItsLastSaveWroteIt)
 {
-    if (IsSkipped()) return;
     const int kProcesses = 6;
-    const int kMilliseconds = qEnvironmentVariableIntValue("QX_SOAK_SECONDS") > 0
-                                  ? qEnvironmentVariableIntValue("QX_SOAK_SECONDS") * 1000
-                                  : 12000;
+    const int kMilliseconds = fromEnvironment("QX_SOAK_SECONDS", 12) * 1000;
     const QHash<QString, QString> initial = storeSoakStart(*db);
-
     const quint32 seed = soakSeed(backendName(backend()));
-    for (int id = 1; id <= kProcesses; ++id) {
-        QStringList s = common(id);
-        s << QStringLiteral("QX_WS_MODE=soak")
-          << QStringLiteral("QX_WS_SEED=%1").arg(seed + quint32(id))
-          << QStringLiteral("QX_WS_MS=%1").arg(kMilliseconds);
-        workers.push_back(startWorker(s));
-    }
-    for (Worker& w : workers) ASSERT_EQ(w.next(), QStringLiteral("ready"));
-    QElapsedTimer timer;
-    timer.start();
+    for (int id = 1; id <= kProcesses; ++id) ASSERT_TRUE(startSoaker(id, seed, kMilliseconds));
     for (Worker& w : workers) w.send(QStringLiteral("go"));
-    for (Worker& w : workers)
-        EXPECT_TRUE(w.next(kMilliseconds + 120000).startsWith(QLatin1String("done")));
-    const double seconds = timer.elapsed() / 1000.0;
-    TearDown();
+    EXPECT_EQ(finishAll(false, kMilliseconds + 120000), kProcesses);
 
     SoakFigures f = judgeSoak(*db, dir.path(), kProcesses, initial);
     f.violations << invariantViolations(*db);
-    printSoak(backendName(backend()), f, seconds);
-    RecordProperty("processes", kProcesses);
-    RecordProperty("operations", f.operations);
-    RecordProperty("saved", f.saved);
-    RecordProperty("violations", int(f.violations.size()));
+    printSoak(backendName(backend()), f);
     EXPECT_GT(f.saved, 0);
     EXPECT_GT(f.operations, f.saved) << "the workstations never collided";
     EXPECT_TRUE(f.violations.isEmpty()) << f.violations.join(QLatin1Char('\n')).toStdString();
@@ -749,48 +675,31 @@ TEST_P(Workstations, SoakLeavesEveryStructureAsItsLastSaveWroteIt)
 // and the locks of a killed workstation go to the next process of this computer that asks.
 TEST_P(Workstations, KilledWorkstationsLeaveNoHalfStructureAndTheirLocksAreTakenOver)
 {
-    if (IsSkipped()) return;
     const int kProcesses = 6;
-    const int kKills = qEnvironmentVariableIntValue("QX_SOAK_KILLS") > 0
-                           ? qEnvironmentVariableIntValue("QX_SOAK_KILLS")
-                           : 10;
-    // The workstations run until told to stop, after the last kill.
-    const long long kMilliseconds = 3600LL * 1000;
+    const int kKills = fromEnvironment("QX_SOAK_KILLS", 10);
+    const long long kUntilStopped = 3600LL * 1000;
     const QHash<QString, QString> initial = storeSoakStart(*db);
     const quint32 seed = soakSeed(backendName(backend()));
     QRandomGenerator rnd(seed);
-
-    QElapsedTimer timer;
-    timer.start();
-    std::vector<int> ids;
+    std::vector<int> ids;  // the workstation id of each running worker
     int lastId = 0;
-    const auto launch = [&](long long ms) {
-        QStringList s = common(++lastId);
-        s << QStringLiteral("QX_WS_MODE=soak")
-          << QStringLiteral("QX_WS_SEED=%1").arg(seed + quint32(lastId))
-          << QStringLiteral("QX_WS_MS=%1").arg(ms);
-        workers.push_back(startWorker(s));
-        ids.push_back(lastId);
-        return workers.back().next() == QLatin1String("ready");
-    };
-    for (int i = 0; i < kProcesses; ++i) ASSERT_TRUE(launch(kMilliseconds));
+    for (; lastId < kProcesses; ids.push_back(lastId))
+        ASSERT_TRUE(startSoaker(++lastId, seed, kUntilStopped));
     for (Worker& w : workers) w.send(QStringLiteral("go"));
-    timer.restart();
 
     QSet<long long> killedPids;
     int locksLeft = 0;
     int kills = 0;
     while (kills < kKills) {
         QThread::msleep(100 + rnd.bounded(500u));
-        const int i = int(rnd.bounded(quint32(kProcesses)));
-        if (workers[size_t(i)].process->state() != QProcess::Running) continue;
-        const long long pid = workers[size_t(i)].process->processId();
+        const size_t i = rnd.bounded(quint32(kProcesses));
+        if (workers[i].process->state() != QProcess::Running) continue;
+        const long long pid = workers[i].process->processId();
         ::kill(pid_t(pid), SIGKILL);
-        workers[size_t(i)].process->waitForFinished(10000);
-        const long long at = nowNs();
-        QFile log(dir.filePath(QStringLiteral("ws%1.log").arg(ids[size_t(i)])));
+        workers[i].process->waitForFinished(10000);
+        QFile log(dir.filePath(QStringLiteral("ws%1.log").arg(ids[i])));
         ASSERT_TRUE(log.open(QIODevice::WriteOnly | QIODevice::Append));
-        log.write(QStringLiteral("killed\t%1\n").arg(at).toUtf8());
+        log.write(QStringLiteral("killed\t%1\n").arg(nowNs()).toUtf8());
         log.close();
         killedPids.insert(pid);
         locksLeft += int(rows(*db,
@@ -800,26 +709,18 @@ TEST_P(Workstations, KilledWorkstationsLeaveNoHalfStructureAndTheirLocksAreTaken
                              .size());
         ++kills;
         // The next workstation of this computer takes the place of the killed one.
-        ASSERT_TRUE(launch(kMilliseconds));
+        ASSERT_TRUE(startSoaker(++lastId, seed, kUntilStopped));
         workers.back().send(QStringLiteral("go"));
-        std::swap(workers[size_t(i)], workers.back());
-        std::swap(ids[size_t(i)], ids.back());
+        std::swap(workers[i], workers.back());
         workers.pop_back();
-        ids.pop_back();
+        ids[i] = lastId;
     }
     QThread::msleep(1000);  // the last replacement works a while too
-    {
-        QFile stop(dir.filePath(QStringLiteral("stop")));
-        ASSERT_TRUE(stop.open(QIODevice::WriteOnly));
-    }
-    for (Worker& w : workers) EXPECT_TRUE(w.next(120000).startsWith(QLatin1String("done")));
-    const double seconds = timer.elapsed() / 1000.0;
-    TearDown();
+    EXPECT_EQ(finishAll(), kProcesses);
 
     SoakFigures f = judgeSoak(*db, dir.path(), lastId, initial);
     // Locks still in the table belong to killed workstations only, and this process, on the same
     // computer, is granted them.
-    int takenOver = 0;
     for (const QStringList& r :
          rows(*db, QStringLiteral("select cKey, iPid from ") + LockService::tableName())) {
         if (!killedPids.contains(r[1].toLongLong()))
@@ -827,20 +728,15 @@ TEST_P(Workstations, KilledWorkstationsLeaveNoHalfStructureAndTheirLocksAreTaken
                                 r.join(QLatin1Char(' '));
         LockService locks(*db);
         if (locks.lockRecord(kLockCategory, kLockSystem, kLockMode, computerName(), {r[0]})) {
-            ++takenOver;
+            ++f.locksTakenOver;
             locks.unlockRecord(kLockCategory, {r[0]});
         } else {
             f.violations << QStringLiteral("lock of a killed workstation not taken over: ") + r[0];
         }
     }
-    f.locksTakenOver = takenOver;
     f.locksLeftByKilled = locksLeft;
     f.violations << invariantViolations(*db);
-    printSoak(backendName(backend()), f, seconds);
-    RecordProperty("kills", kills);
-    RecordProperty("operations", f.operations);
-    RecordProperty("violations", int(f.violations.size()));
-    EXPECT_EQ(kills, kKills);
+    printSoak(backendName(backend()), f);
     EXPECT_GT(f.saved, 0);
     EXPECT_TRUE(f.violations.isEmpty()) << f.violations.join(QLatin1Char('\n')).toStdString();
 }
@@ -850,7 +746,6 @@ TEST_P(Workstations, KilledWorkstationsLeaveNoHalfStructureAndTheirLocksAreTaken
 // half-written, no loop is stored and no lock of a workstation is left.
 TEST_P(Workstations, ServerRestartsAtRandomMomentsLoseNothing)
 {
-    if (IsSkipped()) return;
     if (backend() != TestBackend::Postgres) GTEST_SKIP() << "a server to restart";
     ThrowawayServer server;
     if (!server.start()) GTEST_SKIP() << server.why().toStdString();
@@ -860,51 +755,27 @@ TEST_P(Workstations, ServerRestartsAtRandomMomentsLoseNothing)
     fillCardMasterData(*db);
     resetStructures(*db);
     const int kProcesses = 6;
-    const int kRestarts = qEnvironmentVariableIntValue("QX_SOAK_RESTARTS") > 0
-                              ? qEnvironmentVariableIntValue("QX_SOAK_RESTARTS")
-                              : 3;
+    const int kRestarts = fromEnvironment("QX_SOAK_RESTARTS", 3);
     const QHash<QString, QString> initial = storeSoakStart(*db);
     const quint32 seed = soakSeed(backendName(backend()));
     QRandomGenerator rnd(seed);
-    for (int id = 1; id <= kProcesses; ++id) {
-        QStringList s = common(id);
-        s << QStringLiteral("QX_WS_MODE=soak") << QStringLiteral("QX_WS_SEED=%1").arg(seed + quint32(id))
-          << QStringLiteral("QX_WS_MS=%1").arg(3600 * 1000);
-        workers.push_back(startWorker(s));
-    }
-    for (Worker& w : workers) ASSERT_EQ(w.next(), QStringLiteral("ready"));
-    QElapsedTimer timer;
-    timer.start();
+    for (int id = 1; id <= kProcesses; ++id) ASSERT_TRUE(startSoaker(id, seed, 3600LL * 1000));
     for (Worker& w : workers) w.send(QStringLiteral("go"));
 
     Outages outages;
-    int survived = 0;
     for (int i = 0; i < kRestarts; ++i) {
         QThread::msleep(300 + rnd.bounded(1500u));
         const long long from = nowNs();
         const bool restarted = server.restart();
         outages.push_back({from, nowNs()});
         ASSERT_TRUE(restarted) << server.why().toStdString();
-        ++survived;
     }
     QThread::msleep(2000);  // the workstations work on after the last restart
-    {
-        QFile stop(dir.filePath(QStringLiteral("stop")));
-        ASSERT_TRUE(stop.open(QIODevice::WriteOnly));
-    }
-    int finished = 0;
-    for (Worker& w : workers) finished += w.next(120000).startsWith(QLatin1String("done"));
-    const double seconds = timer.elapsed() / 1000.0;
-    TearDown();
+    EXPECT_EQ(finishAll(), kProcesses) << "workstations that did not survive the restarts";
 
     SoakFigures f = judgeSoak(*db, dir.path(), kProcesses, initial, outages);
     f.violations << invariantViolations(*db);
-    printf("[%s] server restarts: %d survived by %d of %d workstations\n",
-           qPrintable(backendName(backend())), survived, finished, kProcesses);
-    printSoak(backendName(backend()), f, seconds);
-    RecordProperty("restarts", survived);
-    RecordProperty("violations", int(f.violations.size()));
-    EXPECT_EQ(finished, kProcesses);
+    printSoak(backendName(backend()), f);
     EXPECT_GT(f.saved, 0);
     EXPECT_TRUE(f.violations.isEmpty()) << f.violations.join(QLatin1Char('\n')).toStdString();
 }
@@ -914,7 +785,6 @@ TEST_P(Workstations, ServerRestartsAtRandomMomentsLoseNothing)
 // may or may not have been written.
 TEST_P(Workstations, TheCheckNamesWhatTheWorkstationsLeftWrong)
 {
-    if (IsSkipped()) return;
     const QHash<QString, QString> initial = storeSoakStart(*db);
     const auto writeLog = [&](int id, const QStringList& lines) {
         QFile f(dir.filePath(QStringLiteral("ws%1.log").arg(id)));
@@ -976,14 +846,9 @@ TEST(WorkstationWorker, DISABLED_Run)
     ensureApplication();
     try {
         Workstation ws(qEnvironmentVariable("QX_WS_CONNECTION"));
-        if (mode == QLatin1String("cycle")) {
-            runCycleWorker(ws, qEnvironmentVariable("QX_WS_PARENT"),
-                           qEnvironmentVariable("QX_WS_PARTNER"));
-        } else {
-            WorkLog log(qEnvironmentVariable("QX_WS_LOG"));
-            runSoakWorker(ws, log, quint32(qEnvironmentVariableIntValue("QX_WS_SEED")),
-                          qEnvironmentVariableIntValue("QX_WS_MS"));
-        }
+        WorkLog log(qEnvironmentVariable("QX_WS_LOG"));
+        runSoakWorker(ws, log, quint32(qEnvironmentVariableIntValue("QX_WS_SEED")),
+                      qEnvironmentVariableIntValue("QX_WS_MS"));
     } catch (const DbError& e) {
         say(QStringLiteral("failed ") + e.description());
         FAIL() << e.description().toStdString();

@@ -2,6 +2,9 @@
 
 #include "shared/code_to_name.h"
 
+#include <QApplication>
+#include <QTest>
+
 namespace qx::test {
 
 namespace {
@@ -133,6 +136,36 @@ CardLookups lookupsOf(Database& db, const ListContext& ctx, const CardLists& lis
     lk.department = lists.department.get();
     lk.warehouse = lists.warehouse.get();
     return lk;
+}
+
+std::unique_ptr<FrmProStru> openCard(ListContext& ctx, bool adding)
+{
+    auto card = std::make_unique<FrmProStru>(ctx);
+    card->adding = adding;
+    card->setRecordsets(ctx.mrecPro.get(), ctx.mrecPros.get());
+    card->show();
+    QApplication::setActiveWindow(card.get());
+    EXPECT_TRUE(QTest::qWaitForWindowActive(card.get()));
+    return card;
+}
+
+void CardCompanyTest::SetUp()
+{
+    BackendTest::SetUp();
+    if (IsSkipped()) return;
+    db = openFreshCompany(backend(), &connection);
+    fillCardMasterData(*db);
+    ctx = makeListContext(*db);
+    lists = openCardLists(*db);
+    lk = lookupsOf(*db, *ctx, lists);
+}
+
+int CardCompanyTest::tableCount(const QString& from)
+{
+    return db
+        ->openRecordset(QStringLiteral("select count(*) from ") + from, RecordsetType::Snapshot)
+        ->field(0)
+        .toInt();
 }
 
 }  // namespace qx::test

@@ -4,6 +4,7 @@
 // as the list window builds it.
 
 #include "card/card_lookups.h"
+#include "card/frm_pro_stru.h"
 #include "shared/list_context.h"
 #include "support/company.h"
 
@@ -37,5 +38,23 @@ struct CardLists {
 };
 CardLists openCardLists(Database& db);
 CardLookups lookupsOf(Database& db, const ListContext& ctx, const CardLists& lists);
+
+// The card over the context's recordsets, shown and active (adding a new structure or editing).
+std::unique_ptr<FrmProStru> openCard(ListContext& ctx, bool adding = true);
+
+// Base of the tests on a company with the master data above, once per backend: the database
+// (`connection` opens it again), the list context and the card's lookups over it.
+class CardCompanyTest : public BackendTest {
+protected:
+    void SetUp() override;
+    // The rows of `from`: a table, or a table with a fixed condition.
+    int tableCount(const QString& from);
+
+    QString connection;
+    std::unique_ptr<Database> db;
+    std::unique_ptr<ListContext> ctx;
+    CardLists lists;
+    CardLookups lk;
+};
 
 }  // namespace qx::test

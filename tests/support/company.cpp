@@ -6,6 +6,7 @@
 #include <QTemporaryDir>
 #include <QUrl>
 
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -53,6 +54,15 @@ std::vector<TestBackend> Backends() { return {TestBackend::Sqlite, TestBackend::
 QString backendName(TestBackend backend)
 {
     return backend == TestBackend::Sqlite ? QStringLiteral("Sqlite") : QStringLiteral("Postgres");
+}
+
+long long deadProcessId()
+{
+    const pid_t child = fork();
+    if (child == 0) _exit(0);
+    int status = 0;
+    waitpid(child, &status, 0);
+    return child;
 }
 
 bool postgresAvailable() { return !qEnvironmentVariable("QX_TEST_PG").isEmpty(); }

@@ -37,6 +37,9 @@ std::unique_ptr<Database> openFreshDatabase(TestBackend backend,
 std::unique_ptr<Database> openFreshCompany(TestBackend backend,
                                            QString* connectionString = nullptr);
 
+// The id of a process that ran a moment ago and has ended.
+long long deadProcessId();
+
 // A connection string for the parts of a PostgreSQL connection (user, host or socket
 // directory, port, database), the inverse of parseConnectionString.
 QString postgresConnectionString(const ConnectionInfo& info);
