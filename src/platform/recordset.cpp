@@ -4,6 +4,7 @@
 
 #include "texts/texts.h"
 #include "platform/cell_store.h"
+#include "platform/row_stream.h"
 #include "platform/sql_dialect.h"
 
 #include <QHash>
@@ -402,24 +403,8 @@ struct Recordset::Impl {
         // can report the failure.
         if (!conn || PQtransactionStatus(conn) != PQTRANS_IDLE || PQisBusy(conn)) return false;
         // "?" placeholders become $1, $2, ... (none inside quotes).
-        QByteArray text;
-        {
-            const QByteArray utf8 = sql.toUtf8();
-            char quote = 0;
-            int n = 0;
-            for (char c : utf8) {
-                if (quote) {
-                    if (c == quote) quote = 0;
-                } else if (c == '\'' || c == '"') {
-                    quote = c;
-                } else if (c == '?') {
-                    text += '$' + QByteArray::number(++n);
-                    continue;
-                }
-                text += c;
-            }
-            if (n != params.size()) return false;
-        }
+        const QByteArray text = postgresPlaceholders(sql, params.size());
+        if (text.isEmpty()) return false;
         std::vector<QByteArray> values;
         std::vector<const char*> pointers;
         for (const QVariant& p : params) {
@@ -541,6 +526,24 @@ struct Recordset::Impl {
 
     // The rows of a recordset opened for fetching on first use; a failed fetch is tried again
     // at the next use.
+    // The first visible row from the top (or, for the next, below the current one) that meets
+    // the criteria becomes current; none leaves the position and says so.
+    void find(const Criteria& criteria, bool next)
+    {
+        ensureFetched();
+        requireOpen();
+        const auto terms = resolve(criteria);
+        for (int i = next ? std::max(pos + 1, 0) : 0; i < count(); ++i) {
+            if (rowMatches(visible[size_t(i)], terms)) {
+                mode = EditMode::None;
+                pos = i;
+                noMatch = false;
+                return;
+            }
+        }
+        noMatch = true;
+    }
+
     void ensureFetched()
     {
         if (!pending) return;
@@ -783,36 +786,14 @@ QVariant Recordset::value(int row, int fieldIndex) const
 
 void Recordset::findFirst(const Criteria& criteria)
 {
-    d->ensureFetched();
-    d->requireOpen();
-    const auto terms = d->resolve(criteria);
-    for (int i = 0; i < d->count(); ++i) {
-        if (d->rowMatches(d->visible[size_t(i)], terms)) {
-            d->mode = EditMode::None;
-            d->pos = i;
-            d->noMatch = false;
-            return;
-        }
-    }
-    d->noMatch = true;
+    d->find(criteria, false);
 }
 
 void Recordset::findFirst(const QString& criterionText) { findFirst(Criteria::parse(criterionText)); }
 
 void Recordset::findNext(const Criteria& criteria)
 {
-    d->ensureFetched();
-    d->requireOpen();
-    const auto terms = d->resolve(criteria);
-    for (int i = std::max(d->pos + 1, 0); i < d->count(); ++i) {
-        if (d->rowMatches(d->visible[size_t(i)], terms)) {
-            d->mode = EditMode::None;
-            d->pos = i;
-            d->noMatch = false;
-            return;
-        }
-    }
-    d->noMatch = true;
+    d->find(criteria, true);
 }
 
 bool Recordset::noMatch() const { return d->noMatch; }

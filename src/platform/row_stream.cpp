@@ -160,22 +160,8 @@ bool readPostgres(Database& db, const QString& sql, const QVariantList& params, 
     // Outside a transaction only: a failing statement must not abort one before the driver can
     // report the failure.
     if (!conn || PQtransactionStatus(conn) != PQTRANS_IDLE || PQisBusy(conn)) return false;
-    // "?" placeholders become $1, $2, ... (none inside quotes).
-    QByteArray text;
-    int marks = 0;
-    char quote = 0;
-    for (const char c : sql.toUtf8()) {
-        if (quote) {
-            if (c == quote) quote = 0;
-        } else if (c == '\'' || c == '"') {
-            quote = c;
-        } else if (c == '?') {
-            text += '$' + QByteArray::number(++marks);
-            continue;
-        }
-        text += c;
-    }
-    if (marks != params.size()) return false;
+    const QByteArray text = postgresPlaceholders(sql, params.size());
+    if (text.isEmpty()) return false;
     std::vector<QByteArray> values;
     std::vector<const char*> pointers;
     values.reserve(size_t(params.size()));
@@ -208,6 +194,25 @@ void readRows(Database& db, const QString& sql, const QVariantList& params, cons
     start();
     const int rows = rs->recordCount();
     for (int r = 0; r < rows; ++r) take(RowSource::view(rs.get(), kRecordset, r));
+}
+
+QByteArray postgresPlaceholders(const QString& sql, qsizetype params)
+{
+    QByteArray text;
+    int marks = 0;
+    char quote = 0;
+    for (const char c : sql.toUtf8()) {
+        if (quote) {
+            if (c == quote) quote = 0;
+        } else if (c == '\'' || c == '"') {
+            quote = c;
+        } else if (c == '?') {
+            text += '$' + QByteArray::number(++marks);
+            continue;
+        }
+        text += c;
+    }
+    return marks == params ? text : QByteArray();
 }
 
 }  // namespace qx

@@ -41,4 +41,8 @@ private:
 void readRows(Database& db, const QString& sql, const QVariantList& params, const std::function<void()>& start,
               const std::function<void(const RowView&)>& take);
 
+// The statement for libpq: "?" placeholders become $1, $2, ... (none inside quotes); empty when
+// the count of placeholders is not `params`.
+QByteArray postgresPlaceholders(const QString& sql, qsizetype params);
+
 }  // namespace qx
