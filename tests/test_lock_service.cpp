@@ -1,6 +1,11 @@
+// The lock table of the company database, and the list's record-lock calls over it. Two
+// connections with their own computer names and process ids stand for two workstations.
+
 #include "platform/database.h"
 #include "platform/host_facts.h"
 #include "platform/lock_service.h"
+#include "platform/prompter.h"
+#include "shared/record_lock.h"
 #include "support/company.h"
 
 #include <gtest/gtest.h>
@@ -45,6 +50,7 @@ protected:
     std::unique_ptr<Database> dbA;
     std::unique_ptr<Database> dbB;
     QString cs;
+    ScriptedPrompter prompter;
 };
 
 TEST_P(LockServiceTest, OneHolderPerKeyUntilReleased)
@@ -210,6 +216,53 @@ TEST_P(LockServiceTest, ManyKeysWithQuotesAndBracketsAreKeysAsTheyAre)
     EXPECT_EQ(other.lockRecords(kCat, kSys, kMode, kB, keys), keys);
     EXPECT_TRUE(a.unlockRecord(kCat, keys));
     for (const QString& k : keys) EXPECT_EQ(holder(k), QString()) << k.toStdString();
+}
+
+// The list's calls: the key is the code trimmed at both ends (edit) or at the front only
+// (deletion); quotes and pipes are only data; a refusal names the command that asked.
+TEST_P(LockServiceTest, RecordLocksKeyTheTrimmedCodeAndRefuseNamingTheCommand)
+{
+    RecordLocks first(dbA.get(), kA);
+    RecordLocks second(dbB.get(), kB, test::deadProcessId());
+    EXPECT_TRUE(first.lockRecord(QStringLiteral("  P1  "), KeyTrim::Both));
+    EXPECT_EQ(first.Locks(), QStringLiteral("P1"));
+    EXPECT_EQ(holder(QStringLiteral("P1")), me(kA));
+    EXPECT_FALSE(second.lockRecord(QStringLiteral("P1"), KeyTrim::Both));
+    EXPECT_FALSE(second.lockRecord(QStringLiteral(" P1"), KeyTrim::Leading));
+    EXPECT_TRUE(second.lockRecord(QStringLiteral("P2"), KeyTrim::Both));
+    second.unlockRecord();
+    // Releasing by someone who does not hold the key frees nothing.
+    RecordLocks stranger(dbB.get(), QStringLiteral("WS-C"));
+    EXPECT_FALSE(stranger.lockRecord(QStringLiteral("P1"), KeyTrim::Both));
+    stranger.unlockRecord();
+    EXPECT_EQ(holder(QStringLiteral("P1")), me(kA));
+
+    EXPECT_FALSE(second.lockOrRefuse(QStringLiteral("P1"), KeyTrim::Both, LockPurpose::Edit,
+                                     QStringLiteral("产品结构")));
+    EXPECT_FALSE(second.lockOrRefuse(QStringLiteral("P1"), KeyTrim::Leading,
+                                     LockPurpose::DeleteStructure, QStringLiteral("产品结构")));
+    EXPECT_FALSE(second.lockOrRefuse(QStringLiteral("P1"), KeyTrim::Leading,
+                                     LockPurpose::DeleteLine, QStringLiteral("物料清单")));
+    EXPECT_EQ(prompter.texts(),
+              (QStringList{"其他操作员正对本产品结构进行操作，请您稍后再试！",
+                           "其他操作员正对本产品结构进行操作，请您稍后再试!",
+                           "其他操作员正对本物料清单进行操作，请您稍后在试！"}));
+    for (const auto& shown : prompter.shown) EXPECT_EQ(shown.title, QStringLiteral("提示！"));
+    first.unlockRecord();
+    EXPECT_EQ(holder(QStringLiteral("P1")), QString());
+    EXPECT_TRUE(second.lockOrRefuse(QStringLiteral("P1"), KeyTrim::Both, LockPurpose::Edit,
+                                    QStringLiteral("产品结构")));
+    EXPECT_EQ(prompter.shown.size(), 3u) << "a granted lock shows nothing";
+    second.unlockRecord();
+
+    // Deletion keys keep their trailing blanks.
+    EXPECT_EQ(lockKey(QStringLiteral("  P1 "), KeyTrim::Leading), QStringLiteral("P1 "));
+    ASSERT_TRUE(first.lockRecord(QStringLiteral(" 甲'|1"), KeyTrim::Leading));
+    EXPECT_EQ(first.Locks(), QStringLiteral("甲'|1"));
+    EXPECT_FALSE(second.lockRecord(QStringLiteral("甲'|1"), KeyTrim::Both));
+    first.unlockRecord();
+    EXPECT_TRUE(second.lockRecord(QStringLiteral("甲'|1"), KeyTrim::Both));
+    second.unlockRecord();
 }
 
 QX_INSTANTIATE_BACKENDS(LockServiceTest);

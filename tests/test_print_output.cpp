@@ -1,20 +1,24 @@
-// The one paint routine as PDF (read back with pdftotext and pdfinfo) and the CSV output.
+// What printing writes: the one paint routine as PDF (read back with pdftotext), the CSV output,
+// the scratch database of the print layout, and `qxprostru DB --pdf FILE --structure CODE`.
 
+#include "platform/database.h"
 #include "print/csv_output.h"
 #include "print/layout_table.h"
 #include "print/page_painter.h"
 #include "print/print_commands.h"
-#include "support/company.h"
+#include "print/scratch_database.h"
+#include "support/host_run.h"
+#include "support/structure_window.h"
 
 #include <gtest/gtest.h>
 
 #include <QFile>
 #include <QProcess>
-#include <QRegularExpression>
 #include <QTemporaryDir>
 
 using namespace qx;
 using namespace qx::print;
+using namespace qx::test;
 
 namespace {
 
@@ -33,31 +37,11 @@ PrintJob sampleJob(int lineCount)
     return job;
 }
 
-QString run(const QString& program, const QStringList& args)
-{
-    QProcess p;
-    p.start(program, args);
-    if (!p.waitForFinished(30000) || p.exitCode() != 0) return QString();
-    return QString::fromUtf8(p.readAllStandardOutput());
-}
-
-int pdfPages(const QString& file)
-{
-    const auto m = QRegularExpression(QStringLiteral("Pages:\\s+(\\d+)"))
-                       .match(run(QStringLiteral("pdfinfo"), {file}));
-    return m.hasMatch() ? m.captured(1).toInt() : -1;
-}
-
-QString pdfText(const QString& file)
-{
-    return run(QStringLiteral("pdftotext"), {QStringLiteral("-layout"), file, QStringLiteral("-")});
-}
-
 class PrintOutput : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        test::ensureApplication();
+        ensureApplication();
         ASSERT_TRUE(dir.isValid());
         if (QProcess::execute(QStringLiteral("pdftotext"), {QStringLiteral("-v")}) < 0)
             GTEST_SKIP() << "pdftotext (poppler-utils) is not installed";
@@ -71,9 +55,9 @@ TEST_F(PrintOutput, LongStructureGoesOnOverPagesWithTheHeadRepeated)
 {
     const QString file = dir.filePath(QStringLiteral("long.pdf"));
     ASSERT_TRUE(writePdf(file, sampleJob(120)));
-    const int pages = pdfPages(file);
-    EXPECT_GT(pages, 1);
     const QString text = pdfText(file);
+    const int pages = int(text.count(QLatin1Char('\f')));
+    EXPECT_GT(pages, 1);
     EXPECT_EQ(text.count(QStringLiteral("父产品编码：P001")), pages);
     EXPECT_EQ(text.count(QStringLiteral("子项编码")), pages);
     // Every line printed exactly once.
@@ -107,3 +91,128 @@ TEST_F(PrintOutput, CsvIsUtf8WithBomHeadCaptionsAndQuotedLines)
     EXPECT_FALSE(writeCsv(dir.filePath(QStringLiteral("missing/x.csv")), job, &error));
     EXPECT_FALSE(error.isEmpty());
 }
+
+namespace {
+
+QStringList layoutTables(Database& scratch)
+{
+    QStringList names;
+    auto rs = scratch.openRecordset(
+        QStringLiteral("select name from sqlite_master where type='table' and name like ?"),
+        RecordsetType::Snapshot, 0, {QStringLiteral("TempPrint_%")});
+    for (rs->moveFirst(); !rs->eof(); rs->moveNext()) names << rs->field(0).toString();
+    return names;
+}
+
+class PrintLayout : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ensureApplication();
+        ASSERT_TRUE(dir.isValid());
+        ASSERT_TRUE(prepareScratchDatabase(dir.path()));
+    }
+    QTemporaryDir dir;
+};
+
+}  // namespace
+
+TEST_F(PrintLayout, ScratchDatabaseIsRecreatedAtEveryLoading)
+{
+    const QString path = scratchDatabasePath(dir.path());
+    EXPECT_TRUE(path.endsWith(QStringLiteral("/qxinit.mdb")));
+    ASSERT_TRUE(QFile::exists(path));
+    {
+        auto scratch = openScratchDatabase(dir.path());
+        createLayoutTable(*scratch, QStringLiteral("TempPrint_100000000"));
+        ASSERT_EQ(layoutTables(*scratch).size(), 1);
+    }
+    ASSERT_TRUE(prepareScratchDatabase(dir.path()));
+    auto scratch = openScratchDatabase(dir.path());
+    EXPECT_TRUE(layoutTables(*scratch).isEmpty());
+}
+
+TEST_F(PrintLayout, WritingIsAllOrNothing)
+{
+    auto scratch = openScratchDatabase(dir.path());
+    const QString t = QStringLiteral("TempPrint_150120000");
+    createLayoutTable(*scratch, t);
+    auto rows = headRows({QStringLiteral("产品结构"), QStringLiteral("P001"), QStringLiteral("车"),
+                          QStringLiteral("26寸"), QStringLiteral("0301"), 2026, QDate(2026, 3, 9)});
+    ASSERT_GE(rows.size(), 7u);
+    // The font name column holds 50 characters: a longer one is refused by the database...
+    rows[6].cFontName = QString(51, QLatin1Char('x'));
+    EXPECT_THROW(writeLayoutRows(*scratch, t, rows), DbError);
+    // ...and the rows before it are not left behind.
+    EXPECT_TRUE(readLayoutTable(*scratch, t).empty());
+    // A table name that is not one of ours is never put into a statement.
+    EXPECT_THROW(createLayoutTable(*scratch, QStringLiteral("TempPrint_1; drop table x")), DbError);
+}
+
+namespace {
+
+class PrintHost : public BackendTest {
+protected:
+    void SetUp() override
+    {
+        BackendTest::SetUp();
+        if (IsSkipped()) return;
+        if (hostExe().isEmpty())
+            GTEST_SKIP() << "QXPROSTRU_EXE is not set (run the tests through ctest)";
+        ASSERT_TRUE(dir.isValid());
+        db = openFreshCompany(backend(), &connection);
+        fillStructures(*db);
+    }
+
+    // No screen: the job must not need one.
+    HostRun run(const QStringList& args)
+    {
+        return runHost(args,
+                       {QStringLiteral("QX_SYSTEM_DIR=") + dir.filePath(QStringLiteral("sys")),
+                        QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("DISPLAY"),
+                        QStringLiteral("WAYLAND_DISPLAY")});
+    }
+
+    QTemporaryDir dir;
+    QString connection;
+    std::unique_ptr<Database> db;
+};
+
+}  // namespace
+
+TEST_P(PrintHost, WritesThePageOfOneStructure)
+{
+    const QString pdf = dir.filePath(QStringLiteral("p3.pdf"));
+    const HostRun r = run({connection, QStringLiteral("--pdf"), pdf, QStringLiteral("--structure"),
+                           QStringLiteral("P3")});
+    ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
+    EXPECT_TRUE(errorLines(r.err).isEmpty()) << r.err.toStdString();
+    const QString text = pdfText(pdf);
+    for (const char* s : {"父产品编码：P3", "父产品名称：成品三", "使用部门编码：D1", "【岚禾软件】",
+                          "C1", "零件一", "P2", "成品二"})
+        EXPECT_TRUE(text.contains(QString::fromUtf8(s))) << s << "\n" << text.toStdString();
+    EXPECT_FALSE(text.contains(QStringLiteral("零件二")));
+    // Nothing of the company changed.
+    EXPECT_EQ(countRows(*db, QStringLiteral("select count(*) from ProductStructures")), 5);
+}
+
+TEST_P(PrintHost, UnknownStructureExitsWithOneLine)
+{
+    const QString pdf = dir.filePath(QStringLiteral("none.pdf"));
+    const HostRun r = run({connection, QStringLiteral("--pdf"), pdf, QStringLiteral("--structure"),
+                           QStringLiteral("NOPE")});
+    EXPECT_NE(r.exitCode, 0);
+    EXPECT_NE(r.exitCode, -1);
+    EXPECT_EQ(errorLines(r.err), QStringList{QStringLiteral("产品结构不存在：NOPE")});
+    EXPECT_FALSE(QFile::exists(pdf));
+
+    // A file that cannot be written is named too.
+    const QString bad = dir.filePath(QStringLiteral("no/such/dir/x.pdf"));
+    const HostRun w = run({connection, QStringLiteral("--pdf"), bad, QStringLiteral("--structure"),
+                           QStringLiteral("P1")});
+    EXPECT_NE(w.exitCode, 0);
+    EXPECT_EQ(errorLines(w.err), QStringList{QStringLiteral("无法写入文件 ") + bad +
+                                             QStringLiteral("，请检查该文件能否写入后再试一次！")});
+}
+
+QX_INSTANTIATE_BACKENDS(PrintHost);
