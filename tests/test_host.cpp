@@ -20,6 +20,7 @@
 #include <QMessageBox>
 #include <QRegularExpression>
 #include <QTemporaryDir>
+#include <QTimer>
 #include <QTranslator>
 
 using namespace qx;
@@ -42,9 +43,9 @@ DbErrorKind failureOf(const std::function<void()>& write)
 
 class HostTest : public BackendTest {};
 
-// Qt's own texts after the host's start-up loading: the buttons of the component's message boxes
-// and the edit fields' context menu read Chinese.
-TEST(QtTranslations, MessageBoxButtonsAndEditMenuReadChinese)
+// The real message boxes after the host's start-up loading: they ask and tell with the component's
+// title, icon and buttons, and Qt's own texts (buttons, the edit fields' menu) read Chinese.
+TEST(QtTranslations, MessageBoxesAskAndTellWithChineseButtonsAndEditMenu)
 {
     test::ensureApplication();
     QTranslator* zh = installQtTranslations(*qApp);
@@ -53,13 +54,37 @@ TEST(QtTranslations, MessageBoxButtonsAndEditMenuReadChinese)
     const auto shown = [](const QString& text) {
         return QString(text).remove(QRegularExpression(QStringLiteral("\\(&.\\)"))).remove('&');
     };
-    QMessageBox ask(QMessageBox::Question, QStringLiteral("提示！"),
-                    QStringLiteral("确实要删去该子产品吗？"), QMessageBox::Yes | QMessageBox::No);
-    EXPECT_EQ(shown(ask.button(QMessageBox::Yes)->text()), QStringLiteral("是"));
-    EXPECT_EQ(shown(ask.button(QMessageBox::No)->text()), QStringLiteral("否"));
-    QMessageBox tell(QMessageBox::Information, QStringLiteral("提示！"),
-                     QStringLiteral("子产品未添加全，请修改！"), QMessageBox::Ok);
-    EXPECT_EQ(shown(tell.button(QMessageBox::Ok)->text()), QStringLiteral("确定"));
+    Prompter& boxes = Prompter::current();  // no script: the test presses the real buttons
+    struct Seen {
+        QString title, text;
+        QMessageBox::Icon icon = QMessageBox::NoIcon;
+        QStringList buttons;
+    } seen;
+    auto press = [&](QMessageBox::StandardButton which) {
+        QTimer::singleShot(0, [&seen, which, shown] {
+            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            ASSERT_NE(box, nullptr);
+            seen = {box->windowTitle(), box->text(), box->icon(), {}};
+            for (QAbstractButton* b : box->buttons()) seen.buttons << shown(b->text());
+            seen.buttons.sort();
+            box->button(which)->click();
+        });
+    };
+    press(QMessageBox::Yes);
+    EXPECT_TRUE(boxes.ask(QStringLiteral("确实要删除吗？"), QStringLiteral("提示！"),
+                          Prompter::Icon::Question));
+    EXPECT_EQ(seen.title, QStringLiteral("提示！"));
+    EXPECT_EQ(seen.icon, QMessageBox::Question);
+    EXPECT_EQ(seen.buttons, (QStringList{"否", "是"}));
+    press(QMessageBox::No);
+    EXPECT_FALSE(boxes.ask(QStringLiteral("问"), QStringLiteral("提示！"), Prompter::Icon::Information));
+    EXPECT_EQ(seen.icon, QMessageBox::Information);
+    press(QMessageBox::Ok);
+    boxes.inform(QStringLiteral("该记录刚被他人删除！"), QStringLiteral("提示！"));
+    EXPECT_EQ(seen.text, QStringLiteral("该记录刚被他人删除！"));
+    EXPECT_EQ(seen.icon, QMessageBox::Information);
+    EXPECT_EQ(seen.buttons, QStringList{"确定"});
+
     QLineEdit edit(QStringLiteral("P1"));
     std::unique_ptr<QMenu> menu(edit.createStandardContextMenu());
     QStringList entries;

@@ -13,6 +13,7 @@
 #include <QApplication>
 #include <QDialog>
 #include <QLabel>
+#include <QMouseEvent>
 #include <QSignalSpy>
 #include <QTableView>
 #include <QTemporaryDir>
@@ -541,5 +542,33 @@ TEST_P(ListWindowTest, CompanyMissingLookupTablesStillOpens)
 }
 
 QX_INSTANTIATE_BACKENDS(ListWindowTest);
+
+// The splitter: thirds at opening, the bar dragged with the mouse moves both grids, a resize gives
+// thirds again.
+TEST(ListSplitter, BarDraggedWithTheMouseAndResizeRestoresThirds)
+{
+    ensureApplication();
+    QTemporaryDir systemDir;
+    qputenv("QX_SYSTEM_DIR", systemDir.path().toUtf8());
+    FrmPS w;
+    w.resize(twipsToPixels(13500, &w), twipsToPixels(7500, &w));
+    w.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&w));
+    EXPECT_NEAR(pixelsToTwips(w.SupPS1()->width(), &w), pixelsToTwips(w.width(), &w) / 3, 20);
+    QWidget* bar = w.PicPS();
+    const int startX = bar->x();
+    QTest::mousePress(bar, Qt::LeftButton, {}, QPoint(1, 5));
+    QMouseEvent move(QEvent::MouseMove, QPointF(40, 5), bar->mapToGlobal(QPointF(40, 5)),
+                     Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(bar, &move);
+    QTest::mouseRelease(bar, Qt::LeftButton, {}, QPoint(1, 5));
+    EXPECT_NEAR(bar->x(), startX + 40, 1);
+    EXPECT_NEAR(w.SupPS1()->width(), bar->x(), 1);
+    EXPECT_NEAR(w.SupPS2()->x(), bar->x() + bar->width(), 1);
+    EXPECT_EQ(w.Label2()->x(), w.SupPS2()->x());
+    w.resize(w.width() + 30, w.height());
+    QApplication::processEvents();
+    EXPECT_NEAR(w.SupPS1()->width(), w.width() / 3, 2);
+}
 
 }  // namespace

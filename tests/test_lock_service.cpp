@@ -12,6 +12,8 @@
 
 #include <unistd.h>
 
+#include <climits>
+
 using namespace qx;
 
 namespace {
@@ -263,6 +265,27 @@ TEST_P(LockServiceTest, RecordLocksKeyTheTrimmedCodeAndRefuseNamingTheCommand)
     first.unlockRecord();
     EXPECT_TRUE(second.lockRecord(QStringLiteral("甲'|1"), KeyTrim::Both));
     second.unlockRecord();
+}
+
+// The name a lock shows: the computer's, cut to 30 bytes on a whole character.
+TEST(HostFacts, ComputerNameIsCutTo30BytesOnAWholeCharacter)
+{
+    const QByteArray old = qgetenv("QX_COMPUTER_NAME");
+    const QString han14 = QString(14, QChar(0x5de5));  // 28 bytes
+    const std::pair<QString, QString> cases[] = {
+        {han14 + QStringLiteral("abc"), han14 + QStringLiteral("ab")},
+        // The 15th Chinese character would straddle byte 30: left out whole.
+        {han14 + QStringLiteral("a") + QChar(0x4e2d), han14 + QStringLiteral("a")},
+        {QStringLiteral("WS-B"), QStringLiteral("WS-B")}};
+    for (const auto& [given, used] : cases) {
+        qputenv("QX_COMPUTER_NAME", given.toUtf8());
+        EXPECT_EQ(computerName(), used);
+    }
+    qunsetenv("QX_COMPUTER_NAME");
+    char host[HOST_NAME_MAX + 1] = {};
+    ASSERT_EQ(gethostname(host, sizeof host - 1), 0);
+    EXPECT_EQ(computerName(), QString::fromLocal8Bit(host).left(30));
+    if (!old.isNull()) qputenv("QX_COMPUTER_NAME", old);
 }
 
 QX_INSTANTIATE_BACKENDS(LockServiceTest);
