@@ -201,31 +201,31 @@ TEST_F(GridTest, MousePressesOnHeadingAndCellsCarryRowColumnAndButton)
     EXPECT_EQ(g.row(), 2);
 }
 
-TEST_F(GridEditTest, RefusalKeepsTheEditorWithTheTypedTextAndTheOldValue)
+// A refused cell keeps the editor with the typed text and the cell its old value, against Enter,
+// a click on another row and a move to another field; an accepted one stores the handler's text.
+TEST_F(GridEditTest, RefusedCellKeepsTheEditorUntilItIsPutRight)
 {
     handler.accept = false;
     type(QStringLiteral("ab"));
-    ASSERT_TRUE(grid->isEditing());
     ASSERT_NE(editor(), nullptr);
-    EXPECT_EQ(editor()->text(), QStringLiteral("ab"))
-        << "typing replaces the cell, spreadsheet-like";
-
+    EXPECT_EQ(editor()->text(), QStringLiteral("ab")) << "typing replaces the cell, spreadsheet-like";
     QTest::keyClick(editor(), Qt::Key_Return);
     ASSERT_EQ(handler.validated.size(), 1u);
     EXPECT_EQ(handler.validated[0], std::make_tuple(1, 1, QStringLiteral("ab")));
-    EXPECT_TRUE(grid->isEditing());
     ASSERT_NE(editor(), nullptr) << "focus stays in the editor";
     EXPECT_EQ(editor()->text(), QStringLiteral("ab"));
     EXPECT_EQ(grid->textMatrix(1, 1), QStringLiteral("OLD1"));
     EXPECT_EQ(grid->col(), 1) << "a refused Enter does not move on";
 
-    // A click on another row is refused too: the user must put the cell right first.
     QTest::mouseClick(grid->view()->viewport(), Qt::LeftButton, {}, cellCentre(3, 0));
     EXPECT_EQ(grid->row(), 1);
-    EXPECT_TRUE(grid->isEditing());
     EXPECT_EQ(handler.validated.size(), 2u);
-    EXPECT_FALSE(grid->finishEdit());
     EXPECT_TRUE(handler.left.empty()) << "the row pass waits for the cell";
+    QLineEdit* cellEditor = editor();
+    window.other->setFocus(Qt::MouseFocusReason);
+    EXPECT_EQ(handler.validated.size(), 3u);
+    EXPECT_EQ(QApplication::focusWidget(), cellEditor) << "a refused cell takes the focus back";
+    EXPECT_FALSE(grid->finishEdit());
 
     handler.accept = true;
     handler.replaceWith = QStringLiteral("名称");
@@ -233,31 +233,27 @@ TEST_F(GridEditTest, RefusalKeepsTheEditorWithTheTypedTextAndTheOldValue)
     EXPECT_FALSE(grid->isEditing());
     EXPECT_EQ(grid->textMatrix(1, 1), q("名称")) << "the handler's replacement is stored";
     EXPECT_EQ(grid->col(), 2) << "Tab moves right";
-    EXPECT_EQ(grid->row(), 1);
+    type(QStringLiteral("x"));
+    window.other->setFocus(Qt::MouseFocusReason);
+    EXPECT_EQ(grid->textMatrix(1, 2), QStringLiteral("名称"));
+    EXPECT_EQ(QApplication::focusWidget(), window.other) << "an accepted cell lets the focus go";
 }
 
-TEST_F(GridEditTest, RowLeavingVetoKeepsTheCurrentRow)
+// Leaving a row asks the handler, by key, click or Enter at the last column; moves within the row,
+// the window's own moves and removed rows ask nothing and end an edit without checking it.
+TEST_F(GridEditTest, RowLeavingIsAskedOnlyOfTheUsersMoves)
 {
     handler.allowLeave = false;
     QTest::keyClick(grid->view(), Qt::Key_Down);
-    EXPECT_EQ(grid->row(), 1);
-    ASSERT_EQ(handler.left.size(), 1u);
-    EXPECT_EQ(handler.left[0], 1);
-
     QTest::mouseClick(grid->view()->viewport(), Qt::LeftButton, {}, cellCentre(3, 1));
     EXPECT_EQ(grid->row(), 1);
-    EXPECT_EQ(handler.left.size(), 2u);
-
-    // Moving within the row asks nothing.
+    EXPECT_EQ(handler.left, (std::vector<int>{1, 1}));
     QTest::keyClick(grid->view(), Qt::Key_Right);
     EXPECT_EQ(grid->col(), 2);
     EXPECT_EQ(handler.left.size(), 2u);
-
-    // Enter at the last column goes on to the next row, through the same question.
     QTest::keyClick(grid->view(), Qt::Key_Return);
     EXPECT_EQ(grid->row(), 1);
     EXPECT_EQ(handler.left.size(), 3u);
-
     handler.allowLeave = true;
     QSignalSpy moved(grid, &Grid::currentRowChanged);
     QTest::keyClick(grid->view(), Qt::Key_Return);
@@ -265,54 +261,27 @@ TEST_F(GridEditTest, RowLeavingVetoKeepsTheCurrentRow)
     EXPECT_EQ(grid->col(), 0);
     ASSERT_EQ(moved.count(), 1);
     EXPECT_EQ(moved.at(0).at(0).toInt(), 2);
-}
 
-TEST_F(GridEditTest, LeavingTheGridForAnotherFieldChecksTheCell)
-{
-    handler.accept = false;
-    type(QStringLiteral("bad"));
-    QLineEdit* cellEditor = editor();
-    ASSERT_NE(cellEditor, nullptr);
-    window.other->setFocus(Qt::MouseFocusReason);
-    ASSERT_EQ(handler.validated.size(), 1u);
-    EXPECT_EQ(std::get<2>(handler.validated[0]), QStringLiteral("bad"));
-    EXPECT_TRUE(grid->isEditing());
-    EXPECT_EQ(QApplication::focusWidget(), cellEditor) << "a refused cell takes the focus back";
-
-    handler.accept = true;
-    window.other->setFocus(Qt::MouseFocusReason);
-    EXPECT_FALSE(grid->isEditing());
-    EXPECT_EQ(grid->textMatrix(1, 1), QStringLiteral("bad"));
-    EXPECT_EQ(QApplication::focusWidget(), window.other) << "an accepted cell lets the focus go";
-}
-
-TEST_F(GridEditTest, RemovingTheEditedRowEndsTheEditAndTheGridStillEdits)
-{
-    grid->setRow(2);
+    handler.left.clear();
     type(QStringLiteral("x"));
     ASSERT_TRUE(grid->isEditing());
     grid->removeRow(2);
     EXPECT_FALSE(grid->isEditing());
     EXPECT_EQ(grid->rows(), 3);
-    EXPECT_TRUE(handler.validated.empty()) << "a removed line is not checked";
-
     grid->setRow(1);
     grid->setCol(2);
     grid->startEdit();
-    EXPECT_TRUE(grid->isEditing());
     type(QStringLiteral("typed"));
     grid->setRow(2);  // the window's own move: no question, the typing is dropped
     EXPECT_FALSE(grid->isEditing());
     EXPECT_EQ(grid->textMatrix(1, 2), QString());
     EXPECT_TRUE(handler.left.empty());
-    EXPECT_TRUE(handler.validated.empty());
-
+    EXPECT_TRUE(handler.validated.empty()) << "a removed or left line is not checked";
     grid->startEdit();
-    ASSERT_TRUE(grid->isEditing());
     grid->setRows(1);
     EXPECT_FALSE(grid->isEditing());
     grid->addRow();
     grid->setRow(1);
     grid->startEdit();
-    EXPECT_TRUE(grid->isEditing());
+    EXPECT_TRUE(grid->isEditing()) << "the grid still edits";
 }
