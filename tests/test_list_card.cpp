@@ -187,10 +187,7 @@ TEST_P(ListCardTest, EditRefusedWhileAnotherWorkstationHoldsTheStructure)
     ASSERT_TRUE(elsewhere.lockRecord(QStringLiteral("P1"), KeyTrim::Both));
     w->dispatch(QStringLiteral("ButEdit"));
     EXPECT_EQ(seen.shown, 0);
-    ASSERT_EQ(prompter.shown.size(), 1u);
-    EXPECT_EQ(prompter.shown[0].text,
-              QStringLiteral("其他操作员正对本产品结构进行操作，请您稍后再试！"));
-    EXPECT_EQ(prompter.shown[0].title, QStringLiteral("提示！"));
+    EXPECT_EQ(boxes(prompter), QStringList{"其他操作员正对本产品结构进行操作，请您稍后再试！"});
     // No unlock was issued: the other workstation still holds it.
     EXPECT_EQ(lockRows(*db), 1);
     RecordLocks third(db.get(), QStringLiteral("THIRD-WS"));

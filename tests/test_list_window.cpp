@@ -417,14 +417,7 @@ TEST_P(ListWindowTest, EmptyCompanyShowsHeadersOnlyAndRefusesPrintingWithoutData
     w->dispatch(QStringLiteral("Butprint"));
     w->dispatch(QStringLiteral("Butpre"));
     w->dispatch(QStringLiteral("Butout"));
-    ASSERT_EQ(prompter.shown.size(), 3u);
-    EXPECT_EQ(prompter.shown[0].text, QStringLiteral("没有可供打印的数据！"));
-    EXPECT_EQ(prompter.shown[1].text, QStringLiteral("没有可供打印的数据！"));
-    EXPECT_EQ(prompter.shown[2].text, QStringLiteral("没有数据可以输出！"));
-    for (const auto& s : prompter.shown) {
-        EXPECT_EQ(s.title, QStringLiteral("提示！"));
-        EXPECT_FALSE(s.question);
-    }
+    EXPECT_EQ(boxes(prompter), (QStringList{"没有可供打印的数据！", "没有可供打印的数据！", "没有数据可以输出！"}));
     // Delete with no parent does nothing: no question, no lock asked.
     prompter.clear();
     QTest::keyClick(w->SupPS1()->view(), Qt::Key_Delete);

@@ -56,6 +56,15 @@ QString backendName(TestBackend backend)
     return backend == TestBackend::Sqlite ? QStringLiteral("Sqlite") : QStringLiteral("Postgres");
 }
 
+QStringList boxes(const ScriptedPrompter& prompter)
+{
+    QStringList out;
+    for (const auto& box : prompter.shown)
+        out << (box.question ? QStringLiteral("? ") : QString()) + box.text +
+                   (box.title == QStringLiteral("提示！") ? QString() : " [" + box.title + "]");
+    return out;
+}
+
 long long deadProcessId()
 {
     const pid_t child = fork();

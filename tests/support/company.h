@@ -4,6 +4,7 @@
 // database on the server named by $QX_TEST_PG, which scripts/test.sh starts).
 
 #include "platform/database.h"
+#include "platform/prompter.h"
 
 #include <gtest/gtest.h>
 
@@ -36,6 +37,10 @@ std::unique_ptr<Database> openFreshDatabase(TestBackend backend,
 // A fresh database with every table of a company (schema::createCompany), without data.
 std::unique_ptr<Database> openFreshCompany(TestBackend backend,
                                            QString* connectionString = nullptr);
+
+// What the scripted message boxes showed, one entry a box: "? text" for a question, the text alone
+// for a notice, and " [title]" after it when the title is not the component's "提示！".
+QStringList boxes(const ScriptedPrompter& prompter);
 
 // The id of a process that ran a moment ago and has ended.
 long long deadProcessId();
