@@ -15,6 +15,8 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QDir>
+#include <QFileInfo>
+#include <QImage>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMessageBox>
@@ -322,3 +324,31 @@ TEST_P(HostExecutable, FailuresAreOneLineOnStandardErrorAndANonZeroExit)
 }
 
 QX_INSTANTIATE_BACKENDS(HostExecutable);
+
+// The host executable renders the card: `--screenshot PNG --card CODE` and `--new-card`.
+TEST(HostCard, RendersTheCardOfAStructureAndANewCard)
+{
+    if (test::hostExe().isEmpty()) GTEST_SKIP() << "QXPROSTRU_EXE is not set (ctest sets it)";
+    QTemporaryDir dir;
+    const QString db = dir.filePath(QStringLiteral("demo.db"));
+    ASSERT_EQ(test::runHost({QStringLiteral("demo"), db}).exitCode, 0);
+
+    const QString card = dir.filePath(QStringLiteral("card.png"));
+    const test::HostRun shown = test::runHost({db, QStringLiteral("--screenshot"), card,
+                                   QStringLiteral("--card"), QStringLiteral("0101")});
+    EXPECT_EQ(shown.exitCode, 0) << shown.err.toStdString();
+    EXPECT_GT(QImage(card).width(), 300);
+
+    const QString fresh = dir.filePath(QStringLiteral("new.png"));
+    EXPECT_EQ(
+        test::runHost({db, QStringLiteral("--screenshot"), fresh, QStringLiteral("--new-card")}).exitCode,
+        0);
+    EXPECT_FALSE(QImage(fresh).isNull());
+
+    const QString none = dir.filePath(QStringLiteral("none.png"));
+    const test::HostRun unknown = test::runHost({db, QStringLiteral("--screenshot"), none,
+                                     QStringLiteral("--card"), QStringLiteral("NOPE")});
+    EXPECT_NE(unknown.exitCode, 0);
+    EXPECT_TRUE(unknown.err.contains(QStringLiteral("NOPE"))) << unknown.err.toStdString();
+    EXPECT_FALSE(QFileInfo::exists(none));
+}

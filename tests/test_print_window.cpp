@@ -1,5 +1,5 @@
-// Print, preview, output to a file and print set-up from the real list window, on SQLite
-// and PostgreSQL, with a scripted print control.
+// Print, preview, output to a file, print set-up and the column settings from the real list
+// window, on SQLite and PostgreSQL, with a scripted print control.
 
 #include "list/column_settings.h"
 #include "platform/print_control.h"
@@ -9,7 +9,12 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QCheckBox>
+#include <QDialogButtonBox>
 #include <QFile>
+#include <QPushButton>
+#include <QTableView>
+#include <QTimer>
 
 using namespace qx;
 using namespace qx::test;
@@ -85,14 +90,37 @@ TEST_P(PrintWindow, PrintGoesToThePrinterWithTheSelectedStructure)
     EXPECT_EQ(control->setups, 1);
 }
 
-TEST_P(PrintWindow, HiddenColumnsAreNeitherPrintedNorOutput)
+// Columns hidden in the column-settings dialog ("setItem") are hidden for the session, whichever
+// parent is selected, and neither printed nor output; Cancel keeps the choice before.
+TEST_P(PrintWindow, ColumnsHiddenInTheSettingsDialogAreNeitherShownPrintedNorOutput)
 {
     openWindow();
     ASSERT_TRUE(selectParent(QStringLiteral("P1")));
-    std::vector<bool> shown = columnVisibility(*window->SupPS2());
-    ASSERT_TRUE(shown[1]);
-    shown[1] = false;  // the child name
-    applyColumnVisibility(*window->SupPS2(), shown);
+    Grid& g = *window->SupPS2();
+    ASSERT_EQ(g.colWidth(1), 1200);
+    const auto settings = [&](int col, bool checked, QDialogButtonBox::StandardButton button) {
+        bool seen = false;
+        QTimer::singleShot(0, [&] {
+            auto* d = qobject_cast<ColumnSettingsDialog*>(QApplication::activeModalWidget());
+            if (!d) {
+                if (QWidget* w = QApplication::activeModalWidget()) w->close();  // never hang
+                return;
+            }
+            seen = true;
+            d->checkBox(col)->setChecked(checked);
+            d->findChild<QDialogButtonBox*>()->button(button)->click();
+        });
+        window->dispatch(QStringLiteral("setItem"));
+        EXPECT_TRUE(seen);
+    };
+    settings(1, false, QDialogButtonBox::Ok);  // the child name
+    settings(3, true, QDialogButtonBox::Ok);   // a free item hidden from the start
+    EXPECT_EQ(g.colWidth(1), 0);
+    EXPECT_EQ(g.colWidth(3), 1000);
+    EXPECT_EQ(g.textMatrix(1, 1), QStringLiteral("零件一")) << "only the widths change";
+    ASSERT_TRUE(selectParent(QStringLiteral("P3")));
+    EXPECT_EQ(g.colWidth(1), 0);
+    ASSERT_TRUE(selectParent(QStringLiteral("P1")));
 
     control->outputFile = outDir.filePath(QStringLiteral("p1.csv"));
     window->dispatch(QStringLiteral("Butout"));
@@ -104,12 +132,26 @@ TEST_P(PrintWindow, HiddenColumnsAreNeitherPrintedNorOutput)
     EXPECT_FALSE(csv.contains(QStringLiteral("零件一")));
     EXPECT_TRUE(csv.contains(QStringLiteral("\r\nC1,"))) << csv.toStdString();
     EXPECT_TRUE(csv.contains(QStringLiteral("父产品名称：成品一")));
-
     control->outputFile = outDir.filePath(QStringLiteral("p1.pdf"));
     window->dispatch(QStringLiteral("Butout"));
     const QString text = pdfText(control->outputFile);
     EXPECT_TRUE(text.contains(QStringLiteral("C2")));
     EXPECT_FALSE(text.contains(QStringLiteral("零件二")));
+
+    settings(1, true, QDialogButtonBox::Cancel);
+    EXPECT_EQ(g.colWidth(1), 0);
+    settings(1, true, QDialogButtonBox::Ok);
+    EXPECT_EQ(g.colWidth(1), 1200);
+    // A column left at the grid's default width comes back at the width it had on the screen.
+    std::vector<bool> shown = columnVisibility(g);
+    const int pixels = g.view()->columnWidth(12);
+    ASSERT_GT(pixels, 0);
+    shown[12] = false;
+    applyColumnVisibility(g, shown);
+    EXPECT_EQ(g.colWidth(12), 0);
+    shown[12] = true;
+    applyColumnVisibility(g, shown);
+    EXPECT_NEAR(g.view()->columnWidth(12), pixels, 1);
 }
 
 TEST_P(PrintWindow, ParentNameWithQuoteGivesTheLayoutMessage)
