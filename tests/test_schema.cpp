@@ -1,4 +1,4 @@
-// The company schema, its upgrades, and the demo company, on SQLite and PostgreSQL.
+// The company schema, its upgrades, the demo company and the common routines, on SQLite and PostgreSQL.
 
 #include "data/common.h"
 #include "data/schema.h"
@@ -125,3 +125,106 @@ TEST_P(SchemaTest, DemoCompanyIsCleanAndRepeatable)
 }
 
 QX_INSTANTIATE_BACKENDS(SchemaTest);
+
+// ---------------------------------------------------------------------------------------------
+// The common routines: number formats, the byte cut, the leading number, FindRecord.
+TEST(FormatNum, RoundsHalfAwayFromZeroOnTheDecimalsAsTyped)
+{
+    EXPECT_EQ(FormatNum(12, 3), "12.000");
+    EXPECT_EQ(FormatNum(2.675, 2), "2.68");  // binary 2.67499999...
+    EXPECT_EQ(FormatNum(1.005, 2), "1.01");  // binary 1.00499999...
+    EXPECT_EQ(FormatNum(0.125, 2), "0.13");
+    EXPECT_EQ(FormatNum(0.124999, 2), "0.12");
+    EXPECT_EQ(FormatNum(9.995, 2), "10.00");
+    EXPECT_EQ(FormatNum(99.5, 0), "100");
+    EXPECT_EQ(FormatNum(0.5, 0), "1");
+    EXPECT_EQ(FormatNum(0.0, 2), "0.00");
+    EXPECT_EQ(FormatNum(0.05, 1), "0.1");
+}
+
+TEST(FormatNum, WholeNumbersHaveNoGroupSeparatorsAndNegativesKeepTheirSign)
+{
+    EXPECT_EQ(FormatNum(1200000, 0), "1200000");
+    EXPECT_EQ(FormatNum(1200000, -1), "1200000");
+    EXPECT_EQ(FormatNum(123456789012345.0, 0), "123456789012345");
+    EXPECT_EQ(FormatNum(-2.675, 2), "-2.68");
+    EXPECT_EQ(FormatNum(-1.5, 0), "-2");
+    EXPECT_EQ(FormatNum(-12, 3), "-12.000");
+    // Rounded to nothing, a tiny negative shows no sign.
+    EXPECT_EQ(FormatNum(-0.001, 2), "0.00");
+}
+
+TEST(FormatWasteRate, KeepsThePointOnWholeNumbersAndAtMostEightDecimals)
+{
+    EXPECT_EQ(FormatWasteRate(3), "3.");
+    EXPECT_EQ(FormatWasteRate(0), "0.");
+    EXPECT_EQ(FormatWasteRate(0.125), "0.125");
+    EXPECT_EQ(FormatWasteRate(2.5), "2.5");
+    EXPECT_EQ(FormatWasteRate(1.123456789), "1.12345679");
+    EXPECT_EQ(FormatWasteRate(0.000000004), "0.");
+    EXPECT_EQ(FormatWasteRate(0.000000005), "0.00000001");
+    EXPECT_EQ(FormatWasteRate(-1.5), "-1.5");
+}
+
+TEST(CutByBytes, ChineseCountsTwoAndIsNeverSplit)
+{
+    const QString six = QStringLiteral("阿卜杜热合曼");
+    EXPECT_EQ(CutByBytes(six, 10), QStringLiteral("阿卜杜热合"));
+    EXPECT_EQ(CutByBytes(QStringLiteral("ab") + QStringLiteral("一二三四五"), 10),
+              QStringLiteral("ab一二三四"));
+    // A Chinese character straddling the limit is dropped whole.
+    EXPECT_EQ(CutByBytes(QStringLiteral("a一二三四五"), 10), QStringLiteral("a一二三四"));
+    EXPECT_EQ(CutByBytes(QStringLiteral("abcdefghijkl"), 10), QStringLiteral("abcdefghij"));
+    EXPECT_EQ(CutByBytes(QStringLiteral("张伟"), 10), QStringLiteral("张伟"));
+    EXPECT_EQ(CutByBytes(QString(), 10), QString());
+    EXPECT_EQ(CutByBytes(QStringLiteral("一"), 1), QString());
+    EXPECT_EQ(CutByBytes(QStringLiteral("abc"), 0), QString());
+    // Characters beyond the basic plane stay whole.
+    const QString face = QString::fromUcs4(U"\U0001F600x");
+    EXPECT_EQ(CutByBytes(face, 2), QString::fromUcs4(U"\U0001F600"));
+    EXPECT_EQ(CutByBytes(face, 1), QString());
+    // U+0080 is the first character that counts two.
+    EXPECT_EQ(CutByBytes(QString(QChar(0x7f)) + QChar(0x80), 2), QString(QChar(0x7f)));
+}
+
+TEST(LeadingNumber, ReadsTheNumberAtTheStartOfATypedText)
+{
+    EXPECT_EQ(LeadingNumber(QStringLiteral("12abc")), 12);
+    EXPECT_EQ(LeadingNumber(QStringLiteral("abc")), 0);
+    EXPECT_EQ(LeadingNumber(QString()), 0);
+    EXPECT_EQ(LeadingNumber(QStringLiteral("  3.5")), 3.5);
+    EXPECT_EQ(LeadingNumber(QStringLiteral("-2.25kg")), -2.25);
+    EXPECT_EQ(LeadingNumber(QStringLiteral("+7")), 7);
+    EXPECT_EQ(LeadingNumber(QStringLiteral(".5")), 0.5);
+    EXPECT_EQ(LeadingNumber(QStringLiteral("1e3x")), 1000);
+    EXPECT_EQ(LeadingNumber(QStringLiteral("1ex")), 1);
+    EXPECT_EQ(LeadingNumber(QStringLiteral("1.2.3")), 1.2);
+    EXPECT_EQ(LeadingNumber(QStringLiteral("1 2")), 12);
+    EXPECT_EQ(LeadingNumber(QStringLiteral("-")), 0);
+    EXPECT_EQ(LeadingNumber(QStringLiteral("５")), 0);  // a full-width digit is no number
+}
+
+class FindRecordTest : public BackendTest {};
+
+TEST_P(FindRecordTest, EmptyRecordsetFindsNothingAndFilledOneStopsOnTheRow)
+{
+    auto db = test::openFreshCompany(backend());
+    auto empty = db->openRecordset(QStringLiteral("department"), RecordsetType::Dynaset, kReadOnly);
+    EXPECT_FALSE(FindRecord(QStringLiteral("01"), *empty, QStringLiteral("cDepCode")));
+
+    db->execute(QStringLiteral("insert into department(cDepCode,cDepName,bDepEnd) values(?,?,?)"),
+                {QStringLiteral("01"), QStringLiteral("生产部"), 0});
+    db->execute(QStringLiteral("insert into department(cDepCode,cDepName,bDepEnd) values(?,?,?)"),
+                {QStringLiteral("0'2"), QStringLiteral("装配车间"), 1});
+    auto rs = db->openRecordset(QStringLiteral("department"), RecordsetType::Dynaset, kReadOnly);
+    rs->moveLast();
+    ASSERT_TRUE(FindRecord(QStringLiteral("01"), *rs, QStringLiteral("cdepcode")));
+    EXPECT_EQ(rs->field(QStringLiteral("cDepName")).toString(), QStringLiteral("生产部"));
+    // A quote in the value is a value, not syntax.
+    ASSERT_TRUE(FindRecord(QStringLiteral("0'2"), *rs, QStringLiteral("cDepCode")));
+    EXPECT_EQ(rs->field(QStringLiteral("cDepName")).toString(), QStringLiteral("装配车间"));
+    EXPECT_FALSE(FindRecord(QStringLiteral("0"), *rs, QStringLiteral("cDepCode")));
+    EXPECT_FALSE(FindRecord(QStringLiteral("' or '1'='1"), *rs, QStringLiteral("cDepCode")));
+}
+
+QX_INSTANTIATE_BACKENDS(FindRecordTest);
