@@ -27,11 +27,6 @@ using namespace qx::test;
 
 namespace {
 
-void exec(Database& db, const QString& sql, const QVariantList& params)
-{
-    db.execute(sql, params);
-}
-
 // P1 (成品一, 一车间) holds C1 and C2; P2 holds C1. P3 is an item without a structure.
 void fillCompany(Database& db)
 {
@@ -42,37 +37,30 @@ void fillCompany(Database& db)
                                   {"C1", "零件一", "S-C1", "个", "箱", 4.0, 2.5},
                                   {"C2", "零件二", QString(), "个", QString(), none, 1.0}};
     for (const QVariantList& i : items)
-        exec(db,
+        db.execute(
              QStringLiteral(
                  "insert into Inventory(cInvCode,cInvName,cInvStd,cInvM_Unit,cInvA_Unit,"
                  "iInvExchRate,iInvRCost,bFree1,bFree2,bService) values(?,?,?,?,?,?,?,0,0,0)"),
              i);
-    exec(db,
+    db.execute(
          QStringLiteral(
              "insert into department(cDepCode,cDepName,cDepPerson,bDepEnd) values(?,?,?,1)"),
          {"D1", "一车间", QString()});
-    exec(db,
+    db.execute(
          QStringLiteral(
              "insert into warehouse(cWhCode,cWhName,cWhValueStyle,cDepCode) values(?,?,?,?)"),
          {"W2", "成品库", "全月平均法", "D1"});
     for (const char* p : {"P1", "P2"})
-        exec(db, QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"),
+        db.execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"),
              {p, "D1"});
     const QVariantList lines[] = {{"P1", "C1", 8.0, 0.5, "W2", "D1"},
                                   {"P1", "C2", 2.0, none, "W2", QString()},
                                   {"P2", "C1", 1.0, none, "W2", QString()}};
     for (const QVariantList& l : lines)
-        exec(db,
+        db.execute(
              QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,iWasteRate,"
                             "cWhCode,cDepCode) values(?,?,?,?,?,?)"),
              l);
-}
-
-int lockRows(Database& db)
-{
-    auto rs = db.openRecordset(QStringLiteral("select count(*) from ") + LockService::tableName(),
-                               RecordsetType::Snapshot);
-    return rs->field(0).toInt();
 }
 
 // What the card looked like while it was open, and whether another workstation could lock.
@@ -277,12 +265,6 @@ TEST_P(ListCardTest, ASavedCopyAppearsInTheList)
     EXPECT_EQ(w->SupPS2()->textMatrix(1, 0), QStringLiteral("C1"));
 }
 
-QString stored(Database& db, const QString& sql, const QVariantList& params)
-{
-    auto rs = db.openRecordset(sql, RecordsetType::Snapshot, 0, params);
-    return rs->recordCount() == 0 ? QStringLiteral("<none>") : rs->field(0).toString();
-}
-
 TEST_P(ListCardTest, EveryDemoStructureSavesUnchangedAndFreeItemsAreStoredAsValues)
 {
     schema::createDemoCompany(*db);
@@ -304,11 +286,11 @@ TEST_P(ListCardTest, EveryDemoStructureSavesUnchangedAndFreeItemsAreStoredAsValu
     }
     EXPECT_EQ(seen.shown, 12);
     EXPECT_EQ(refused, QStringList());
-    EXPECT_EQ(stored(*db, QStringLiteral("select cFree1 from ProductStructures where cPSPCode=? "
+    EXPECT_EQ(firstValue(*db, QStringLiteral("select cFree1 from ProductStructures where cPSPCode=? "
                                          "and cPSCode=?"),
                      {QStringLiteral("0201"), QStringLiteral("0403")}),
               QStringLiteral("黑色"));
-    EXPECT_EQ(stored(*db, QStringLiteral("select count(*) from ProductStructures where cFree1 in "
+    EXPECT_EQ(firstValue(*db, QStringLiteral("select count(*) from ProductStructures where cFree1 in "
                                          "(select cAlias from userdefine) or cFree2 in (select "
                                          "cAlias from userdefine)"),
                      {}),
@@ -322,7 +304,7 @@ TEST_P(ListCardTest, EveryDemoStructureSavesUnchangedAndFreeItemsAreStoredAsValu
     refused.clear();
     w->dispatch(QStringLiteral("ButEdit"));
     EXPECT_EQ(refused, QStringList{QStringLiteral("0101:第6个子产品的颜色所填内容不存在，请修改！")});
-    EXPECT_EQ(stored(*db, QStringLiteral("select cFree1 from ProductStructures where cPSPCode=? "
+    EXPECT_EQ(firstValue(*db, QStringLiteral("select cFree1 from ProductStructures where cPSPCode=? "
                                          "and cPSCode=?"),
                      {QStringLiteral("0101"), QStringLiteral("0310")}),
               QStringLiteral("紫"));
@@ -331,13 +313,13 @@ TEST_P(ListCardTest, EveryDemoStructureSavesUnchangedAndFreeItemsAreStoredAsValu
 TEST_P(ListCardTest, EditOpensOnWhatIsStoredWhenTheLockIsGranted)
 {
     fillCompany(*db);
-    exec(*db, QStringLiteral("insert into department(cDepCode,cDepName,cDepPerson,bDepEnd) values(?,?,?,1)"),
+    db->execute(QStringLiteral("insert into department(cDepCode,cDepName,cDepPerson,bDepEnd) values(?,?,?,1)"),
          {QStringLiteral("D2"), QStringLiteral("二车间"), QString()});
     auto w = open();
     // Workstation B saves P1 (a quantity and the department) after this list was loaded.
-    exec(*other, QStringLiteral("update ProductStructures set iPSQuantity=? where cPSPCode=? and cPSCode=?"),
+    other->execute(QStringLiteral("update ProductStructures set iPSQuantity=? where cPSPCode=? and cPSCode=?"),
          {5.0, QStringLiteral("P1"), QStringLiteral("C1")});
-    exec(*other, QStringLiteral("update ProductStructure set cDepCode=? where cPSPCode=?"),
+    other->execute(QStringLiteral("update ProductStructure set cDepCode=? where cPSPCode=?"),
          {QStringLiteral("D2"), QStringLiteral("P1")});
     duringCard = [](FrmProStru& card) { card.dispatch(QStringLiteral("ButSave")); };
     w->dispatch(QStringLiteral("ButEdit"));
@@ -346,16 +328,16 @@ TEST_P(ListCardTest, EditOpensOnWhatIsStoredWhenTheLockIsGranted)
     EXPECT_EQ(seen.department, QStringLiteral("二车间"));
     EXPECT_EQ(seen.lines.at(0).at(ColQuantity), QStringLiteral("5.00"));
     // B's changes are still what is stored.
-    EXPECT_EQ(stored(*db, QStringLiteral("select iPSQuantity from ProductStructures where cPSPCode=? and cPSCode=?"),
+    EXPECT_EQ(firstValue(*db, QStringLiteral("select iPSQuantity from ProductStructures where cPSPCode=? and cPSCode=?"),
                      {QStringLiteral("P1"), QStringLiteral("C1")}).toDouble(),
               5.0);
-    EXPECT_EQ(stored(*db, QStringLiteral("select cDepCode from ProductStructure where cPSPCode=?"),
+    EXPECT_EQ(firstValue(*db, QStringLiteral("select cDepCode from ProductStructure where cPSPCode=?"),
                      {QStringLiteral("P1")}),
               QStringLiteral("D2"));
 
     // B deletes P2 meanwhile: no card, the list shows the truth, no lock is left.
-    exec(*other, QStringLiteral("delete from ProductStructures where cPSPCode=?"), {QStringLiteral("P2")});
-    exec(*other, QStringLiteral("delete from ProductStructure where cPSPCode=?"), {QStringLiteral("P2")});
+    other->execute(QStringLiteral("delete from ProductStructures where cPSPCode=?"), {QStringLiteral("P2")});
+    other->execute(QStringLiteral("delete from ProductStructure where cPSPCode=?"), {QStringLiteral("P2")});
     prompter.clear();
     w->SupPS1()->setRow(2);
     w->dispatch(QStringLiteral("ButEdit"));
@@ -370,16 +352,16 @@ TEST_P(ListCardTest, SavesLockUnderTheEditKeyAndTheCardGoesOnEditingUnderIt)
 {
     fillCompany(*db);
     // A code with a trailing blank: the edit and the save lock the same trimmed key.
-    exec(*db, QStringLiteral("insert into Inventory(cInvCode,cInvName,cInvM_Unit,bFree1,bFree2,bService) "
+    db->execute(QStringLiteral("insert into Inventory(cInvCode,cInvName,cInvM_Unit,bFree1,bFree2,bService) "
                              "values(?,?,?,0,0,0)"),
          {QStringLiteral("P4 "), QStringLiteral("成品四"), QStringLiteral("台")});
-    exec(*db, QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"),
+    db->execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"),
          {QStringLiteral("P4 "), QStringLiteral("D1")});
-    exec(*db, QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,cWhCode) values(?,?,?,?)"),
+    db->execute(QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,cWhCode) values(?,?,?,?)"),
          {QStringLiteral("P4 "), QStringLiteral("C2"), 1.0, QStringLiteral("W2")});
     auto w = open();
     const auto quantityOf = [&](const QString& parent) {
-        return stored(*db, QStringLiteral("select iPSQuantity from ProductStructures where cPSPCode=?"),
+        return firstValue(*db, QStringLiteral("select iPSQuantity from ProductStructures where cPSPCode=?"),
                       {parent}).toDouble();
     };
     struct Step {
@@ -434,15 +416,15 @@ TEST_P(ListCardTest, SavesLockUnderTheEditKeyAndTheCardGoesOnEditingUnderIt)
 TEST_P(ListCardTest, CopyFlagLivesOnlyAsLongAsTheCopyAndClosingReleasesLocks)
 {
     fillCompany(*db);
-    exec(*db, QStringLiteral("delete from ProductStructures"), {});
-    exec(*db, QStringLiteral("delete from ProductStructure"), {});
+    db->execute(QStringLiteral("delete from ProductStructures"));
+    db->execute(QStringLiteral("delete from ProductStructure"));
     auto w = open();
     w->dispatch(QStringLiteral("ButCopy"));  // nothing to copy
     EXPECT_FALSE(w->copyFlag);
     // Another workstation adds a structure; the list shows it.
-    exec(*other, QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"),
+    other->execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"),
          {QStringLiteral("P1"), QStringLiteral("D1")});
-    exec(*other, QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,cWhCode) "
+    other->execute(QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,cWhCode) "
                                 "values(?,?,?,?)"),
          {QStringLiteral("P1"), QStringLiteral("C1"), 1.0, QStringLiteral("W2")});
     w->dispatch(QStringLiteral("Butref"));

@@ -16,11 +16,6 @@ using qx::test::BackendTest;
 
 namespace {
 
-int count(Database& db, const QString& sql, const QVariantList& params = {})
-{
-    return db.openRecordset(sql, RecordsetType::Snapshot, 0, params)->field(0).toInt();
-}
-
 DbErrorKind failureOf(Database& db, const QString& sql, const QVariantList& params)
 {
     try {
@@ -77,7 +72,7 @@ TEST_P(SchemaTest, UpgradeOnACurrentTableChangesNothing)
     EXPECT_EQ(lines->field(QStringLiteral("iWasteRate")).toDouble(), 3.0);
     // Creating the company again over itself is harmless too.
     schema::createCompany(*db);
-    EXPECT_EQ(count(*db, QStringLiteral("select count(*) from ProductStructures")), 1);
+    EXPECT_EQ(qx::test::countRows(*db, QStringLiteral("select count(*) from ProductStructures")), 1);
 }
 
 TEST_P(SchemaTest, KeysTieLinesToTheirHeaderAndOrdersToTheirStructureButNotLinesToInventory)
@@ -92,7 +87,7 @@ TEST_P(SchemaTest, KeysTieLinesToTheirHeaderAndOrdersToTheirStructureButNotLines
     // A line of a parent without header is refused.
     EXPECT_EQ(failureOf(*db, kInsertLine, {QStringLiteral("GONE"), QStringLiteral("C"), 1.0}),
               DbErrorKind::RecordDeleted);
-    EXPECT_EQ(count(*db, QStringLiteral("select count(*) from ProductStructures where cPSPCode=?"),
+    EXPECT_EQ(qx::test::countRows(*db, QStringLiteral("select count(*) from ProductStructures where cPSPCode=?"),
                     {QStringLiteral("GONE")}),
               0);
 
@@ -101,7 +96,7 @@ TEST_P(SchemaTest, KeysTieLinesToTheirHeaderAndOrdersToTheirStructureButNotLines
     db->execute(QStringLiteral("delete from ProductStructures where cPSPCode=?"), {QStringLiteral("P")});
     EXPECT_EQ(failureOf(*db, QStringLiteral("delete from ProductStructure where cPSPCode=?"), {QStringLiteral("P")}),
               DbErrorKind::InUse);
-    EXPECT_EQ(count(*db, QStringLiteral("select count(*) from ProductStructure")), 1);
+    EXPECT_EQ(qx::test::countRows(*db, QStringLiteral("select count(*) from ProductStructure")), 1);
 }
 
 TEST_P(SchemaTest, DemoCompanyIsCleanAndRepeatable)
@@ -109,19 +104,19 @@ TEST_P(SchemaTest, DemoCompanyIsCleanAndRepeatable)
     auto db = test::openFreshDatabase(backend());
     schema::createDemoCompany(*db);
 
-    const int items = count(*db, QStringLiteral("select count(*) from Inventory"));
-    const int lines = count(*db, QStringLiteral("select count(*) from ProductStructures"));
+    const int items = qx::test::countRows(*db, QStringLiteral("select count(*) from Inventory"));
+    const int lines = qx::test::countRows(*db, QStringLiteral("select count(*) from ProductStructures"));
     // Four levels: bicycle, front wheel, rim, aluminium; the front wheel is shared.
     EXPECT_EQ(CollectAncestors(QStringLiteral("0407"), *db).codes,
               (QSet<QString>{"0301", "0202", "0203", "0101", "0102", "0103"}));
-    EXPECT_EQ(count(*db, QStringLiteral("select count(*) from ProductStructures where cPSCode=?"), {QStringLiteral("0202")}), 3);
+    EXPECT_EQ(qx::test::countRows(*db, QStringLiteral("select count(*) from ProductStructures where cPSCode=?"), {QStringLiteral("0202")}), 3);
 
     const VerifyReport report = verifyStructures(*db);
     EXPECT_TRUE(report.clean) << report.lines.join(QLatin1Char('\n')).toStdString();
 
     schema::createDemoCompany(*db);
-    EXPECT_EQ(count(*db, QStringLiteral("select count(*) from Inventory")), items);
-    EXPECT_EQ(count(*db, QStringLiteral("select count(*) from ProductStructures")), lines);
+    EXPECT_EQ(qx::test::countRows(*db, QStringLiteral("select count(*) from Inventory")), items);
+    EXPECT_EQ(qx::test::countRows(*db, QStringLiteral("select count(*) from ProductStructures")), lines);
 }
 
 QX_INSTANTIATE_BACKENDS(SchemaTest);

@@ -44,11 +44,6 @@ namespace {
 const QString kLost = "与账套数据库的连接已断开，所填内容仍然保留，请稍后再试！";
 const QString kFull = "磁盘空间不足，数据没有写入，请清理磁盘后再试！";
 
-int lockRows(Database& db)
-{
-    return countRows(db, "select count(*) from " + LockService::tableName());
-}
-
 double quantity(Database& db, const QString& parent, const QString& child)
 {
     auto rs =

@@ -1,5 +1,7 @@
 #include "support/company.h"
 
+#include "platform/lock_service.h"
+
 #include <QApplication>
 #include <QCoreApplication>
 #include <QDir>
@@ -54,6 +56,22 @@ std::vector<TestBackend> Backends() { return {TestBackend::Sqlite, TestBackend::
 QString backendName(TestBackend backend)
 {
     return backend == TestBackend::Sqlite ? QStringLiteral("Sqlite") : QStringLiteral("Postgres");
+}
+
+QString firstValue(Database& db, const QString& sql, const QVariantList& params)
+{
+    auto rs = db.openRecordset(sql, RecordsetType::Snapshot, 0, params);
+    return rs->recordCount() == 0 ? QStringLiteral("<none>") : rs->field(0).toString();
+}
+
+int countRows(Database& db, const QString& sql, const QVariantList& params)
+{
+    return firstValue(db, sql, params).toInt();
+}
+
+int lockRows(Database& db)
+{
+    return countRows(db, QStringLiteral("select count(*) from ") + LockService::tableName());
 }
 
 QStringList boxes(const ScriptedPrompter& prompter)

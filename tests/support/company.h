@@ -38,6 +38,12 @@ std::unique_ptr<Database> openFreshDatabase(TestBackend backend,
 std::unique_ptr<Database> openFreshCompany(TestBackend backend,
                                            QString* connectionString = nullptr);
 
+// The first column of the first row of a statement ("<none>" without rows), and as a count.
+QString firstValue(Database& db, const QString& sql, const QVariantList& params = {});
+int countRows(Database& db, const QString& sql, const QVariantList& params = {});
+// The rows of the record-lock table.
+int lockRows(Database& db);
+
 // What the scripted message boxes showed, one entry a box: "? text" for a question, the text alone
 // for a notice, and " [title]" after it when the title is not the component's "提示！".
 QStringList boxes(const ScriptedPrompter& prompter);

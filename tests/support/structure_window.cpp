@@ -56,12 +56,6 @@ void fillStructures(Database& db)
                {QStringLiteral("MO1"), QStringLiteral("P2"), 10.0});
 }
 
-int countRows(Database& db, const QString& sql, const QVariantList& params)
-{
-    auto rs = db.openRecordset(sql, RecordsetType::Snapshot, 0, params);
-    return rs->field(0).toInt();
-}
-
 QStringList gridColumn(const Grid& g, int col)
 {
     QStringList out;

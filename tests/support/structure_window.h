@@ -32,7 +32,6 @@ public:
 };
 
 void fillStructures(Database& db);
-int countRows(Database& db, const QString& sql, const QVariantList& params = {});
 QStringList gridColumn(const Grid& g, int col);
 
 class StructureWindowTest : public BackendTest {
