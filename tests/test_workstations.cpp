@@ -418,23 +418,14 @@ void store(Database& db, const QString& parent, const QList<Line>& lines)
             {parent, l.child, double(l.quantity), QStringLiteral("W2")});
 }
 
-// Every way the stored structures can be wrong, one text per finding.
+// Every way the stored structures can be wrong, one text per finding: the verification's own
+// findings, a child twice under one parent, a lock left behind.
 QStringList invariantViolations(Database& db)
 {
     QStringList out;
     const VerifyReport report = verifyStructures(db);
     if (!report.clean)
         for (const QString& l : report.lines) out << QStringLiteral("verify: ") + l;
-    for (const QStringList& r :
-         rows(db,
-              QStringLiteral("select h.cPSPCode from ProductStructure h where not exists "
-                             "(select 1 from ProductStructures l where l.cPSPCode = h.cPSPCode)")))
-        out << QStringLiteral("structure without lines: ") + r[0];
-    for (const QStringList& r :
-         rows(db, QStringLiteral(
-                      "select l.cPSPCode, l.cPSCode from ProductStructures l where not exists "
-                      "(select 1 from ProductStructure h where h.cPSPCode = l.cPSPCode)")))
-        out << QStringLiteral("line without header: ") + r.join(QLatin1String(" -> "));
     for (const QStringList& r :
          rows(db, QStringLiteral("select cPSPCode, cPSCode, count(*) from ProductStructures group "
                                  "by cPSPCode, cPSCode "
@@ -790,29 +781,24 @@ TEST_P(Workstations, TheCheckNamesWhatTheWorkstationsLeftWrong)
 
     SoakFigures f = judgeSoak(*db, dir.path(), 1, initial);
     f.violations << invariantViolations(*db);
-    const QString all = f.violations.join(QLatin1Char('\n'));
+    f.violations.sort();
+    EXPECT_EQ(f.violations.join('\n').toStdString(),
+              QStringList({"0101 is , last saves wrote <none>", "P1 is A2:2, last saves wrote A2:1",
+                           "X2 is X1:1;X3:1, last saves wrote X3:1",
+                           "lock left behind: P1 " + computerName() + " " + QString::number(::getpid()),
+                           "verify: 产品结构出现循环调用：X1 → X2 → X1", "verify: 产品结构没有子项：0101"})
+                  .join('\n')
+                  .toStdString());
     EXPECT_EQ(f.operations, 2);
     EXPECT_EQ(f.saved, 1);
-    EXPECT_TRUE(all.contains(QStringLiteral("P1 is A2:2, last saves wrote A2:1")))
-        << all.toStdString();
-    EXPECT_TRUE(all.contains(QStringLiteral("0101 is , last saves wrote <none>")))
-        << all.toStdString();
-    EXPECT_TRUE(all.contains(QStringLiteral("structure without lines: 0101"))) << all.toStdString();
-    EXPECT_TRUE(all.contains(QStringLiteral("verify: 产品结构出现循环调用：X1 → X2 → X1")))
-        << all.toStdString();
-    EXPECT_TRUE(all.contains(QStringLiteral("lock left behind: P1"))) << all.toStdString();
-    EXPECT_TRUE(all.contains(QStringLiteral("X2 is X1:1;X3:1, last saves wrote X3:1")))
-        << all.toStdString();
 
     // A second workstation was killed while it saved P1 as it now stands: that save may have
     // been written, so P1 is no longer wrong; a workstation without an end is.
     writeLog(2, {QStringLiteral("begin\t30\tedit\tP1\tA2:2"), QStringLiteral("killed\t40")});
     writeLog(3, {QStringLiteral("begin\t50\tdelete\tX3\t<none>")});
     f = judgeSoak(*db, dir.path(), 3, initial);
-    const QString after = f.violations.join(QLatin1Char('\n'));
-    EXPECT_FALSE(after.contains(QStringLiteral("P1 is"))) << after.toStdString();
-    EXPECT_TRUE(after.contains(QStringLiteral("workstation 3 did not finish its log")))
-        << after.toStdString();
+    EXPECT_FALSE(f.violations.join('\n').contains(QStringLiteral("P1 is"))) << "P1 may be as saved";
+    EXPECT_TRUE(f.violations.contains(QStringLiteral("workstation 3 did not finish its log")));
     EXPECT_EQ(f.killed, 1);
     EXPECT_EQ(f.killedInOperation, 1);
 }
