@@ -3,7 +3,7 @@
 #
 # Each fault ("mutant") in scripts/mutants.txt names a file, an exact snippet of it and the
 # snippet's replacement. The script copies the tracked files once to a scratch directory,
-# configures one Debug build there, then for each mutant: applies it to the scratch copy, builds,
+# configures one Debug build there (area libraries shared, so that a fault relinks one library), then for each mutant: applies it to the scratch copy, builds,
 # runs the SQLite tests (ctest; PostgreSQL cases skip) and restores the file from a pristine
 # copy. A mutant's test run stops at its first failing test. A mutant whose snippet is missing or not unique is reported as stale, never skipped
 # silently. The real work tree is only read.
@@ -128,7 +128,8 @@ main() {
 
     echo "scratch: $scratch"
     cmake -S "$src" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug \
-        -DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DQX_BUILD_BENCH=OFF >"$log/configure.log" 2>&1 ||
+        -DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DQX_BUILD_BENCH=OFF -DQX_SHARED_LIBS=ON \
+        >"$log/configure.log" 2>&1 ||
         { cat "$log/configure.log"; exit 1; }
     echo "building the unchanged tree ..."
     nice cmake --build "$build" -j"$jobs" >"$log/build-baseline.log" 2>&1 ||
