@@ -172,7 +172,6 @@ TEST_F(GridTest, MousePressesOnHeadingAndCellsCarryRowColumnAndButton)
     g.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&g));
     QSignalSpy pressed(&g, &Grid::mousePressed);
-    QSignalSpy doubled(&g, &Grid::cellDoubleClicked);
 
     QHeaderView* header = g.view()->horizontalHeader();
     const QPoint heading(header->sectionViewportPosition(1) + header->sectionSize(1) / 2,
@@ -180,8 +179,7 @@ TEST_F(GridTest, MousePressesOnHeadingAndCellsCarryRowColumnAndButton)
     QTest::mousePress(header->viewport(), Qt::LeftButton, {}, heading);
     QTest::mouseRelease(header->viewport(), Qt::LeftButton, {}, heading);
     ASSERT_EQ(pressed.count(), 1);
-    EXPECT_EQ(pressed.at(0).at(0).toInt(), 0) << "the heading is row 0";
-    EXPECT_EQ(pressed.at(0).at(1).toInt(), 1);
+    EXPECT_EQ(pressed.at(0).mid(0, 2), (QVariantList{0, 1})) << "the heading is row 0";
     EXPECT_EQ(pressed.at(0).at(2).value<Qt::MouseButton>(), Qt::LeftButton);
 
     // Grabbing a column's edge to widen it is not a press on the heading (it would sort).
@@ -193,20 +191,11 @@ TEST_F(GridTest, MousePressesOnHeadingAndCellsCarryRowColumnAndButton)
 
     const QPoint cell = g.view()->visualRect(g.view()->model()->index(1, 2)).center();
     QTest::mouseClick(g.view()->viewport(), Qt::RightButton, {}, cell);
-    ASSERT_GE(pressed.count(), 2);
-    EXPECT_EQ(pressed.at(1).at(0).toInt(), 2);
-    EXPECT_EQ(pressed.at(1).at(1).toInt(), 2);
+    ASSERT_EQ(pressed.count(), 2);
+    EXPECT_EQ(pressed.at(1).toList().mid(0, 2), (QVariantList{2, 2}));
     EXPECT_EQ(pressed.at(1).at(2).value<Qt::MouseButton>(), Qt::RightButton);
-
-    QTest::mouseClick(g.view()->viewport(), Qt::LeftButton, {}, cell);
-    QTest::mouseDClick(g.view()->viewport(), Qt::LeftButton, {}, cell);
-    ASSERT_EQ(doubled.count(), 1);
-    EXPECT_EQ(doubled.at(0).at(0).toInt(), 2);
-    EXPECT_EQ(g.row(), 2);
 }
 
-// A refused cell keeps the editor with the typed text and the cell its old value, against Enter,
-// a click on another row and a move to another field; an accepted one stores the handler's text.
 TEST_F(GridEditTest, RefusedCellKeepsTheEditorUntilItIsPutRight)
 {
     handler.accept = false;

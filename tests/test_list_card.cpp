@@ -209,7 +209,7 @@ TEST_P(ListCardTest, DoubleClickOnAParentEditsItButNotOnTheHeading)
     EXPECT_EQ(seen.shown, 1);
 }
 
-TEST_P(ListCardTest, CopyOpensANewStructureAndTheNextEditFixesTheCodeAgain)
+TEST_P(ListCardTest, CopyAndAddOpenANewStructureWithoutALockAndTheNextEditFixesTheCode)
 {
     fillCompany(*db);
     auto w = open();
@@ -230,17 +230,12 @@ TEST_P(ListCardTest, CopyOpensANewStructureAndTheNextEditFixesTheCodeAgain)
     EXPECT_FALSE(seen.adding);
     EXPECT_FALSE(seen.parentCodeEnabled);
     EXPECT_FALSE(seen.com1Enabled);
-}
 
-TEST_P(ListCardTest, AddOpensAnEmptyCardWithoutALock)
-{
-    fillCompany(*db);
-    auto w = open();
+    // F5 adds: an empty card with one empty line, and no lock either.
     QTest::keyClick(w->SupPS1()->view(), Qt::Key_F5);
-    ASSERT_EQ(seen.shown, 1);
+    ASSERT_EQ(seen.shown, 3);
     EXPECT_TRUE(seen.adding);
     EXPECT_EQ(seen.parentCode, QString());
-    // One empty line to type into.
     ASSERT_EQ(seen.lines.size(), 1u);
     EXPECT_EQ(seen.lines[0].join(QString()), QString());
     EXPECT_EQ(seen.lockRowsWhileOpen, 0);

@@ -47,7 +47,7 @@ protected:
 
 }  // namespace
 
-TEST_P(PrintWindow, WithoutPrinterPrintSaysSoWhilePreviewAndOutputWork)
+TEST_P(PrintWindow, PrintPreviewOutputAndSetUpWithAndWithoutAPrinter)
 {
     openWindow();
     ASSERT_TRUE(selectParent(QStringLiteral("P1")));
@@ -72,20 +72,27 @@ TEST_P(PrintWindow, WithoutPrinterPrintSaysSoWhilePreviewAndOutputWork)
         EXPECT_TRUE(text.contains(QString::fromUtf8(s))) << s << "\n" << text.toStdString();
     // Only the selected structure's lines are on the page.
     EXPECT_FALSE(text.contains(QStringLiteral("零件三")));
-}
 
-TEST_P(PrintWindow, PrintGoesToThePrinterWithTheSelectedStructure)
-{
-    openWindow();
+    // A file that cannot be written is named; a cancelled file question writes and says nothing.
+    control->outputFile = outDir.filePath(QStringLiteral("no/such/dir/out.csv"));
+    window->dispatch(QStringLiteral("Butout"));
+    EXPECT_EQ(boxes(prompter), QStringList{"无法写入文件 " + control->outputFile +
+                                           "，请检查该文件能否写入后再试一次！"});
+    prompter.clear();
+    control->outputFile.clear();
+    window->dispatch(QStringLiteral("Butout"));
+    EXPECT_TRUE(prompter.shown.empty());
+
+    // With a printer: the page of the structure selected now, and the print set-up.
     ASSERT_TRUE(selectParent(QStringLiteral("P3")));
+    control->printerInstalled = true;
     window->dispatch(QStringLiteral("Butprint"));
     EXPECT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
     ASSERT_EQ(control->printedPages.size(), 1u);
-    const QString text = pdfText(outDir.filePath(QStringLiteral("print.pdf")));
-    EXPECT_TRUE(text.contains(QStringLiteral("父产品编码：P3")));
-    EXPECT_TRUE(text.contains(QStringLiteral("成品二")));  // the line P2 by its name
-    EXPECT_FALSE(text.contains(QStringLiteral("零件二")));
-
+    const QString printed = pdfText(outDir.filePath(QStringLiteral("print.pdf")));
+    EXPECT_TRUE(printed.contains(QStringLiteral("父产品编码：P3")));
+    EXPECT_TRUE(printed.contains(QStringLiteral("成品二")));  // the line P2 by its name
+    EXPECT_FALSE(printed.contains(QStringLiteral("零件二")));
     window->dispatch(QStringLiteral("Butsetup"));
     EXPECT_EQ(control->setups, 1);
 }
@@ -208,21 +215,6 @@ TEST_P(PrintWindow, UnwritableDataDirectorySaysWhatFailedAndTheListKeepsWorking)
                         {QStringLiteral("P3")}),
               0);
     qputenv("QX_SYSTEM_DIR", systemDir.path().toUtf8());
-}
-
-TEST_P(PrintWindow, OutputToAFileThatCannotBeWrittenSaysSo)
-{
-    openWindow();
-    control->outputFile = outDir.filePath(QStringLiteral("no/such/dir/out.csv"));
-    window->dispatch(QStringLiteral("Butout"));
-    ASSERT_EQ(prompter.shown.size(), 1u);
-    EXPECT_EQ(prompter.shown[0].text, QStringLiteral("无法写入文件 ") + control->outputFile +
-                                          QStringLiteral("，请检查该文件能否写入后再试一次！"));
-    // A cancelled file question writes nothing and says nothing.
-    prompter.clear();
-    control->outputFile.clear();
-    window->dispatch(QStringLiteral("Butout"));
-    EXPECT_TRUE(prompter.shown.empty());
 }
 
 QX_INSTANTIATE_BACKENDS(PrintWindow);
