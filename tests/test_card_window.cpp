@@ -71,6 +71,14 @@ protected:
     void addLine() { key(Qt::Key_I, Qt::ControlModifier); }
 
     void open(bool adding = true) { card = openCard(*ctx, adding); }
+    // A new card for P1, its grid focused on a fresh line.
+    void openOnANewLineOfP1()
+    {
+        open();
+        typeField(card->EdtcPSPCode(), QStringLiteral("P1"));
+        card->SupPS()->view()->setFocus();
+        addLine();
+    }
 
     std::unique_ptr<FrmProStru> card;
     ScriptedPrompter prompter;
@@ -192,10 +200,7 @@ TEST_P(CardWindow, Com1PrefixNarrowsLaterChecks)
 
 TEST_P(CardWindow, TypedLineIsCheckedCellByCell)
 {
-    open();
-    typeField(card->EdtcPSPCode(), QStringLiteral("P1"));
-    card->SupPS()->view()->setFocus();
-    addLine();
+    openOnANewLineOfP1();
     ASSERT_EQ(card->SupPS()->rows(), 2);
     EXPECT_EQ(card->SupPS()->row(), 1);
 
@@ -276,10 +281,7 @@ TEST_P(CardWindow, RepeatBeforeCycleAndCycleAgainstStoredStructures)
 
 TEST_P(CardWindow, FreeItemCellsFollowTheItem)
 {
-    open();
-    typeField(card->EdtcPSPCode(), QStringLiteral("P1"));
-    card->SupPS()->view()->setFocus();
-    addLine();
+    openOnANewLineOfP1();
     typeCell(1, ColChildCode, QStringLiteral("A2"));
     // Locked: typing there opens no editor, and the pieces of an item without a rate neither.
     for (int col : {int(ColFree1), int(ColFree2), int(ColPieces), int(ColChildName)}) {
@@ -303,10 +305,7 @@ TEST_P(CardWindow, FreeItemCellsFollowTheItem)
 
 TEST_P(CardWindow, PlannedPriceRuleHoldsTheLine)
 {
-    open();
-    typeField(card->EdtcPSPCode(), QStringLiteral("P1"));
-    card->SupPS()->view()->setFocus();
-    addLine();
+    openOnANewLineOfP1();
     typeCell(1, ColChildCode, QStringLiteral("A2"));  // no planned price
     typeCell(1, ColQuantity, QStringLiteral("2"));
     typeCell(1, ColWarehouse, QStringLiteral("W1"));  // 原料库, valued at planned price
@@ -323,10 +322,7 @@ TEST_P(CardWindow, PlannedPriceRuleHoldsTheLine)
 
 TEST_P(CardWindow, LineReferencesAndTheMenu)
 {
-    open();
-    typeField(card->EdtcPSPCode(), QStringLiteral("P1"));
-    card->SupPS()->view()->setFocus();
-    addLine();
+    openOnANewLineOfP1();
     // F2 with "A" typed lists the items beginning with A; the pick is checked as if typed.
     Grid* g = card->SupPS();
     g->setCol(ColChildCode);
@@ -371,10 +367,7 @@ TEST_P(CardWindow, LineReferencesAndTheMenu)
 
 TEST_P(CardWindow, CommandKeysAndLineDeletion)
 {
-    open();
-    typeField(card->EdtcPSPCode(), QStringLiteral("P1"));
-    card->SupPS()->view()->setFocus();
-    addLine();
+    openOnANewLineOfP1();
     typeCell(1, ColChildCode, QStringLiteral("A1"));
     typeCell(1, ColQuantity, QStringLiteral("1"));
     typeCell(1, ColWarehouse, QStringLiteral("W2"));
@@ -499,10 +492,7 @@ TEST_P(CardWindow, NewCardOpensOnOneEmptyLineThatTabFromTheDepartmentEnters)
 
 TEST_P(CardWindow, RefusedSaveLeavesEveryCellAsTyped)
 {
-    open();
-    typeField(card->EdtcPSPCode(), QStringLiteral("P1"));
-    card->SupPS()->view()->setFocus();
-    addLine();
+    openOnANewLineOfP1();
     typeCell(1, ColChildCode, QStringLiteral("A3"));
     typeCell(1, ColPieces, QStringLiteral("1"));
     typeCell(1, ColWarehouse, QStringLiteral("W2"));

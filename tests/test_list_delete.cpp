@@ -168,7 +168,9 @@ TEST_P(ListDelete, LastLineIsRefusedBeforeAnyLock)
     EXPECT_EQ(window->SupPS2()->rows(), 2);
 }
 
-TEST_P(ListDelete, AnsweringNoChangesNothingAndReleasesTheLock)
+// Answering No, or a lock another workstation holds, changes nothing; the command gives back only
+// its own lock.
+TEST_P(ListDelete, AnswerNoAndALockHeldElsewhereChangeNothing)
 {
     openWindow();
     prompter.answers = {false};
@@ -184,11 +186,8 @@ TEST_P(ListDelete, AnsweringNoChangesNothingAndReleasesTheLock)
     EXPECT_EQ(lines(QStringLiteral("P1")), 2);
     EXPECT_EQ(window->SupPS2()->rows(), 3);
     EXPECT_TRUE(lockFree(QStringLiteral("P1")));
-}
 
-TEST_P(ListDelete, LockHeldElsewhereBlocksBothDeletions)
-{
-    openWindow();
+    prompter.clear();
     ASSERT_TRUE(lockElsewhere(QStringLiteral("P1")));
     prompter.answers = {true, true};
     deleteParent(QStringLiteral("P1"));

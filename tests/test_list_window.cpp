@@ -158,7 +158,7 @@ protected:
     ScriptedPrompter prompter;
 };
 
-TEST_P(ListWindowTest, LoadingCreatesCaptionTableOnceWithBuiltInWords)
+TEST_P(ListWindowTest, LoadingCreatesCaptionTableOnceAndRenamedWordsReachHeadingsAndTitle)
 {
     fillCompany(*db);
     ASSERT_FALSE(db->tableExists(QStringLiteral("CA_MenuDef")));
@@ -178,24 +178,18 @@ TEST_P(ListWindowTest, LoadingCreatesCaptionTableOnceWithBuiltInWords)
               (QStringList{"父项编码", "父项名称", "生产部门", "规格型号"}));
     EXPECT_EQ(headings(*again->SupPS2(), {0}), QStringList{"子项编码"});
     EXPECT_TRUE(prompter.shown.empty());
-}
+    again.reset();
 
-TEST_P(ListWindowTest, RenamedCaptionWordsReachHeadersAndTitle)
-{
-    fillCompany(*db);
-    schema::ensureMenuDef(*db);
-    db->execute(QStringLiteral("update ca_menudef set cNewMenu=? where cdefault=?"),
-                {QStringLiteral("产品"), QStringLiteral("父项")});
-    db->execute(QStringLiteral("update ca_menudef set cNewMenu=? where cdefault=?"),
-                {QStringLiteral("物料清单"), QStringLiteral("产品结构")});
-    // An empty new caption keeps the built-in word.
-    db->execute(QStringLiteral("update ca_menudef set cNewMenu=? where cdefault=?"),
-                {QString(""), QStringLiteral("子项")});
-    auto w = open();
-    EXPECT_EQ(headings(*w->SupPS1(), {0, 1}), (QStringList{"产品编码", "产品名称"}));
-    EXPECT_EQ(headings(*w->SupPS2(), {0, 1}), (QStringList{"子项编码", "子项名称"}));
-    EXPECT_EQ(w->windowTitle(), QStringLiteral("物料清单"));
-    EXPECT_EQ(w->context().sProStru, QStringLiteral("物料清单"));
+    // Renamed words reach the headings and the title; an empty new caption keeps the built-in word.
+    const QString rename = QStringLiteral("update ca_menudef set cNewMenu=? where cdefault=?");
+    db->execute(rename, {QStringLiteral("产品"), QStringLiteral("父项")});
+    db->execute(rename, {QStringLiteral("物料清单"), QStringLiteral("产品结构")});
+    db->execute(rename, {QString(""), QStringLiteral("子项")});
+    auto renamed = open();
+    EXPECT_EQ(headings(*renamed->SupPS1(), {0, 1}), (QStringList{"产品编码", "产品名称"}));
+    EXPECT_EQ(headings(*renamed->SupPS2(), {0, 1}), (QStringList{"子项编码", "子项名称"}));
+    EXPECT_EQ(renamed->windowTitle(), QStringLiteral("物料清单"));
+    EXPECT_EQ(renamed->context().sProStru, QStringLiteral("物料清单"));
     EXPECT_EQ(countRows(*db, QStringLiteral("select count(*) from ca_menudef")), 3);
 }
 
