@@ -40,20 +40,8 @@ protected:
         HostRun r = runHost(args, env());
         return {r.exitCode, r.out.trimmed(), r.err.trimmed()};
     }
-    QString file(const QString& name, const QByteArray& bytes)
-    {
-        const QString path = dir.filePath(name);
-        QFile f(path);
-        EXPECT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(bytes);
-        return path;
-    }
-    int count(const QString& from)
-    {
-        return db->openRecordset(QStringLiteral("select count(*) from ") + from, RecordsetType::Snapshot)
-            ->field(0)
-            .toInt();
-    }
+    QString file(const QString& name, const QByteArray& bytes) { return writeFile(dir.filePath(name), bytes); }
+    int count(const QString& from) { return countRows(*db, QStringLiteral("select count(*) from ") + from); }
     // Kills the job started with args once it holds a lock; the caller checks what it left.
     void killOnceLocked(const QStringList& args)
     {

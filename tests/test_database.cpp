@@ -141,12 +141,7 @@ TEST(DatabaseOpen, FailureNamesWhatFailedAndWhy)
 
     // A file that is no database is noticed at once, not at the first query of a window.
     QTemporaryDir dir;
-    const QString junk = dir.filePath(QStringLiteral("junk.db"));
-    {
-        QFile f(junk);
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(QByteArray(4096, 'x'));
-    }
+    const QString junk = qx::test::writeFile(dir.filePath(QStringLiteral("junk.db")), QByteArray(4096, 'x'));
     EXPECT_THROW(Database::open(junk), DbError);
 
     if (qx::test::postgresAvailable()) {

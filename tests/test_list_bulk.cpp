@@ -58,11 +58,7 @@ protected:
     }
     QString writeFile(const QString& name, const QString& text)
     {
-        const QString path = dir.filePath(name);
-        QFile f(path);
-        EXPECT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(text.toUtf8());
-        return path;
+        return qx::test::writeFile(dir.filePath(name), text.toUtf8());
     }
     static void click(QDialog& d, const QString& caption)
     {

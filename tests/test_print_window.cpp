@@ -188,11 +188,7 @@ TEST_P(PrintWindow, UnwritableDataDirectorySaysWhatFailedAndTheListKeepsWorking)
 {
     openWindow();
     // The data directory turns into something that cannot hold files.
-    const QString blocker = outDir.filePath(QStringLiteral("blocker"));
-    {
-        QFile f(blocker);
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-    }
+    const QString blocker = writeFile(outDir.filePath(QStringLiteral("blocker")), {});
     qputenv("QX_SYSTEM_DIR", (blocker + QStringLiteral("/data")).toUtf8());
     ASSERT_TRUE(selectParent(QStringLiteral("P1")));
     control->outputFile = outDir.filePath(QStringLiteral("never.csv"));

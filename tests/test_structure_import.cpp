@@ -328,14 +328,7 @@ QX_INSTANTIATE_BACKENDS(StructureImport);
 
 class SheetFiles : public ::testing::Test {
 protected:
-    QString write(const QString& name, const QByteArray& bytes)
-    {
-        const QString path = dir.filePath(name);
-        QFile f(path);
-        EXPECT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(bytes);
-        return path;
-    }
+    QString write(const QString& name, const QByteArray& bytes) { return writeFile(dir.filePath(name), bytes); }
     static QStringList flat(const SheetFile& f)
     {
         QStringList out;

@@ -760,9 +760,7 @@ TEST_P(Workstations, TheCheckNamesWhatTheWorkstationsLeftWrong)
 {
     const QHash<QString, QString> initial = storeSoakStart(*db);
     const auto writeLog = [&](int id, const QStringList& lines) {
-        QFile f(dir.filePath(QStringLiteral("ws%1.log").arg(id)));
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write((lines.join(QLatin1Char('\n')) + QLatin1Char('\n')).toUtf8());
+        writeFile(dir.filePath(QStringLiteral("ws%1.log").arg(id)), (lines.join('\n') + '\n').toUtf8());
     };
     writeLog(
         1, {QStringLiteral("begin\t10\tadd\tP1\tA2:1"), QStringLiteral("ok\t10\t20\tadd\tP1\tA2:1"),

@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 #include <QTemporaryDir>
 #include <QUrl>
 
@@ -67,6 +68,13 @@ QString firstValue(Database& db, const QString& sql, const QVariantList& params)
 int countRows(Database& db, const QString& sql, const QVariantList& params)
 {
     return firstValue(db, sql, params).toInt();
+}
+
+QString writeFile(const QString& path, const QByteArray& bytes)
+{
+    QFile f(path);
+    EXPECT_TRUE(f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size()) << path.toStdString();
+    return path;
 }
 
 int lockRows(Database& db)

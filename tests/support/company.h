@@ -41,6 +41,8 @@ std::unique_ptr<Database> openFreshCompany(TestBackend backend,
 // The first column of the first row of a statement ("<none>" without rows), and as a count.
 QString firstValue(Database& db, const QString& sql, const QVariantList& params = {});
 int countRows(Database& db, const QString& sql, const QVariantList& params = {});
+// Writes bytes to a new file at path (the test fails when it cannot); returns path.
+QString writeFile(const QString& path, const QByteArray& bytes);
 // The rows of the record-lock table.
 int lockRows(Database& db);
 
