@@ -7,7 +7,7 @@
 #include "platform/grid.h"
 #include "platform/lock_service.h"
 #include "platform/prompter.h"
-#include "support/company.h"
+#include "support/structure_window.h"
 
 #include <QAction>
 #include <QApplication>
@@ -114,13 +114,6 @@ QList<int> widths(const Grid& g, std::initializer_list<int> cols)
     return out;
 }
 
-QStringList column(const Grid& g, int col)
-{
-    QStringList out;
-    for (int r = 1; r < g.rows(); ++r) out << g.textMatrix(r, col);
-    return out;
-}
-
 class ListWindowTest : public BackendTest {
 protected:
     void SetUp() override
@@ -201,7 +194,7 @@ TEST_P(ListWindowTest, QuantityDecimalsDefaultAndConfigured)
         EXPECT_EQ(w->context().quantityDecimals, 2);
         // P1 is selected first after B1: select P1's lines.
         w->Ffliter(QStringLiteral("P1"));
-        EXPECT_EQ(column(*w->SupPS2(), 9), (QStringList{"2.00", "8.00", "1.50"}));
+        EXPECT_EQ(gridColumn(*w->SupPS2(), 9), (QStringList{"2.00", "8.00", "1.50"}));
     }
     setting(*db, QStringLiteral("AA"), QStringLiteral("19"), QStringLiteral("iStrsQuanDecDgt"),
             QStringLiteral("3"));
@@ -209,14 +202,14 @@ TEST_P(ListWindowTest, QuantityDecimalsDefaultAndConfigured)
         auto w = open();
         EXPECT_EQ(w->context().quantityDecimals, 3);
         w->Ffliter(QStringLiteral("P1"));
-        EXPECT_EQ(column(*w->SupPS2(), 9), (QStringList{"2.000", "8.000", "1.500"}));
+        EXPECT_EQ(gridColumn(*w->SupPS2(), 9), (QStringList{"2.000", "8.000", "1.500"}));
     }
     db->execute(QStringLiteral("update accinformation set cValue=? where cID=?"),
                 {QStringLiteral("0"), QStringLiteral("19")});
     {
         auto w = open();
         w->Ffliter(QStringLiteral("P1"));
-        EXPECT_EQ(column(*w->SupPS2(), 9), (QStringList{"2", "8", "2"}));
+        EXPECT_EQ(gridColumn(*w->SupPS2(), 9), (QStringList{"2", "8", "2"}));
     }
     // The system id in any letter case.
     db->execute(QStringLiteral("update accinformation set cSysID=?, cValue=? where cID=?"),
@@ -241,14 +234,14 @@ TEST_P(ListWindowTest, AuxiliaryUnitSwitchTrueFalseAbsent)
         EXPECT_EQ(w->SupPS2()->colKind(6), ColumnKind::Number);
         w->Ffliter(QStringLiteral("P1"));
         // B1 has no rate; C1: 8 / 4; C2 no rate.
-        EXPECT_EQ(column(*w->SupPS2(), 0), (QStringList{"B1", "C1", "C2"}));
-        EXPECT_EQ(column(*w->SupPS2(), 6), (QStringList{"", "2", ""}));
-        EXPECT_EQ(column(*w->SupPS2(), 7), (QStringList{"", "4", ""}));
-        EXPECT_EQ(column(*w->SupPS2(), 5), (QStringList{"", "箱", ""}));
+        EXPECT_EQ(gridColumn(*w->SupPS2(), 0), (QStringList{"B1", "C1", "C2"}));
+        EXPECT_EQ(gridColumn(*w->SupPS2(), 6), (QStringList{"", "2", ""}));
+        EXPECT_EQ(gridColumn(*w->SupPS2(), 7), (QStringList{"", "4", ""}));
+        EXPECT_EQ(gridColumn(*w->SupPS2(), 5), (QStringList{"", "箱", ""}));
         // A rate of 0: no pieces, the rate itself shown.
         w->Ffliter(QStringLiteral("B1"));
-        EXPECT_EQ(column(*w->SupPS2(), 6), (QStringList{""}));
-        EXPECT_EQ(column(*w->SupPS2(), 7), (QStringList{"0"}));
+        EXPECT_EQ(gridColumn(*w->SupPS2(), 6), (QStringList{""}));
+        EXPECT_EQ(gridColumn(*w->SupPS2(), 7), (QStringList{"0"}));
     }
     db->execute(QStringLiteral("update accinformation set cValue=? where cID=?"),
                 {QStringLiteral("FALSE"), QStringLiteral("22")});
@@ -290,30 +283,30 @@ TEST_P(ListWindowTest, ParentsSortedAndFirstParentsLinesShown)
     fillCompany(*db);
     auto w = open();
     const Grid& p = *w->SupPS1();
-    EXPECT_EQ(column(p, 0), (QStringList{"B1", "P1", "P2"}));
-    EXPECT_EQ(column(p, 1), (QStringList{"部件", "成品一", "成品二"}));
-    EXPECT_EQ(column(p, 2), (QStringList{"D1", "D1", "D1"}));
-    EXPECT_EQ(column(p, 3), (QStringList{"", "规格一", "规格二"}));
+    EXPECT_EQ(gridColumn(p, 0), (QStringList{"B1", "P1", "P2"}));
+    EXPECT_EQ(gridColumn(p, 1), (QStringList{"部件", "成品一", "成品二"}));
+    EXPECT_EQ(gridColumn(p, 2), (QStringList{"D1", "D1", "D1"}));
+    EXPECT_EQ(gridColumn(p, 3), (QStringList{"", "规格一", "规格二"}));
     // Loading selects the first parent and shows its lines.
     EXPECT_EQ(p.row(), 1);
     const Grid& c = *w->SupPS2();
-    EXPECT_EQ(column(c, 0), (QStringList{"C3"}));
+    EXPECT_EQ(gridColumn(c, 0), (QStringList{"C3"}));
     // Its department D9 is no end-level department: the code stays visible.
-    EXPECT_EQ(column(c, 13), (QStringList{"D9"}));
+    EXPECT_EQ(gridColumn(c, 13), (QStringList{"D9"}));
 
     w->Ffliter(QStringLiteral("P1"));
-    EXPECT_EQ(column(c, 0), (QStringList{"B1", "C1", "C2"}));
-    EXPECT_EQ(column(c, 1), (QStringList{"部件", "零件一", "零件二"}));
-    EXPECT_EQ(column(c, 2), (QStringList{"", "S-C1", ""}));
-    EXPECT_EQ(column(c, 8), (QStringList{"个", "个", "个"}));
+    EXPECT_EQ(gridColumn(c, 0), (QStringList{"B1", "C1", "C2"}));
+    EXPECT_EQ(gridColumn(c, 1), (QStringList{"部件", "零件一", "零件二"}));
+    EXPECT_EQ(gridColumn(c, 2), (QStringList{"", "S-C1", ""}));
+    EXPECT_EQ(gridColumn(c, 8), (QStringList{"个", "个", "个"}));
     // The waste rate keeps its point on a whole number; a null rate is an empty cell.
-    EXPECT_EQ(column(c, 10), (QStringList{"", "0.125", "3."}));
+    EXPECT_EQ(gridColumn(c, 10), (QStringList{"", "0.125", "3."}));
     // Warehouse and department by name.
-    EXPECT_EQ(column(c, 11), (QStringList{"", "原料库", "原料库"}));
-    EXPECT_EQ(column(c, 12), (QStringList{"张三", "张三", "张三"}));
-    EXPECT_EQ(column(c, 13), (QStringList{"", "一车间", "一车间"}));
-    EXPECT_EQ(column(c, 14), (QStringList{"装配", "装配", "装配"}));
-    EXPECT_EQ(column(c, 15), (QStringList{"10", "2.5", ""}));
+    EXPECT_EQ(gridColumn(c, 11), (QStringList{"", "原料库", "原料库"}));
+    EXPECT_EQ(gridColumn(c, 12), (QStringList{"张三", "张三", "张三"}));
+    EXPECT_EQ(gridColumn(c, 13), (QStringList{"", "一车间", "一车间"}));
+    EXPECT_EQ(gridColumn(c, 14), (QStringList{"装配", "装配", "装配"}));
+    EXPECT_EQ(gridColumn(c, 15), (QStringList{"10", "2.5", ""}));
 }
 
 TEST_P(ListWindowTest, SelectionRefillsChildGridAndChildDoubleClickSelectsItsStructure)
@@ -322,7 +315,7 @@ TEST_P(ListWindowTest, SelectionRefillsChildGridAndChildDoubleClickSelectsItsStr
     auto w = open(false, true);
     Grid& p = *w->SupPS1();
     p.setRow(2);  // P1, as a click on the row does
-    EXPECT_EQ(column(*w->SupPS2(), 0), (QStringList{"B1", "C1", "C2"}));
+    EXPECT_EQ(gridColumn(*w->SupPS2(), 0), (QStringList{"B1", "C1", "C2"}));
     EXPECT_TRUE(w->Label2()->text().contains(QStringLiteral("P1")));
     // The child B1 has its own structure: a double-click on its line selects it.
     QTableView* view = w->SupPS2()->view();
@@ -332,10 +325,10 @@ TEST_P(ListWindowTest, SelectionRefillsChildGridAndChildDoubleClickSelectsItsStr
     QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, cell.center());
     EXPECT_EQ(p.row(), 1);
     EXPECT_EQ(p.textMatrix(p.row(), 0), QStringLiteral("B1"));
-    EXPECT_EQ(column(*w->SupPS2(), 0), (QStringList{"C3"}));
+    EXPECT_EQ(gridColumn(*w->SupPS2(), 0), (QStringList{"C3"}));
     // A child without a structure of its own leaves the selection alone.
     p.setRow(3);
-    ASSERT_EQ(column(*w->SupPS2(), 0), (QStringList{"C1"}));
+    ASSERT_EQ(gridColumn(*w->SupPS2(), 0), (QStringList{"C1"}));
     QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, cell.center());
     QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, cell.center());
     EXPECT_EQ(p.row(), 3);
@@ -349,23 +342,23 @@ TEST_P(ListWindowTest, HeaderClickSortsTheGrids)
     parent.reset();
     auto w = open(false, true);
     emit w->SupPS1()->mousePressed(0, 1, Qt::LeftButton);
-    EXPECT_EQ(column(*w->SupPS1(), 0), (QStringList{"P2", "P1", "B1"}));
+    EXPECT_EQ(gridColumn(*w->SupPS1(), 0), (QStringList{"P2", "P1", "B1"}));
     // The lines shown belong to the parent under the selection.
     const QHash<QString, QString> firstLine{{"P2", "C1"}, {"P1", "B1"}, {"B1", "C3"}};
     const Grid& p = *w->SupPS1();
     EXPECT_EQ(w->SupPS2()->textMatrix(1, 0), firstLine.value(p.textMatrix(p.row(), 0)));
     // A press on a data row does not sort.
     emit w->SupPS1()->mousePressed(1, 0, Qt::LeftButton);
-    EXPECT_EQ(column(*w->SupPS1(), 0), (QStringList{"P2", "P1", "B1"}));
+    EXPECT_EQ(gridColumn(*w->SupPS1(), 0), (QStringList{"P2", "P1", "B1"}));
     emit w->SupPS1()->mousePressed(0, 0, Qt::LeftButton);
-    EXPECT_EQ(column(*w->SupPS1(), 0), (QStringList{"B1", "P1", "P2"}));
+    EXPECT_EQ(gridColumn(*w->SupPS1(), 0), (QStringList{"B1", "P1", "P2"}));
 
     w->Ffliter(QStringLiteral("P1"));
     emit w->SupPS2()->mousePressed(0, 1, Qt::LeftButton);
-    EXPECT_EQ(column(*w->SupPS2(), 1), (QStringList{"部件", "零件一", "零件二"}));
+    EXPECT_EQ(gridColumn(*w->SupPS2(), 1), (QStringList{"部件", "零件一", "零件二"}));
     // Only columns 0 to 4 of the child grid sort.
     emit w->SupPS2()->mousePressed(0, 10, Qt::LeftButton);
-    EXPECT_EQ(column(*w->SupPS2(), 10), (QStringList{"", "0.125", "3."}));
+    EXPECT_EQ(gridColumn(*w->SupPS2(), 10), (QStringList{"", "0.125", "3."}));
 }
 
 TEST_P(ListWindowTest, HeadingClickSortsNumbersAsNumbersWhileTheFillSortsTexts)
@@ -382,14 +375,14 @@ TEST_P(ListWindowTest, HeadingClickSortsNumbersAsNumbersWhileTheFillSortsTexts)
                    QStringLiteral("D1"));
     }
     auto w = open(false, true);
-    EXPECT_EQ(column(*w->SupPS1(), 0), (QStringList{"10", "100", "9", "B1", "P1", "P2"}));
+    EXPECT_EQ(gridColumn(*w->SupPS1(), 0), (QStringList{"10", "100", "9", "B1", "P1", "P2"}));
     emit w->SupPS1()->mousePressed(0, 0, Qt::LeftButton);
-    EXPECT_EQ(column(*w->SupPS1(), 0), (QStringList{"9", "10", "100", "B1", "P1", "P2"}));
+    EXPECT_EQ(gridColumn(*w->SupPS1(), 0), (QStringList{"9", "10", "100", "B1", "P1", "P2"}));
 
     w->Ffliter(QStringLiteral("P2"));
-    EXPECT_EQ(column(*w->SupPS2(), 0), (QStringList{"10", "100", "9", "C1"}));
+    EXPECT_EQ(gridColumn(*w->SupPS2(), 0), (QStringList{"10", "100", "9", "C1"}));
     emit w->SupPS2()->mousePressed(0, 0, Qt::LeftButton);
-    EXPECT_EQ(column(*w->SupPS2(), 0), (QStringList{"9", "10", "100", "C1"}));
+    EXPECT_EQ(gridColumn(*w->SupPS2(), 0), (QStringList{"9", "10", "100", "C1"}));
 }
 
 TEST_P(ListWindowTest, EmptyCompanyShowsHeadersOnlyAndRefusesPrintingWithoutData)
@@ -449,12 +442,12 @@ TEST_P(ListWindowTest, MovementCommandsChangeNothingAndRefreshReadsNewStructures
     fillCompany(*db);
     auto w = open(false, true);
     w->SupPS1()->setRow(2);
-    const QStringList lines = column(*w->SupPS2(), 0);
+    const QStringList lines = gridColumn(*w->SupPS2(), 0);
     for (const char* key : {"Butfirst", "Butprivous", "Butnext", "Butlast", "NoSuchKey"}) {
         w->dispatch(QString::fromLatin1(key));
         EXPECT_EQ(w->SupPS1()->row(), 2) << key;
         EXPECT_EQ(w->SupPS1()->rows(), 4) << key;
-        EXPECT_EQ(column(*w->SupPS2(), 0), lines) << key;
+        EXPECT_EQ(gridColumn(*w->SupPS2(), 0), lines) << key;
     }
     EXPECT_TRUE(prompter.shown.empty());
 
@@ -465,11 +458,11 @@ TEST_P(ListWindowTest, MovementCommandsChangeNothingAndRefreshReadsNewStructures
     insertLine(*db, QStringLiteral("A0"), QStringLiteral("C2"), 1.0, kNull, QString(), QString());
     EXPECT_EQ(w->SupPS1()->rows(), 4);
     w->dispatch(QStringLiteral("Butref"));
-    EXPECT_EQ(column(*w->SupPS1(), 0), (QStringList{"A0", "B1", "P1", "P2"}));
+    EXPECT_EQ(gridColumn(*w->SupPS1(), 0), (QStringList{"A0", "B1", "P1", "P2"}));
     EXPECT_EQ(w->SupPS1()->textMatrix(w->SupPS1()->row(), 0), QStringLiteral("P1"));
-    EXPECT_EQ(column(*w->SupPS2(), 0), lines);
+    EXPECT_EQ(gridColumn(*w->SupPS2(), 0), lines);
     w->Ffliter(QStringLiteral("A0"));
-    EXPECT_EQ(column(*w->SupPS2(), 0), (QStringList{"C2"}));
+    EXPECT_EQ(gridColumn(*w->SupPS2(), 0), (QStringList{"C2"}));
     // A code with no lines empties the child grid.
     w->Ffliter(QStringLiteral("no'such|code"));
     EXPECT_EQ(w->SupPS2()->rows(), 1);
@@ -496,7 +489,7 @@ TEST_P(ListWindowTest, ReadOnlyDisablesAddDeleteAndCopy)
     EXPECT_EQ(w->SupPS1()->rows(), 4);
     // Browsing works as ever.
     w->SupPS1()->setRow(2);
-    EXPECT_EQ(column(*w->SupPS2(), 0), (QStringList{"B1", "C1", "C2"}));
+    EXPECT_EQ(gridColumn(*w->SupPS2(), 0), (QStringList{"B1", "C1", "C2"}));
 }
 
 TEST_P(ListWindowTest, CompanyMissingLookupTablesStillOpens)
@@ -514,10 +507,10 @@ TEST_P(ListWindowTest, CompanyMissingLookupTablesStillOpens)
     EXPECT_NE(w->context().inventory, nullptr);
     EXPECT_EQ(w->context().quantityDecimals, 2);
     EXPECT_FALSE(w->context().HaveFree1);
-    EXPECT_EQ(column(*w->SupPS1(), 0), (QStringList{"B1", "P1", "P2"}));
+    EXPECT_EQ(gridColumn(*w->SupPS1(), 0), (QStringList{"B1", "P1", "P2"}));
     w->Ffliter(QStringLiteral("P1"));
     // Without the warehouse table the codes stand where the names would.
-    EXPECT_EQ(column(*w->SupPS2(), 11), (QStringList{"", "W1", "W1"}));
+    EXPECT_EQ(gridColumn(*w->SupPS2(), 11), (QStringList{"", "W1", "W1"}));
     EXPECT_TRUE(prompter.shown.empty());
 }
 
