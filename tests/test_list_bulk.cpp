@@ -7,6 +7,7 @@
 #include "platform/grid.h"
 #include "platform/prompter.h"
 #include "support/card_fixture.h"
+#include "support/structure_window.h"
 
 #include <QAction>
 #include <QApplication>
@@ -47,14 +48,7 @@ protected:
     std::unique_ptr<FrmPS> open(bool readOnly = false)
     {
         hosts.push_back(std::make_unique<QXProStru>());
-        QXProStru& host = *hosts.back();
-        EXPECT_TRUE(host.Init(*db, readOnly));
-        auto w = std::make_unique<FrmPS>();
-        w->setDatabase(db.get());
-        w->setRecordsets(host.parentRecords(), host.childRecords(), host.joinedRecords());
-        w->setReadOnly(readOnly);
-        w->load();
-        return w;
+        return openList(*db, *hosts.back(), readOnly);
     }
     QString writeFile(const QString& name, const QString& text)
     {

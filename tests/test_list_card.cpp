@@ -10,7 +10,7 @@
 #include "platform/lock_service.h"
 #include "platform/prompter.h"
 #include "shared/record_lock.h"
-#include "support/company.h"
+#include "support/structure_window.h"
 
 #include <QAction>
 #include <QHeaderView>
@@ -91,12 +91,7 @@ protected:
     std::unique_ptr<FrmPS> open(bool readOnly = false)
     {
         host = std::make_unique<QXProStru>();
-        EXPECT_TRUE(host->Init(*db, readOnly));
-        auto w = std::make_unique<FrmPS>();
-        w->setDatabase(db.get());
-        w->setReadOnly(readOnly);
-        w->setRecordsets(host->parentRecords(), host->childRecords(), host->joinedRecords());
-        w->load();
+        auto w = openList(*db, *host, readOnly);
         w->showCard = [this](FrmProStru& card) {
             ++seen.shown;
             seen.adding = card.adding;

@@ -55,14 +55,11 @@ double quantity(Database& db, const QString& parent, const QString& child)
 // The list window over a company, as the host hands it over.
 struct ListOnCompany {
     QXProStru host;
-    FrmPS window;
+    std::unique_ptr<FrmPS> owned;
+    FrmPS& window;
     ListOnCompany(Database& db, bool readOnly = false, bool unwritable = false)
+        : owned(openList(db, host, readOnly, unwritable)), window(*owned)
     {
-        EXPECT_TRUE(host.Init(db, readOnly));
-        window.setDatabase(&db);
-        window.setReadOnly(readOnly, unwritable);
-        window.setRecordsets(host.parentRecords(), host.childRecords(), host.joinedRecords());
-        window.load();
     }
     bool select(const QString& code)
     {

@@ -63,6 +63,17 @@ QStringList gridColumn(const Grid& g, int col)
     return out;
 }
 
+std::unique_ptr<FrmPS> openList(Database& db, QXProStru& host, bool readOnly, bool unwritable)
+{
+    EXPECT_TRUE(host.Init(db, readOnly));
+    auto w = std::make_unique<FrmPS>();
+    w->setDatabase(&db);
+    w->setReadOnly(readOnly, unwritable);
+    w->setRecordsets(host.parentRecords(), host.childRecords(), host.joinedRecords());
+    w->load();
+    return w;
+}
+
 void StructureWindowTest::SetUp()
 {
     BackendTest::SetUp();

@@ -33,6 +33,9 @@ public:
 
 void fillStructures(Database& db);
 QStringList gridColumn(const Grid& g, int col);
+// The list window over db as the host hands it over: Init, the host's recordsets, loaded (not shown).
+std::unique_ptr<FrmPS> openList(Database& db, QXProStru& host, bool readOnly = false,
+                                bool unwritable = false);
 
 class StructureWindowTest : public BackendTest {
 protected:
