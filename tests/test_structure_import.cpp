@@ -214,6 +214,61 @@ TEST_P(StructureImport, HostileCellsAreRefusedNamingRowAndColumn)
     EXPECT_EQ(tableCount("ProductStructures"), 3);
 }
 
+// Loops closed through stored structures several levels below a file's child, through another
+// parent of the file, and through a structure the file replaces (its new lines count, its stored
+// ones do not) or keeps (refused, its stored lines still stand).
+TEST_P(StructureImport, LoopsThroughStoredStructuresBelowTheFilesChildren)
+{
+    const QString item = QStringLiteral(
+        "insert into Inventory(cInvCode,cInvName,cInvM_Unit,iInvRCost,bFree1,bFree2,bService) "
+        "values(?,?,?,?,0,0,0)");
+    for (const char* code : {"L1", "L2", "L3", "L4", "L5", "L6"})
+        db->execute(item, {QString::fromLatin1(code), QStringLiteral("链"), QStringLiteral("件"), 1.0});
+    // Stored: L1 -> L2 -> L3 -> L4 -> L5.
+    for (int i = 1; i <= 4; ++i) {
+        const QString parent = QStringLiteral("L%1").arg(i);
+        db->execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"),
+                    {parent, QStringLiteral("D1")});
+        db->execute(QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,cWhCode) "
+                                   "values(?,?,?,?)"),
+                    {parent, QStringLiteral("L%1").arg(i + 1), 1.0, QStringLiteral("W2")});
+    }
+    const char* loop = "所填的产品结构出现循环调用，请修改！";
+    const char* defined = "所填父项编码已定义过，请修改！";
+    struct Case {
+        QStringList rows;
+        bool replace;
+        std::vector<Expected> refused;  // none: checked
+    };
+    const Case cases[] = {
+        {{"L5,,L1,,,,1,,W2,,,"}, false, {{2, "子项编码", "L1", loop}}},
+        {{"L6,,L1,,,,1,,W2,,,", "L5,,L6,,,,1,,W2,,,"}, false,
+         {{2, "子项编码", "L1", loop}, {3, "子项编码", "L6", loop}}},
+        {{"L4,,A2,,,,1,,W2,,,", "L5,,L1,,,,1,,W2,,,"}, true, {}},
+        {{"L4,,A2,,,,1,,W2,,,", "L5,,L1,,,,1,,W2,,,"}, false,
+         {{2, "父项编码", "L4", defined}, {3, "子项编码", "L1", loop}}},
+        {{"L3,,L1,,,,1,,W2,,,"}, true, {{2, "子项编码", "L1", loop}}},
+        {{"L2,,L4,,,,1,,W2,,,", "L5,,L1,,,,1,,W2,,,"}, true,
+         {{2, "子项编码", "L4", loop}, {3, "子项编码", "L1", loop}}},
+        {{"L5,,L6,,,,1,,W2,,,"}, false, {}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.rows.join(QLatin1Char('/')).toStdString());
+        ImportOptions options;
+        options.replace = c.replace;
+        options.dryRun = true;
+        const ImportResult r = run(QStringList{kHeader} + c.rows, options);
+        EXPECT_EQ(r.outcome, c.refused.empty() ? ImportResult::Outcome::Checked : ImportResult::Outcome::Refused);
+        ASSERT_EQ(r.refusals.size(), c.refused.size()) << r.report().join('\n').toStdString();
+        for (size_t i = 0; i < c.refused.size(); ++i) {
+            EXPECT_EQ(r.refusals[i].fileRow, c.refused[i].row);
+            EXPECT_EQ(r.refusals[i].caption, QString::fromUtf8(c.refused[i].caption));
+            EXPECT_EQ(r.refusals[i].value, QString::fromUtf8(c.refused[i].value));
+            EXPECT_EQ(r.refusals[i].message, QString::fromUtf8(c.refused[i].message));
+        }
+    }
+}
+
 TEST_P(StructureImport, ReplaceDryRunAndCancelWriteOnlyWhenAllowed)
 {
     const QStringList file = {kHeader, "P2,,A3,,,,1,,W2,,,", "P2,,A2,,,,2,,W2,,,"};
