@@ -506,6 +506,7 @@ void Importer::checkGroup(Group& g, CardLookups lk)
     req.department = g.department;
     req.adding = g.adding;
     req.ancestors = &ancestors;
+    req.linesJudged = true;  // each line passed checkLine, the card's judgement of a line left
     const Verdict v = checkStructure(lk, g.grid, req);
     if (v) return;
     g.refused = true;
