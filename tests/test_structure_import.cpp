@@ -214,6 +214,54 @@ TEST_P(StructureImport, HostileCellsAreRefusedNamingRowAndColumn)
     EXPECT_EQ(tableCount("ProductStructures"), 3);
 }
 
+// Loops closed through stored structures several levels below a file's child, through another
+// parent of the file, and through a structure the file replaces (its new lines count, its stored
+// ones do not) or keeps (refused, its stored lines still stand). Each file is only checked.
+TEST_P(StructureImport, LoopsThroughStoredStructuresBelowTheFilesChildren)
+{
+    for (int i = 1; i <= 6; ++i) {  // stored: L1 -> L2 -> L3 -> L4 -> L5
+        const QString code = QStringLiteral("L%1").arg(i);
+        db->execute(QStringLiteral("insert into Inventory(cInvCode,cInvName,cInvM_Unit,iInvRCost,bFree1,bFree2,"
+                                   "bService) values(?,'链','件',1,0,0,0)"), {code});
+        if (i > 4) continue;
+        db->execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,'D1')"), {code});
+        db->execute(QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,cWhCode) "
+                                   "values(?,?,1,'W2')"), {code, QStringLiteral("L%1").arg(i + 1)});
+    }
+    const char* loop = "所填的产品结构出现循环调用，请修改！";
+    const struct {
+        QStringList rows;  // parent, child
+        bool replace;
+        std::vector<Expected> refused;  // none: checked
+    } cases[] = {
+        {{"L5,L1"}, false, {{2, "子项编码", "L1", loop}}},
+        {{"L6,L1", "L5,L6"}, false, {{2, "子项编码", "L1", loop}, {3, "子项编码", "L6", loop}}},
+        {{"L4,A2", "L5,L1"}, true, {}},
+        {{"L4,A2", "L5,L1"}, false, {{2, "父项编码", "L4", "所填父项编码已定义过，请修改！"}, {3, "子项编码", "L1", loop}}},
+        {{"L3,L1"}, true, {{2, "子项编码", "L1", loop}}},
+        {{"L2,L4", "L5,L1"}, true, {{2, "子项编码", "L4", loop}, {3, "子项编码", "L1", loop}}},
+        {{"L5,L6"}, false, {}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.rows.join(QLatin1Char('/')).toStdString());
+        QStringList file{QStringLiteral("父项编码,子项编码,定额数量,存放仓库")};
+        for (const QString& row : c.rows) file << row + QStringLiteral(",1,W2");
+        ImportOptions options;
+        options.replace = c.replace;
+        options.dryRun = true;
+        const ImportResult r = run(file, options);
+        EXPECT_EQ(r.outcome, c.refused.empty() ? ImportResult::Outcome::Checked : ImportResult::Outcome::Refused);
+        ASSERT_EQ(r.refusals.size(), c.refused.size()) << r.report().join('\n').toStdString();
+        for (size_t i = 0; i < c.refused.size(); ++i) {
+            const ImportRefusal& got = r.refusals[i];
+            const Expected& e = c.refused[i];
+            EXPECT_EQ(QStringList({QString::number(got.fileRow), got.caption, got.value, got.message}),
+                      QStringList({QString::number(e.row), QString::fromUtf8(e.caption), QString::fromUtf8(e.value),
+                                   QString::fromUtf8(e.message)}));
+        }
+    }
+}
+
 TEST_P(StructureImport, ReplaceDryRunAndCancelWriteOnlyWhenAllowed)
 {
     const QStringList file = {kHeader, "P2,,A3,,,,1,,W2,,,", "P2,,A2,,,,2,,W2,,,"};

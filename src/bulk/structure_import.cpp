@@ -50,6 +50,13 @@ constexpr int kTypedLineCols[] = {ColChildCode, ColFree1,  ColFree2,  ColPieces,
 
 bool isNumberColumn(int col) { return col == ColPieces || col == ColQuantity || col == ColWasteRate; }
 
+// A cell looked up in a list only: the same text always gets the same answer.
+bool isListColumn(int col)
+{
+    return col == ColFree1 || col == ColFree2 || col == ColWarehouse || col == ColPerson || col == ColDept ||
+           col == ColOperation;
+}
+
 bool hasControlChars(const QString& s)
 {
     for (QChar ch : s)
@@ -215,9 +222,13 @@ private:
     void groupRows();
     bool takeLocks();
     void releaseLocks();
+    void collectCodes();
+    QSet<QString> storedAmong(const QStringList& parents);
     void readStored();
     void checkGroup(Group& g, CardLookups lk);
     void checkLine(Group& g, const CardLookups& lk, int dataRow, const Ancestors& ancestors);
+    Verdict resolveListCell(const CardLookups& lk, LineGrid& grid, const QString& parent, int line, int col,
+                            QString& text);
     void writeGroup(const Group& g, const CardLookups& lk);
 
     ListContext& ctx_;
@@ -227,11 +238,19 @@ private:
     ImportResult result_;
     Layout layout_;
     std::vector<Group> groups_;
+    QStringList parents_;   // the file's parents, each once, ascending
+    QStringList children_;  // the file's children, each once, ascending
     QSet<QString> storedParents_;
     QHash<QString, FreshItem> freshItems_;
     std::unique_ptr<LockService> locks_;
     QStringList locked_;
     FileGraph graph_;
+    // Each distinct text of a list column, looked up once: its verdict and the text it becomes.
+    struct Resolved {
+        Verdict verdict;
+        QString text;
+    };
+    QHash<QString, Resolved> resolved_[ColHidden + 1];
     int done_ = 0;
     int total_ = 0;
 };
@@ -274,10 +293,7 @@ void Importer::groupRows()
 bool Importer::takeLocks()
 {
     if (!options_.replace) return true;
-    QSet<QString> stored;
-    auto rs = db_.openRecordset(QStringLiteral("select cPSPCode from ProductStructure"),
-                                RecordsetType::Snapshot);
-    for (int r = 0; r < rs->recordCount(); ++r) stored.insert(rs->value(r, 0).toString());
+    const QSet<QString> stored = storedAmong(parents_);
     locks_ = std::make_unique<LockService>(db_);
     LockService& locks = *locks_;
     bool all = true;
@@ -318,44 +334,80 @@ void Importer::releaseLocks()
     locked_.clear();
 }
 
+void Importer::collectCodes()
+{
+    QSet<QString> parents, children;
+    for (const Group& g : groups_) {
+        parents.insert(g.parent);
+        for (int i : g.rows) {
+            const QString child = cell(i, layout_.lineCols[ColChildCode]);
+            if (!child.isEmpty()) children.insert(child);
+        }
+    }
+    // Ascending: a bound list in order is looked up the fastest.
+    parents_ = QStringList(parents.begin(), parents.end());
+    parents_.sort();
+    children_ = QStringList(children.begin(), children.end());
+    children_.sort();
+}
+
+QSet<QString> Importer::storedAmong(const QStringList& parents)
+{
+    const std::vector<QString> cells = db_.selectTexts(
+        QStringLiteral("select t.cPSPCode ") +
+            db_.dialect().fromRowsInBoundList(QStringLiteral("ProductStructure"), QStringLiteral("cPSPCode")),
+        {db_.dialect().boundList(parents)});
+    return QSet<QString>(cells.begin(), cells.end());
+}
+
 void Importer::readStored()
 {
     // Read inside the transaction, after the structure write lock: what is judged here is what
     // the write lands on.
-    auto parents = db_.openRecordset(QStringLiteral("select cPSPCode from ProductStructure"),
-                                     RecordsetType::Snapshot);
-    for (int r = 0; r < parents->recordCount(); ++r) storedParents_.insert(parents->value(r, 0).toString());
+    storedParents_ = storedAmong(parents_);
 
-    // Every item once, afresh, instead of one query per accepted line.
-    auto items = db_.openRecordset(
-        QStringLiteral("select cInvCode,cInvA_Unit,iInvExchRate,bFree1,bFree2,bService from inventory"),
-        RecordsetType::Snapshot);
-    const auto flag = [](const QVariant& v) { return v.isValid() && !v.isNull() && v.toDouble() != 0; };
-    freshItems_.reserve(items->recordCount());
-    for (int r = 0; r < items->recordCount(); ++r) {
-        const QString code = items->value(r, 0).toString();
-        if (freshItems_.contains(code)) continue;  // the first row of a code, as a search finds it
-        freshItems_.insert(code, {NullToText(items->value(r, 1)), NullToText(items->value(r, 2)),
-                                  flag(items->value(r, 3)), flag(items->value(r, 4)),
-                                  flag(items->value(r, 5))});
-    }
-
+    // A loop the file closes runs from one of its parents through its lines down and back up to
+    // that parent. Each step enters its code by a line of the file (the code is one of the file's
+    // children) or by a stored line from a code reached before. So the stored lines that can be on
+    // such a loop are those below the file's children: one recursive statement reads them. (A
+    // parent kept as it is, refused for being defined already, is judged no further; its stored
+    // lines count once the loop of another parent reaches it.) The stored lines of a structure
+    // being replaced are gone once the file is written.
     QSet<QString> replaced;
-    for (const Group& g : groups_)
-        if (options_.replace && storedParents_.contains(g.parent)) replaced.insert(g.parent);
-    auto edges = db_.openRecordset(QStringLiteral("select cPSPCode, cPSCode from ProductStructures"),
-                                   RecordsetType::Snapshot);
-    for (int r = 0; r < edges->recordCount(); ++r) {
-        const QString parent = edges->value(r, 0).toString();
-        // The stored lines of a structure being replaced are gone once the file is written.
-        if (!replaced.contains(parent)) graph_.add(parent, edges->value(r, 1).toString());
-    }
+    if (options_.replace)
+        for (const QString& parent : parents_)
+            if (storedParents_.contains(parent)) replaced.insert(parent);
+    const SqlDialect& sql = db_.dialect();
+    const std::vector<QString> edges = db_.selectTexts(
+        QStringLiteral("with recursive reach(code) as (select distinct t.cPSPCode ") +
+            sql.fromRowsInBoundList(QStringLiteral("ProductStructures"), QStringLiteral("cPSPCode")) +
+            QStringLiteral(" union select s.cPSCode from ProductStructures s inner join reach on "
+                           "s.cPSPCode=reach.code) select t.cPSPCode,t.cPSCode ") +
+            sql.fromRowsMatching(QStringLiteral("ProductStructures"), QStringLiteral("cPSPCode"),
+                                 QStringLiteral("reach")),
+        {sql.boundList(children_)});
+    for (size_t e = 0; e + 1 < edges.size(); e += 2)
+        if (!replaced.contains(edges[e])) graph_.add(edges[e], edges[e + 1]);
     for (const Group& g : groups_)
         for (int i : g.rows) {
             const QString child = cell(i, layout_.lineCols[ColChildCode]);
             if (!g.parent.isEmpty() && !child.isEmpty()) graph_.add(g.parent, child);
         }
     graph_.judge();
+}
+
+Verdict Importer::resolveListCell(const CardLookups& lk, LineGrid& grid, const QString& parent, int line,
+                                  int col, QString& text)
+{
+    QHash<QString, Resolved>& known = resolved_[col];
+    auto it = known.constFind(text);
+    if (it == known.constEnd()) {
+        QString resolved = text;
+        const Verdict v = validateCell(lk, grid, parent, line, col, resolved, {});
+        it = known.insert(text, {v, resolved});
+    }
+    text = it->text;
+    return it->verdict;
 }
 
 void Importer::checkLine(Group& g, const CardLookups& lk, int dataRow, const Ancestors& ancestors)
@@ -378,7 +430,8 @@ void Importer::checkLine(Group& g, const CardLookups& lk, int dataRow, const Anc
             g.refused = true;
             return;
         }
-        const Verdict v = validateCell(lk, grid, g.parent, line, col, value, whole);
+        const Verdict v = isListColumn(col) ? resolveListCell(lk, grid, g.parent, line, col, value)
+                                            : validateCell(lk, grid, g.parent, line, col, value, whole);
         if (!v) {
             refuse(dataRow, f, v.message);
             grid.removeLine(line);
@@ -453,6 +506,7 @@ void Importer::checkGroup(Group& g, CardLookups lk)
     req.department = g.department;
     req.adding = g.adding;
     req.ancestors = &ancestors;
+    req.linesJudged = true;  // each line passed checkLine, the card's judgement of a line left
     const Verdict v = checkStructure(lk, g.grid, req);
     if (v) return;
     g.refused = true;
@@ -499,10 +553,12 @@ ImportResult Importer::run()
     }
     total_ = int(rows_.size()) * (options_.dryRun ? 1 : 2);
     groupRows();
+    collectCodes();
 
+    // The card's lookup lists; its items are read with the stored structures.
     CardLookupLists lists;
-    lists.open(db_);
-    const CardLookups lk = lists.lookups(ctx_);
+    lists.open(db_, RecordsetType::Snapshot, false);
+    CardLookups lk;
     const Group* writing = nullptr;
     bool cancelled = false;
     try {
@@ -511,6 +567,13 @@ ImportResult Importer::run()
         const QString serialize = db_.dialect().structureWriteLockStatement();
         if (!serialize.isEmpty()) db_.execute(serialize);
         readStored();
+        // The card's lookup lists, read as the checks judge and the write lands: the items only
+        // those the file names, each with what the rules read of it afresh.
+        QStringList items = parents_ + children_;
+        items.removeDuplicates();
+        lists.openItems(db_, items);
+        freshItems_ = lists.freshItems();
+        lk = lists.lookups(ctx_);
         for (Group& g : groups_) {
             if (g.refused) continue;  // refused when its lock was asked for
             checkGroup(g, lk);

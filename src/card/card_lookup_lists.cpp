@@ -1,11 +1,12 @@
 #include "card/card_lookup_lists.h"
 
+#include "platform/sql_dialect.h"
 #include "shared/code_to_name.h"
 #include "shared/list_context.h"
 
 namespace qx {
 
-void CardLookupLists::open(Database& db, RecordsetType type)
+void CardLookupLists::open(Database& db, RecordsetType type, bool withItems)
 {
     const auto tryOpen = [&db, type](const QString& sql) -> std::unique_ptr<Recordset> {
         try {
@@ -14,10 +15,45 @@ void CardLookupLists::open(Database& db, RecordsetType type)
             return nullptr;
         }
     };
-    inventory = tryOpen(kCardInventorySql);
-    inventoryRows = inventory ? indexItemRows(*inventory) : QHash<QString, int>();
+    if (withItems) {
+        inventory = tryOpen(kCardInventorySql);
+        inventoryRows = inventory ? indexItemRows(*inventory) : QHash<QString, int>();
+    }
     department = tryOpen(kDepartmentListSql);
     warehouse = tryOpen(kWarehouseListSql);
+}
+
+void CardLookupLists::openItems(Database& db, const QStringList& codes)
+{
+    // The card's columns and condition with the fresh details added, the rows narrowed to the
+    // codes given as one bound list (ascending: looked up the fastest).
+    QStringList sorted = codes;
+    sorted.sort();
+    inventory = db.openRecordset(
+        QStringLiteral("select t.cInvCode,t.cInvName,t.cInvStd,t.cInvM_Unit,t.iInvRCost,t.cInvA_Unit,"
+                       "t.iInvExchRate,t.bFree1,t.bFree2 ") +
+            db.dialect().fromRowsInBoundList(QStringLiteral("inventory"), QStringLiteral("cInvCode")) +
+            QStringLiteral(" and t.bService=0"),
+        RecordsetType::Snapshot, 0, {db.dialect().boundList(sorted)});
+    inventoryRows = indexItemRows(*inventory);
+}
+
+QHash<QString, FreshItem> CardLookupLists::freshItems() const
+{
+    QHash<QString, FreshItem> items;
+    if (!inventory) return items;
+    const int auxUnit = inventory->fieldIndex(QStringLiteral("cInvA_Unit"));
+    const int rate = inventory->fieldIndex(QStringLiteral("iInvExchRate"));
+    const int free1 = inventory->fieldIndex(QStringLiteral("bFree1"));
+    const int free2 = inventory->fieldIndex(QStringLiteral("bFree2"));
+    if (auxUnit < 0 || rate < 0 || free1 < 0 || free2 < 0) return items;
+    const auto flag = [](const QVariant& v) { return v.isValid() && !v.isNull() && v.toDouble() != 0; };
+    items.reserve(inventoryRows.size());
+    // Each code at the row a search finds it; the list holds no service.
+    for (auto it = inventoryRows.cbegin(); it != inventoryRows.cend(); ++it)
+        items.insert(it.key(), {NullToText(inventory->value(*it, auxUnit)), NullToText(inventory->value(*it, rate)),
+                                flag(inventory->value(*it, free1)), flag(inventory->value(*it, free2)), false});
+    return items;
 }
 
 void CardLookupLists::close()

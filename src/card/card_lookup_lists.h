@@ -8,6 +8,7 @@
 #include "platform/database.h"
 
 #include <QHash>
+#include <QStringList>
 
 #include <memory>
 
@@ -23,7 +24,15 @@ struct CardLookupLists {
 
     // Opens the three lists; a list that cannot be opened stays empty and its lookups then find
     // nothing (no message).
-    void open(Database& db, RecordsetType type = RecordsetType::Snapshot);
+    void open(Database& db, RecordsetType type = RecordsetType::Snapshot, bool withItems = true);
+    // The item list of only these codes, for a caller that knows every code it will look up and
+    // reads the list at the moment it judges (an import, inside its transaction): each row also
+    // carries what the rules read of an item afresh (see freshItems). A failure is thrown.
+    void openItems(Database& db, const QStringList& codes);
+    // The listed items' fresh details, when the list came from openItems: the list is then as
+    // fresh as a second read would be, and an item not in it (unknown, or a service) is refused
+    // either way.
+    QHash<QString, FreshItem> freshItems() const;
     // Gives the lists back, the items first.
     void close();
     CardLookups lookups(const ListContext& ctx) const;

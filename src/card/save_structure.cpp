@@ -202,6 +202,7 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
                 return Verdict::refuse(text::freeItemNotExistAtLine(i, name));
             }
         }
+        if (req.linesJudged) continue;
         if (Verdict v = validateLine(lk, lines, req.parentCode, i, whole); !v) return v;
     }
     // The items were asked for afresh: one deleted from the master data (or made a service)

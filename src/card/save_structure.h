@@ -27,6 +27,10 @@ struct SaveRequest {
     // The parent's ancestors when the caller has judged all structures at once (an import):
     // the checks then ask them instead of walking the stored structures again.
     const Ancestors* ancestors = nullptr;
+    // Every line was judged as the card judges a line when it is left, against these same
+    // lists, ancestors and lines (an import judges each row so): the save does not judge the
+    // lines a second time.
+    bool linesJudged = false;
 };
 
 // The checks of a save, in their order; the first failure is returned with its message. The
