@@ -235,7 +235,8 @@ TEST_P(ExplorerData, SummaryAndTreeReadTheItemsOfCodesWithQuotesBracesAndSeparat
 {
     // Codes that travel in one bound list of codes must arrive intact on both backends.
     const QString codes[] = {QStringLiteral("Q\"1"), QStringLiteral("Q\\2"), QStringLiteral("Q,3"), QStringLiteral("{Q4}"),
-                             QStringLiteral("Q'5"),   QStringLiteral("Q 6"),   QStringLiteral("件7"), QStringLiteral("NULL")};
+                             QStringLiteral("Q'5"),   QStringLiteral("Q 6"),   QStringLiteral("件7"), QStringLiteral("NULL"),
+                             QStringLiteral("Q\uff01"), QStringLiteral("Q\U0001f600")};
     for (const char* c : {"H", "M"})
         db->execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"),
                     {QString::fromLatin1(c), QStringLiteral("D1")});
@@ -249,11 +250,17 @@ TEST_P(ExplorerData, SummaryAndTreeReadTheItemsOfCodesWithQuotesBracesAndSeparat
     Report summary(*db, QStringLiteral("H"), Direction::Down, 1, 2, Detail::Summary);
     ASSERT_EQ(summary.explosion().summary.size(), std::size(codes));
     EXPECT_EQ(summary.explosion().missingPrices, 0);
-    EXPECT_NEAR(summary.explosion().totalCost, 2.0 * 36, 1e-9);
+    EXPECT_NEAR(summary.explosion().totalCost, 2.0 * 55, 1e-9);
+    QStringList order;
     for (const SummaryRow& row : summary.explosion().summary) {
         const ItemInfo& info = summary.graph().item(row.node);
         EXPECT_EQ(info.name, QStringLiteral("品") + info.code) << info.code.toStdString();
+        order << info.code;
     }
+    // In the order the list shows codes in, a character above U+FFFF before U+FF01.
+    QStringList sorted = order;
+    std::sort(sorted.begin(), sorted.end());
+    EXPECT_EQ(order, sorted);
     // The sub-assembly's own row comes with the tree, which then reads as one read whole at once.
     EXPECT_EQ(summary.top().name, QStringLiteral("品H"));
     EXPECT_FALSE(summary.graph().item(summary.graph().find(QStringLiteral("M"))).known);
