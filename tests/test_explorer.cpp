@@ -192,7 +192,7 @@ TEST_P(ExplorerData, LatticeOfTwoToTheTwentyFourPathsIsSummedOverItsLinesOnce)
     ASSERT_EQ(up.usage().tops.size(), 2u);
     EXPECT_EQ(up.usage().tops[0].quantity, std::ldexp(1.0, kDepth - 1));
 
-    // A wide structure is read by the recursive query: the same sums, the loop ended all the same.
+    // A wide structure with a stored loop: the same sums, the loop ended all the same.
     {
         Transaction t(*db);
         db->execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"), {QStringLiteral("W"), QStringLiteral("D1")});
@@ -216,6 +216,23 @@ TEST_P(ExplorerData, LatticeOfTwoToTheTwentyFourPathsIsSummedOverItsLinesOnce)
     const Report wideUp(*db, QStringLiteral("X"), Direction::Up, 1, 2);
     ASSERT_EQ(wideUp.usage().tops.size(), 0u);  // W is K00's child: no product stands above all
     EXPECT_NEAR(wideUp.usage().perUnit[size_t(wideUp.graph().find(QStringLiteral("W")))], 210, 1e-9);
+
+    // Far below the top, a sub-assembly also used on the first level and a stored loop back to
+    // the top: each read once, the loop left out of the totals.
+    {
+        Transaction t(*db);
+        db->execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"), {QStringLiteral("DS"), QStringLiteral("D1")});
+        item(*db, QStringLiteral("DT"), 1);
+        line(*db, QStringLiteral("M0a"), QStringLiteral("DS"), 1, std::nullopt);
+        line(*db, QStringLiteral("M20a"), QStringLiteral("DS"), 1, std::nullopt);
+        line(*db, QStringLiteral("DS"), QStringLiteral("DT"), 3, std::nullopt);
+        line(*db, QStringLiteral("M23b"), QStringLiteral("M0a"), 1, std::nullopt);
+        t.commit();
+    }
+    const Report deep(*db, QStringLiteral("M0a"), Direction::Down, 1, 2);
+    ASSERT_EQ(deep.explosion().summary.size(), 3u);
+    EXPECT_EQ(deep.explosion().summary[0].quantity, 3 * (1 + std::ldexp(1.0, 19)));  // DT
+    EXPECT_EQ(deep.explosion().summary[1].quantity, std::ldexp(1.0, kDepth - 1));
 
     // Too many rows for a sheet: the summary alone is written, and the file is whole.
     QTemporaryDir dir;

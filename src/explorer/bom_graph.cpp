@@ -15,14 +15,27 @@ namespace qx::explorer {
 
 namespace {
 
-// The lines of a list of codes (bound as one value) in the walking direction.
-QString levelQuery(const Database& db, Direction direction)
+// The lines of a list of codes (bound as one value) in the walking direction: with `deep`,
+// those of every code reachable from them too, in one recursive query ("union" reads each code
+// once, which ends the recursion on a stored loop). The seed comes from the lines themselves, so
+// that its type is the column's on both backends.
+QString levelQuery(const Database& db, Direction direction, bool deep)
 {
     const bool down = direction == Direction::Down;
     const QString near = down ? QStringLiteral("cPSPCode") : QStringLiteral("cPSCode");
-    return QStringLiteral("select t.cPSPCode,t.cPSCode,t.iPSQuantity,t.iWasteRate ") +
-           db.dialect().fromRowsInBoundList(QStringLiteral("ProductStructures"), near);
+    const QString far = down ? QStringLiteral("cPSCode") : QStringLiteral("cPSPCode");
+    const QString table = QStringLiteral("ProductStructures");
+    const QString columns = QStringLiteral("select t.cPSPCode,t.cPSCode,t.iPSQuantity,t.iWasteRate ");
+    if (!deep) return columns + db.dialect().fromRowsInBoundList(table, near);
+    return QStringLiteral("with recursive reach(code) as (select distinct t.%1 ").arg(near) +
+           db.dialect().fromRowsInBoundList(table, near) +
+           QStringLiteral(" union select s.%2 from ProductStructures s inner join reach on s.%1=reach.code) ")
+               .arg(near, far) +
+           columns + db.dialect().fromRowsMatching(table, near, QStringLiteral("reach"));
 }
+
+// Levels read one statement each; a structure deeper than that has the rest read at once.
+constexpr int kLevelsOneByOne = 16;
 
 // Codes in the order of their UTF-16 text (the order QString compares in), read from UTF-8:
 // byte order but for the characters above U+FFFF, which UTF-16 puts before U+E000..U+FFFF.
@@ -203,10 +216,11 @@ BomGraph BomGraph::load(Database& db, const QString& code, Direction direction, 
     BomGraph g(direction, code);
     const bool down = direction == Direction::Down;
     const int nearColumn = down ? 0 : 1;
-    const QString sql = levelQuery(db, direction);
     std::vector<int> level{g.root()};
     std::vector<int> next;
-    while (!level.empty()) {
+    std::vector<char> expanded;  // by node: its lines are read
+    for (int depth = 0; !level.empty(); ++depth) {
+        const bool deep = depth == kLevelsOneByOne;
         const int nodesBefore = g.size();
         const size_t linesBefore = g.lines_.size();
         QStringList codes;
@@ -214,7 +228,7 @@ BomGraph BomGraph::load(Database& db, const QString& code, Direction direction, 
         for (int node : level) codes << g.items_[size_t(node)].code;
         int nearId = -1;
         readRows(
-            db, sql, {db.dialect().boundList(codes)},
+            db, levelQuery(db, direction, deep), {db.dialect().boundList(codes)},
             [&] {
                 // Afresh: what an interrupted reading of this level added is forgotten.
                 g.truncate(nodesBefore);
@@ -226,12 +240,20 @@ BomGraph BomGraph::load(Database& db, const QString& code, Direction direction, 
                 // The lines of one code come together: its node is looked up once for them.
                 const std::string_view near = row.text(nearColumn);
                 if (nearId < 0 || near != g.codeBytes(nearId)) {
-                    nearId = g.lookUp(near);
-                    if (nearId < 0) return;
+                    if (!deep) {
+                        nearId = g.lookUp(near);
+                        if (nearId < 0) return;
+                    } else {
+                        // The rest of the structure: a code may come before the line that
+                        // leads to it, and a code read on an earlier level comes again.
+                        nearId = g.node(near);
+                        if (size_t(nearId) < expanded.size() && expanded[size_t(nearId)]) nearId = -2;
+                    }
                 }
+                if (nearId == -2) return;
                 const int known = g.size();
                 const int farId = g.node(row.text(1 - nearColumn));
-                if (farId == known) next.push_back(farId);
+                if (farId == known && !deep) next.push_back(farId);
                 Line l;
                 l.parent = down ? nearId : farId;
                 l.child = down ? farId : nearId;
@@ -239,10 +261,13 @@ BomGraph BomGraph::load(Database& db, const QString& code, Direction direction, 
                 l.wasteRate = row.number(3);
                 g.lines_.push_back(l);
             });
+        expanded.resize(size_t(g.size()), 0);
+        for (int node : level) expanded[size_t(node)] = 1;
         // In the order of their codes, the next level's lookups walk the indexes forwards.
         std::sort(next.begin(), next.end(), [&g](int a, int b) { return codeLess(g.codeBytes(a), g.codeBytes(b)); });
         level.swap(next);
         next.clear();
+        if (deep) break;
     }
     g.index();
     g.readItems(db, detail);
