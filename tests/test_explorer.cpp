@@ -192,7 +192,7 @@ TEST_P(ExplorerData, LatticeOfTwoToTheTwentyFourPathsIsSummedOverItsLinesOnce)
     ASSERT_EQ(up.usage().tops.size(), 2u);
     EXPECT_EQ(up.usage().tops[0].quantity, std::ldexp(1.0, kDepth - 1));
 
-    // A wide structure is read by the recursive query: the same sums, the loop ended all the same.
+    // A wide structure with a stored loop: the same sums, the loop ended all the same.
     {
         Transaction t(*db);
         db->execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"), {QStringLiteral("W"), QStringLiteral("D1")});
@@ -217,6 +217,23 @@ TEST_P(ExplorerData, LatticeOfTwoToTheTwentyFourPathsIsSummedOverItsLinesOnce)
     ASSERT_EQ(wideUp.usage().tops.size(), 0u);  // W is K00's child: no product stands above all
     EXPECT_NEAR(wideUp.usage().perUnit[size_t(wideUp.graph().find(QStringLiteral("W")))], 210, 1e-9);
 
+    // Far below the top, a sub-assembly also used on the first level and a stored loop back to
+    // the top: each read once, the loop left out of the totals.
+    {
+        Transaction t(*db);
+        db->execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"), {QStringLiteral("DS"), QStringLiteral("D1")});
+        item(*db, QStringLiteral("DT"), 1);
+        line(*db, QStringLiteral("M0a"), QStringLiteral("DS"), 1, std::nullopt);
+        line(*db, QStringLiteral("M20a"), QStringLiteral("DS"), 1, std::nullopt);
+        line(*db, QStringLiteral("DS"), QStringLiteral("DT"), 3, std::nullopt);
+        line(*db, QStringLiteral("M23b"), QStringLiteral("M0a"), 1, std::nullopt);
+        t.commit();
+    }
+    const Report deep(*db, QStringLiteral("M0a"), Direction::Down, 1, 2);
+    ASSERT_EQ(deep.explosion().summary.size(), 3u);
+    EXPECT_EQ(deep.explosion().summary[0].quantity, 3 * (1 + std::ldexp(1.0, 19)));  // DT
+    EXPECT_EQ(deep.explosion().summary[1].quantity, std::ldexp(1.0, kDepth - 1));
+
     // Too many rows for a sheet: the summary alone is written, and the file is whole.
     QTemporaryDir dir;
     const QString file = dir.filePath(QStringLiteral("lattice.xlsx"));
@@ -235,7 +252,8 @@ TEST_P(ExplorerData, SummaryAndTreeReadTheItemsOfCodesWithQuotesBracesAndSeparat
 {
     // Codes that travel in one bound list of codes must arrive intact on both backends.
     const QString codes[] = {QStringLiteral("Q\"1"), QStringLiteral("Q\\2"), QStringLiteral("Q,3"), QStringLiteral("{Q4}"),
-                             QStringLiteral("Q'5"),   QStringLiteral("Q 6"),   QStringLiteral("件7"), QStringLiteral("NULL")};
+                             QStringLiteral("Q'5"),   QStringLiteral("Q 6"),   QStringLiteral("件7"), QStringLiteral("NULL"),
+                             QStringLiteral("Q\uff01"), QStringLiteral("Q\U0001f600")};
     for (const char* c : {"H", "M"})
         db->execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"),
                     {QString::fromLatin1(c), QStringLiteral("D1")});
@@ -249,11 +267,17 @@ TEST_P(ExplorerData, SummaryAndTreeReadTheItemsOfCodesWithQuotesBracesAndSeparat
     Report summary(*db, QStringLiteral("H"), Direction::Down, 1, 2, Detail::Summary);
     ASSERT_EQ(summary.explosion().summary.size(), std::size(codes));
     EXPECT_EQ(summary.explosion().missingPrices, 0);
-    EXPECT_NEAR(summary.explosion().totalCost, 2.0 * 36, 1e-9);
+    EXPECT_NEAR(summary.explosion().totalCost, 2.0 * 55, 1e-9);
+    QStringList order;
     for (const SummaryRow& row : summary.explosion().summary) {
         const ItemInfo& info = summary.graph().item(row.node);
         EXPECT_EQ(info.name, QStringLiteral("品") + info.code) << info.code.toStdString();
+        order << info.code;
     }
+    // In the order the list shows codes in, a character above U+FFFF before U+FF01.
+    QStringList sorted = order;
+    std::sort(sorted.begin(), sorted.end());
+    EXPECT_EQ(order, sorted);
     // The sub-assembly's own row comes with the tree, which then reads as one read whole at once.
     EXPECT_EQ(summary.top().name, QStringLiteral("品H"));
     EXPECT_FALSE(summary.graph().item(summary.graph().find(QStringLiteral("M"))).known);

@@ -9,25 +9,48 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 namespace qx::explorer {
 
 namespace {
 
-// The codes reachable from the item in one recursive query: "union" reads each code once, which
-// ends the recursion on a stored loop. The seed comes from the lines themselves, so that its type
-// is the column's on both backends and a code longer than the column is never cut to fit.
-QString linesQuery(const Database& db, Direction direction)
+// The lines of a list of codes (bound as one value) in the walking direction: with `deep`,
+// those of every code reachable from them too, in one recursive query ("union" reads each code
+// once, which ends the recursion on a stored loop). The seed comes from the lines themselves, so
+// that its type is the column's on both backends.
+QString levelQuery(const Database& db, Direction direction, bool deep)
 {
     const bool down = direction == Direction::Down;
-    const QString from = down ? QStringLiteral("cPSPCode") : QStringLiteral("cPSCode");
-    const QString to = down ? QStringLiteral("cPSCode") : QStringLiteral("cPSPCode");
-    return QStringLiteral("with recursive reach(code) as (select distinct %1 from ProductStructures where %1=? "
-                          "union select s.%2 from ProductStructures s inner join reach on s.%1=reach.code) "
-                          "select t.cPSPCode,t.cPSCode,t.iPSQuantity,t.iWasteRate ")
-               .arg(from, to) +
-           db.dialect().fromRowsMatching(QStringLiteral("ProductStructures"), from, QStringLiteral("reach"));
+    const QString near = down ? QStringLiteral("cPSPCode") : QStringLiteral("cPSCode");
+    const QString far = down ? QStringLiteral("cPSCode") : QStringLiteral("cPSPCode");
+    const QString table = QStringLiteral("ProductStructures");
+    const QString columns = QStringLiteral("select t.cPSPCode,t.cPSCode,t.iPSQuantity,t.iWasteRate ");
+    if (!deep) return columns + db.dialect().fromRowsInBoundList(table, near);
+    return QStringLiteral("with recursive reach(code) as (select distinct t.%1 ").arg(near) +
+           db.dialect().fromRowsInBoundList(table, near) +
+           QStringLiteral(" union select s.%2 from ProductStructures s inner join reach on s.%1=reach.code) ")
+               .arg(near, far) +
+           columns + db.dialect().fromRowsMatching(table, near, QStringLiteral("reach"));
 }
+
+// Levels read one statement each; a structure deeper than that has the rest read at once.
+constexpr int kLevelsOneByOne = 16;
+
+// Codes in the order of their UTF-16 text (the order QString compares in), read from UTF-8:
+// byte order but for the characters above U+FFFF, which UTF-16 puts before U+E000..U+FFFF.
+bool codeLess(std::string_view a, std::string_view b)
+{
+    const size_t n = std::min(a.size(), b.size());
+    const int c = std::memcmp(a.data(), b.data(), n);
+    if (c == 0) return a.size() < b.size();
+    size_t i = 0;
+    while (a[i] == b[i]) ++i;
+    const auto weight = [](unsigned char x) { return x == 0xee || x == 0xef ? x + 0x10 : int(x); };
+    return weight(static_cast<unsigned char>(a[i])) < weight(static_cast<unsigned char>(b[i]));
+}
+
+size_t hashCode(std::string_view s) { return std::hash<std::string_view>{}(s); }
 
 const QString kDownSteps = QStringLiteral(
     "select s.cPSCode,s.iPSQuantity,s.iWasteRate,i.cInvName,i.cInvStd,i.cInvM_Unit,i.iInvRCost,i.cInvCode,"
@@ -105,21 +128,63 @@ BomGraph::BomGraph(Direction direction, const QString& root) : direction_(direct
 int BomGraph::find(const QString& code) const
 {
     const QByteArray bytes = code.toUtf8();
-    const auto it = ids_.find(std::string_view(bytes.constData(), size_t(bytes.size())));
-    return it == ids_.end() ? -1 : it->second;
+    return lookUp(std::string_view(bytes.constData(), size_t(bytes.size())));
+}
+
+size_t BomGraph::probe(std::string_view code, size_t hash) const
+{
+    const size_t mask = slots_.size() - 1;
+    size_t i = hash & mask;
+    while (slots_[i] >= 0 && (hashes_[size_t(slots_[i])] != hash || codeBytes(slots_[i]) != code)) i = (i + 1) & mask;
+    return i;
+}
+
+int BomGraph::lookUp(std::string_view code) const
+{
+    return slots_.empty() ? -1 : slots_[probe(code, hashCode(code))];
+}
+
+void BomGraph::rehash(size_t capacity)
+{
+    slots_.assign(capacity, -1);
+    const size_t mask = capacity - 1;
+    for (size_t id = 0; id < hashes_.size(); ++id) {
+        size_t i = hashes_[id] & mask;
+        while (slots_[i] >= 0) i = (i + 1) & mask;
+        slots_[i] = int(id);
+    }
 }
 
 int BomGraph::node(std::string_view code)
 {
-    const auto it = ids_.find(code);
-    if (it != ids_.end()) return it->second;
+    const size_t hash = hashCode(code);
+    const size_t slot = slots_.empty() ? 0 : probe(code, hash);
+    if (!slots_.empty() && slots_[slot] >= 0) return slots_[slot];
     const int id = int(items_.size());
     ItemInfo info;
     info.code = QString::fromUtf8(code.data(), qsizetype(code.size()));
     items_.push_back(std::move(info));
     read_.push_back(0);
-    ids_.emplace(std::string(code), id);
+    codes_.append(code);
+    codeStart_.push_back(codes_.size());
+    hashes_.push_back(hash);
+    // At most half full, so that a probe ends soon on an empty slot.
+    if (hashes_.size() * 2 > slots_.size())
+        rehash(std::max<size_t>(64, slots_.size() * 2));
+    else
+        slots_[slot] = id;
     return id;
+}
+
+void BomGraph::truncate(int count)
+{
+    if (count == size()) return;
+    items_.resize(size_t(count));
+    read_.resize(size_t(count));
+    codeStart_.resize(size_t(count) + 1);
+    codes_.resize(codeStart_.back());
+    hashes_.resize(size_t(count));
+    rehash(slots_.size());
 }
 
 void BomGraph::index()
@@ -127,7 +192,7 @@ void BomGraph::index()
     const size_t n = items_.size();
     std::vector<int> order(n);
     for (size_t i = 0; i < n; ++i) order[i] = int(i);
-    std::sort(order.begin(), order.end(), [this](int a, int b) { return items_[size_t(a)].code < items_[size_t(b)].code; });
+    std::sort(order.begin(), order.end(), [this](int a, int b) { return codeLess(codeBytes(a), codeBytes(b)); });
     rank_.assign(n, 0);
     for (size_t i = 0; i < n; ++i) rank_[size_t(order[i])] = int(i);
 
@@ -151,29 +216,59 @@ BomGraph BomGraph::load(Database& db, const QString& code, Direction direction, 
     BomGraph g(direction, code);
     const bool down = direction == Direction::Down;
     const int nearColumn = down ? 0 : 1;
-    std::string nearCode;
-    int nearId = 0;
-    readRows(
-        db, linesQuery(db, direction), {code},
-        [&] {
-            g = BomGraph(direction, code);
-            nearCode.clear();
-        },
-        [&](const RowView& row) {
-            // The lines of one code mostly come together: its node is looked up once for them.
-            const std::string_view near = row.text(nearColumn);
-            if (near != nearCode || nearCode.empty()) {
-                nearCode.assign(near);
-                nearId = g.node(near);
-            }
-            const int farId = g.node(row.text(1 - nearColumn));
-            Line l;
-            l.parent = down ? nearId : farId;
-            l.child = down ? farId : nearId;
-            l.quantity = row.number(2).value_or(0.0);
-            l.wasteRate = row.number(3);
-            g.lines_.push_back(l);
-        });
+    std::vector<int> level{g.root()};
+    std::vector<int> next;
+    std::vector<char> expanded;  // by node: its lines are read
+    for (int depth = 0; !level.empty(); ++depth) {
+        const bool deep = depth == kLevelsOneByOne;
+        const int nodesBefore = g.size();
+        const size_t linesBefore = g.lines_.size();
+        QStringList codes;
+        codes.reserve(qsizetype(level.size()));
+        for (int node : level) codes << g.items_[size_t(node)].code;
+        int nearId = -1;
+        readRows(
+            db, levelQuery(db, direction, deep), {db.dialect().boundList(codes)},
+            [&] {
+                // Afresh: what an interrupted reading of this level added is forgotten.
+                g.truncate(nodesBefore);
+                g.lines_.resize(linesBefore);
+                next.clear();
+                nearId = -1;
+            },
+            [&](const RowView& row) {
+                // The lines of one code come together: its node is looked up once for them.
+                const std::string_view near = row.text(nearColumn);
+                if (nearId < 0 || near != g.codeBytes(nearId)) {
+                    if (!deep) {
+                        nearId = g.lookUp(near);
+                        if (nearId < 0) return;
+                    } else {
+                        // The rest of the structure: a code may come before the line that
+                        // leads to it, and a code read on an earlier level comes again.
+                        nearId = g.node(near);
+                        if (size_t(nearId) < expanded.size() && expanded[size_t(nearId)]) nearId = -2;
+                    }
+                }
+                if (nearId == -2) return;
+                const int known = g.size();
+                const int farId = g.node(row.text(1 - nearColumn));
+                if (farId == known && !deep) next.push_back(farId);
+                Line l;
+                l.parent = down ? nearId : farId;
+                l.child = down ? farId : nearId;
+                l.quantity = row.number(2).value_or(0.0);
+                l.wasteRate = row.number(3);
+                g.lines_.push_back(l);
+            });
+        expanded.resize(size_t(g.size()), 0);
+        for (int node : level) expanded[size_t(node)] = 1;
+        // In the order of their codes, the next level's lookups walk the indexes forwards.
+        std::sort(next.begin(), next.end(), [&g](int a, int b) { return codeLess(g.codeBytes(a), g.codeBytes(b)); });
+        level.swap(next);
+        next.clear();
+        if (deep) break;
+    }
     g.index();
     g.readItems(db, detail);
     return g;
@@ -201,9 +296,9 @@ void BomGraph::readItems(Database& db, Detail detail)
             db.dialect().fromRowsInBoundList(QStringLiteral("Inventory"), QStringLiteral("cInvCode")),
         {db.dialect().boundList(codes)}, [] {},
         [this](const RowView& row) {
-            const auto it = ids_.find(row.text(0));
-            if (it == ids_.end()) return;
-            ItemInfo& info = items_[size_t(it->second)];
+            const int node = lookUp(row.text(0));
+            if (node < 0) return;
+            ItemInfo& info = items_[size_t(node)];
             info.known = true;
             const auto text = [&row](int c) {
                 const std::string_view t = row.text(c);

@@ -9,7 +9,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace qx {
@@ -68,8 +67,9 @@ enum class Detail { Summary, Tree };
 // The lines reachable from one item, with its nodes numbered from 0 (the item itself).
 class BomGraph {
 public:
-    // Reads the lines with one recursive query (each code's lines once, which ends the reading
-    // on a stored loop), then the item master's rows that `detail` asks for with one more.
+    // Reads the lines level by level, one statement for all the codes first met on the level
+    // before (each code's lines once, which ends the reading on a stored loop), then the item
+    // master's rows that `detail` asks for with one more.
     static BomGraph load(Database& db, const QString& code, Direction direction, Detail detail = Detail::Tree);
     // Reads the item master's rows of the items not read yet.
     void readItems(Database& db, Detail detail);
@@ -102,17 +102,28 @@ private:
     BomGraph(Direction direction, const QString& root);
     // The node of a code given as the backend's UTF-8 bytes, added when new.
     int node(std::string_view code);
+    // The node of a code, or -1.
+    int lookUp(std::string_view code) const;
+    // The slot of the table that holds the code, or the empty slot where it would go.
+    size_t probe(std::string_view code, size_t hash) const;
+    std::string_view codeBytes(int node) const
+    {
+        return {codes_.data() + codeStart_[size_t(node)], size_t(codeStart_[size_t(node) + 1] - codeStart_[size_t(node)])};
+    }
+    // Forgets the nodes from `count` on (a round of reading that starts afresh).
+    void truncate(int count);
+    void rehash(size_t capacity);
     // Orders the nodes by code and each node's steps by the code they lead to.
     void index();
 
-    struct Hash {
-        using is_transparent = void;
-        size_t operator()(std::string_view s) const { return std::hash<std::string_view>{}(s); }
-    };
     Direction direction_;
     std::vector<ItemInfo> items_;
     std::vector<char> read_;  // the item master's row was asked for
-    std::unordered_map<std::string, int, Hash, std::equal_to<>> ids_;
+    // The codes as UTF-8 bytes side by side, and an open-addressed table of nodes by code.
+    std::string codes_;
+    std::vector<size_t> codeStart_{0};
+    std::vector<size_t> hashes_;
+    std::vector<int> slots_;
     std::vector<Line> lines_;
     std::vector<int> stepStart_;
     std::vector<int> stepLines_;
