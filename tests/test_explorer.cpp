@@ -69,6 +69,14 @@ void fillGraph(Database& db)
     line(db, QStringLiteral("L"), QStringLiteral("B"), 1, std::nullopt);
 }
 
+QString zipEntry(const QString& file, const QString& entry)
+{
+    QProcess unzip;
+    unzip.start(QStringLiteral("unzip"), {QStringLiteral("-p"), file, entry});
+    unzip.waitForFinished(30000);
+    return QString::fromUtf8(unzip.readAllStandardOutput());
+}
+
 QString treeText(const Report& r)
 {
     QStringList rows;
@@ -240,10 +248,7 @@ TEST_P(ExplorerData, LatticeOfTwoToTheTwentyFourPathsIsSummedOverItsLinesOnce)
     const ExportOutcome out = writeXlsx(file, r);
     EXPECT_TRUE(out.written);
     EXPECT_TRUE(out.treeOmitted);
-    QProcess unzip;
-    unzip.start(QStringLiteral("unzip"), {QStringLiteral("-p"), file, QStringLiteral("xl/workbook.xml")});
-    ASSERT_TRUE(unzip.waitForFinished(30000));
-    const QString workbook = QString::fromUtf8(unzip.readAllStandardOutput());
+    const QString workbook = zipEntry(file, QStringLiteral("xl/workbook.xml"));
     EXPECT_TRUE(workbook.contains(QStringLiteral("name=\"汇总需求\"")));
     EXPECT_FALSE(workbook.contains(QStringLiteral("多级展开")));
 }
@@ -294,14 +299,6 @@ TEST_P(ExplorerData, SummaryAndTreeReadTheItemsOfCodesWithQuotesBracesAndSeparat
 }
 
 namespace {
-
-QString zipEntry(const QString& file, const QString& entry)
-{
-    QProcess unzip;
-    unzip.start(QStringLiteral("unzip"), {QStringLiteral("-p"), file, entry});
-    unzip.waitForFinished(30000);
-    return QString::fromUtf8(unzip.readAllStandardOutput());
-}
 
 QByteArray fileBytes(const QString& file)
 {
