@@ -189,32 +189,23 @@ TEST_P(ListWindowTest, LoadingCreatesCaptionTableOnceAndRenamedWordsReachHeading
 TEST_P(ListWindowTest, QuantityDecimalsDefaultAndConfigured)
 {
     fillCompany(*db);
-    {
-        auto w = open();
-        EXPECT_EQ(w->context().quantityDecimals, 2);
-        // P1 is selected first after B1: select P1's lines.
-        w->Ffliter(QStringLiteral("P1"));
-        EXPECT_EQ(gridColumn(*w->SupPS2(), 9), (QStringList{"2.00", "8.00", "1.50"}));
-    }
-    setting(*db, QStringLiteral("AA"), QStringLiteral("19"), QStringLiteral("iStrsQuanDecDgt"),
-            QStringLiteral("3"));
-    {
-        auto w = open();
-        EXPECT_EQ(w->context().quantityDecimals, 3);
-        w->Ffliter(QStringLiteral("P1"));
-        EXPECT_EQ(gridColumn(*w->SupPS2(), 9), (QStringList{"2.000", "8.000", "1.500"}));
-    }
-    db->execute(QStringLiteral("update accinformation set cValue=? where cID=?"),
-                {QStringLiteral("0"), QStringLiteral("19")});
-    {
+    setting(*db, QStringLiteral("AA"), QStringLiteral("19"), QStringLiteral("iStrsQuanDecDgt"), QVariant());
+    // No value, 3, 0, and 1 under the system id in another letter case.
+    const struct {
+        const char* sys;
+        QVariant value;
+        QStringList p1Quantities;
+    } cases[] = {{"AA", QVariant(), {"2.00", "8.00", "1.50"}},
+                 {"AA", QStringLiteral("3"), {"2.000", "8.000", "1.500"}},
+                 {"AA", QStringLiteral("0"), {"2", "8", "2"}},
+                 {"aA", QStringLiteral("1"), {"2.0", "8.0", "1.5"}}};
+    for (const auto& c : cases) {
+        db->execute(QStringLiteral("update accinformation set cSysID=?, cValue=? where cID=?"),
+                    {QString::fromLatin1(c.sys), c.value, QStringLiteral("19")});
         auto w = open();
         w->Ffliter(QStringLiteral("P1"));
-        EXPECT_EQ(gridColumn(*w->SupPS2(), 9), (QStringList{"2", "8", "2"}));
+        EXPECT_EQ(gridColumn(*w->SupPS2(), 9), c.p1Quantities) << c.value.toString().toStdString();
     }
-    // The system id in any letter case.
-    db->execute(QStringLiteral("update accinformation set cSysID=?, cValue=? where cID=?"),
-                {QStringLiteral("aA"), QStringLiteral("1"), QStringLiteral("19")});
-    EXPECT_EQ(open()->context().quantityDecimals, 1);
 }
 
 TEST_P(ListWindowTest, AuxiliaryUnitSwitchTrueFalseAbsent)

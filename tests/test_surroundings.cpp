@@ -46,10 +46,8 @@ const QString kFull = "磁盘空间不足，数据没有写入，请清理磁盘
 
 double quantity(Database& db, const QString& parent, const QString& child)
 {
-    auto rs =
-        db.openRecordset("select iPSQuantity from ProductStructures where cPSPCode=? and cPSCode=?",
-                         RecordsetType::Snapshot, 0, {parent, child});
-    return rs->recordCount() ? rs->field(0).toDouble() : -1;
+    return firstValue(db, "select iPSQuantity from ProductStructures where cPSPCode=? and cPSCode=?",
+                      {parent, child}).toDouble();
 }
 
 // The list window over a company, as the host hands it over.
