@@ -471,27 +471,6 @@ TEST_P(DatabaseTest, TransactionGuardRollsBackUnlessCommitted)
     EXPECT_THROW(db->commitTrans(), DbError);
 }
 
-TEST_P(DatabaseTest, WriterHeldElsewhereIsAConcurrentChange)
-{
-    // Another workstation holds the write lock (SQLite) or the row (PostgreSQL); this one gives
-    // up after the busy/lock timeout instead of hanging.
-    auto other = Database::open(cs);
-    other->beginTrans();
-    other->execute(QStringLiteral("UPDATE qx_parent SET cName = ? WHERE cCode = ?"),
-                   {QStringLiteral("别人"), QStringLiteral("P1")});
-    const DbErrorKind kind = kindOf([&] {
-        Transaction t(*db);
-        db->execute(QStringLiteral("UPDATE qx_parent SET cName = ? WHERE cCode = ?"),
-                    {QStringLiteral("我"), QStringLiteral("P1")});
-        t.commit();
-    });
-    EXPECT_EQ(kind, DbErrorKind::ConcurrentChange);
-    EXPECT_FALSE(db->inTransaction());
-    other->rollback();
-    db->execute(QStringLiteral("UPDATE qx_parent SET cName = ? WHERE cCode = ?"),
-                {QStringLiteral("我"), QStringLiteral("P1")});
-}
-
 TEST_P(DatabaseTest, ARepeatedStatementWorksAgainAfterItFailedInATransaction)
 {
     // The same statement text with bound values, again and again: failing inside a transaction
