@@ -1,0 +1,74 @@
+#include "platform/native_lookup.h"
+
+#include "platform/database.h"
+
+#include <QVariant>
+
+#include <sqlite3.h>
+
+namespace qx {
+
+struct NativeLookup::Impl {
+    sqlite3* handle = nullptr;
+    sqlite3_stmt* statement = nullptr;
+    bool ownTransaction = false;
+
+    void finish()
+    {
+        sqlite3_finalize(statement);
+        statement = nullptr;
+        if (ownTransaction) sqlite3_exec(handle, "COMMIT", nullptr, nullptr, nullptr);
+        ownTransaction = false;
+    }
+};
+
+NativeLookup::NativeLookup(Database& db, const QString& sql) : d(std::make_unique<Impl>())
+{
+    if (db.backend() != Backend::Sqlite) return;
+    const QVariant h = db.nativeHandle();
+    if (qstrcmp(h.typeName(), "sqlite3*") != 0) return;
+    d->handle = *static_cast<sqlite3* const*>(h.constData());
+    if (!d->handle) return;
+    const QByteArray text = sql.toUtf8();
+    if (sqlite3_prepare_v2(d->handle, text.constData(), int(text.size()), &d->statement, nullptr) != SQLITE_OK ||
+        !d->statement || !sqlite3_stmt_readonly(d->statement)) {
+        d->finish();
+        return;
+    }
+    // One read transaction for all the questions: without it each one would begin and end its
+    // own, which costs more than the question.
+    if (sqlite3_get_autocommit(d->handle)) {
+        if (sqlite3_exec(d->handle, "BEGIN", nullptr, nullptr, nullptr) != SQLITE_OK) {
+            d->finish();
+            return;
+        }
+        d->ownTransaction = true;
+    }
+}
+
+NativeLookup::~NativeLookup() { d->finish(); }
+
+bool NativeLookup::available() const { return d->statement != nullptr; }
+
+bool NativeLookup::rows(const QByteArray& key, std::vector<QByteArray>& out)
+{
+    if (!d->statement) return false;
+    sqlite3_stmt* st = d->statement;
+    sqlite3_reset(st);
+    if (sqlite3_bind_text(st, 1, key.constData(), int(key.size()), SQLITE_TRANSIENT) != SQLITE_OK) {
+        d->finish();
+        return false;
+    }
+    int rc;
+    while ((rc = sqlite3_step(st)) == SQLITE_ROW) {
+        const auto* t = static_cast<const char*>(static_cast<const void*>(sqlite3_column_text(st, 0)));
+        out.emplace_back(t ? t : "", sqlite3_column_bytes(st, 0));
+    }
+    if (rc != SQLITE_DONE) {
+        d->finish();
+        return false;
+    }
+    return true;
+}
+
+}  // namespace qx

@@ -1,0 +1,37 @@
+#pragma once
+
+// A one-value query asked again and again (a walk over stored lines, one code at a time),
+// prepared once and stepped by the database library itself, without a statement round of the
+// driver per question. Offered where statements run in-process (SQLite); elsewhere, or when the
+// statement cannot be prepared, available() is false and the caller asks its own way.
+
+#include <QByteArray>
+
+#include <memory>
+#include <vector>
+
+namespace qx {
+
+class Database;
+
+class NativeLookup {
+public:
+    // `sql` has one "?" and answers one text column. Outside a transaction the questions share
+    // one read transaction, ended when the lookup goes: every answer sees the same stored rows.
+    NativeLookup(Database& db, const QString& sql);
+    ~NativeLookup();
+    NativeLookup(const NativeLookup&) = delete;
+    NativeLookup& operator=(const NativeLookup&) = delete;
+
+    bool available() const;
+    // Appends the first column of every row for `key` (UTF-8) to `out`. False when the library
+    // reported an error: the lookup is then unavailable and nothing it answered counts (the
+    // caller asks through the driver, which reports the failure as every statement does).
+    bool rows(const QByteArray& key, std::vector<QByteArray>& out);
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> d;
+};
+
+}  // namespace qx
