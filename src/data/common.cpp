@@ -158,13 +158,25 @@ constexpr int kBoundCodesLimit = 900;
 // database itself. It answers the deepest generation reached (0: no ancestors) and which of
 // the `among` codes bound after the code and the limit are ancestors (every ancestor when
 // `among` is negative). Only those few codes travel.
-QString generationWalk(qsizetype among)
+// PostgreSQL: one row per generation holding the generation's codes as one de-duplicated array,
+// so that each generation's parents are found by one scan of the upward index for all its codes,
+// not one scan per code.
+const QString kGenerationArrays = QStringLiteral(
+    "with recursive g(codes,generation) as (select array[?]::text[],0 "
+    "union all select array(select distinct p.cpspcode::text from productstructures p "
+    "where p.cpscode=any(g.codes)),g.generation+1 from g where g.generation<? and cardinality(g.codes)>0), "
+    "up(code,generation) as (select c,generation from g, unnest(g.codes) c where generation>0) ");
+
+QString generationWalk(qsizetype among, bool arrays)
 {
-    QString sql = QStringLiteral(
-        "with recursive up(code,generation) as (select cpspcode,1 from productstructures where cpscode=? "
-        "union select p.cpspcode,up.generation+1 from productstructures p inner join up on p.cpscode=up.code "
-        "where up.generation<?) "
+    const QString tail = QStringLiteral(
         "select null,coalesce(max(generation),0) from up union all select distinct code,-1 from up");
+    QString sql = arrays ? kGenerationArrays + tail
+                         : QStringLiteral(
+                               "with recursive up(code,generation) as (select cpspcode,1 from productstructures "
+                               "where cpscode=? union select p.cpspcode,up.generation+1 from productstructures p "
+                               "inner join up on p.cpscode=up.code where up.generation<?) ") +
+                               tail;
     if (among < 0) return sql;
     QStringList marks;
     marks.reserve(among);
@@ -200,7 +212,7 @@ Ancestors CollectAncestors(const QString& parent, Database& db, const QStringLis
     if (!all)
         for (const QString& code : *among) params << code;
     const std::vector<QString> cells =
-        db.selectTexts(generationWalk(all ? -1 : among->size()), params);
+        db.selectTexts(generationWalk(all ? -1 : among->size(), db.backend() == Backend::PostgreSql), params);
 
     Ancestors result;
     int deepest = 0;

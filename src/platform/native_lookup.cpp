@@ -59,10 +59,13 @@ bool NativeLookup::rows(const QByteArray& key, std::vector<QByteArray>& out)
         d->finish();
         return false;
     }
+    const int columns = sqlite3_column_count(st);
     int rc;
     while ((rc = sqlite3_step(st)) == SQLITE_ROW) {
-        const auto* t = static_cast<const char*>(static_cast<const void*>(sqlite3_column_text(st, 0)));
-        out.emplace_back(t ? t : "", sqlite3_column_bytes(st, 0));
+        for (int c = 0; c < columns; ++c) {
+            const auto* t = static_cast<const char*>(static_cast<const void*>(sqlite3_column_text(st, c)));
+            out.emplace_back(t ? t : "", sqlite3_column_bytes(st, c));
+        }
     }
     if (rc != SQLITE_DONE) {
         d->finish();

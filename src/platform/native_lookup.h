@@ -16,7 +16,7 @@ class Database;
 
 class NativeLookup {
 public:
-    // `sql` has one "?" and answers one text column. Outside a transaction the questions share
+    // `sql` has one "?". Outside a transaction the questions share
     // one read transaction, ended when the lookup goes: every answer sees the same stored rows.
     NativeLookup(Database& db, const QString& sql);
     ~NativeLookup();
@@ -24,7 +24,8 @@ public:
     NativeLookup& operator=(const NativeLookup&) = delete;
 
     bool available() const;
-    // Appends the first column of every row for `key` (UTF-8) to `out`. False when the library
+    // Appends every column of every row for `key` (UTF-8), as UTF-8 texts (NULL as an empty
+    // one), to `out`. False when the library
     // reported an error: the lookup is then unavailable and nothing it answered counts (the
     // caller asks through the driver, which reports the failure as every statement does).
     bool rows(const QByteArray& key, std::vector<QByteArray>& out);
