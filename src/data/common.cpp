@@ -199,12 +199,7 @@ Ancestors CollectAncestors(const QString& parent, Database& db, const QStringLis
         NativeLookup parentsOf(db, kParentsOfCode);
         if (parentsOf.available()) {
             AncestorGraph<QByteArray> graph(parent.toUtf8());
-            if (graph.walk(parentsOf)) {
-                Ancestors result;
-                result.loop = graph.hasLoop();
-                result.codes = graph.ancestors(among);
-                return result;
-            }
+            if (graph.walk(parentsOf)) return Ancestors{graph.ancestors(among), graph.hasLoop()};
         }
     }
     const bool all = !among || among->size() > kBoundCodesLimit;
