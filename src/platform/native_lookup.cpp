@@ -74,4 +74,52 @@ bool NativeLookup::rows(const QByteArray& key, std::vector<QByteArray>& out)
     return true;
 }
 
+NativeStatement::NativeStatement(Database& db, const QString& sql)
+{
+    if (db.backend() != Backend::Sqlite || !db.inTransaction()) return;
+    const QVariant h = db.nativeHandle();
+    if (qstrcmp(h.typeName(), "sqlite3*") != 0) return;
+    sqlite3* handle = *static_cast<sqlite3* const*>(h.constData());
+    if (!handle) return;
+    const QByteArray text = sql.toUtf8();
+    sqlite3_stmt* st = nullptr;
+    if (sqlite3_prepare_v2(handle, text.constData(), int(text.size()), &st, nullptr) != SQLITE_OK) {
+        sqlite3_finalize(st);
+        return;
+    }
+    statement_ = st;
+}
+
+NativeStatement::~NativeStatement() { sqlite3_finalize(static_cast<sqlite3_stmt*>(statement_)); }
+
+bool NativeStatement::available() const { return statement_ != nullptr; }
+
+bool NativeStatement::run(const QVariantList& params)
+{
+    auto* st = static_cast<sqlite3_stmt*>(statement_);
+    if (!st) return false;
+    sqlite3_reset(st);
+    for (int i = 0; i < params.size(); ++i) {
+        const QVariant& p = params[i];
+        const int type = p.metaType().id();
+        int rc;
+        if (p.isNull() || (type == QMetaType::QString && p.toString().isNull())) {
+            rc = sqlite3_bind_null(st, i + 1);
+        } else if (type == QMetaType::QString) {
+            const QString v = p.toString();
+            rc = sqlite3_bind_text16(st, i + 1, v.utf16(), int(v.size() * 2), SQLITE_TRANSIENT);
+        } else if (type == QMetaType::Double || type == QMetaType::Float) {
+            rc = sqlite3_bind_double(st, i + 1, p.toDouble());
+        } else if (type == QMetaType::Int || type == QMetaType::LongLong || type == QMetaType::Bool) {
+            rc = sqlite3_bind_int64(st, i + 1, p.toLongLong());
+        } else {
+            return false;  // a type the driver knows better
+        }
+        if (rc != SQLITE_OK) return false;
+    }
+    const int rc = sqlite3_step(st);
+    sqlite3_reset(st);
+    return rc == SQLITE_DONE;
+}
+
 }  // namespace qx

@@ -6,6 +6,7 @@
 // statement cannot be prepared, available() is false and the caller asks its own way.
 
 #include <QByteArray>
+#include <QVariantList>
 
 #include <memory>
 #include <vector>
@@ -33,6 +34,26 @@ public:
 private:
     struct Impl;
     std::unique_ptr<Impl> d;
+};
+
+// A statement that changes rows, run again and again inside the caller's transaction (the lines
+// of a structure), prepared once and stepped by the database library itself. Offered on SQLite
+// inside a transaction only; elsewhere available() is false.
+class NativeStatement {
+public:
+    NativeStatement(Database& db, const QString& sql);
+    ~NativeStatement();
+    NativeStatement(const NativeStatement&) = delete;
+    NativeStatement& operator=(const NativeStatement&) = delete;
+
+    bool available() const;
+    // Runs it with these values (texts, numbers, nulls). False when the library refused it: the
+    // statement alone changed nothing, and the caller runs it through Database::execute, which
+    // reports the failure as every statement does.
+    bool run(const QVariantList& params);
+
+private:
+    void* statement_ = nullptr;
 };
 
 }  // namespace qx
