@@ -170,39 +170,50 @@ QVariantList storedValues(const LineRow& r)
 void rewriteStructureLines(const CardLookups& lk, const LineGrid& lines, const QString& parent)
 {
     Database& db = *lk.db;
+    const auto rewriteAll = [&] {
+        db.execute(QStringLiteral("delete from ProductStructures where cPSPCode=?"), {parent});
+        writeStructureLines(lk, lines, parent);
+    };
     QHash<QString, int> gridRow;
     bool repeated = false;
     for (int i = 1; i < lines.rows() && !repeated; ++i)
         repeated = gridRow.contains(lines.cell(i, ColChildCode)) ||
                    (gridRow.insert(lines.cell(i, ColChildCode), i), false);
-    if (repeated) {
-        db.execute(QStringLiteral("delete from ProductStructures where cPSPCode=?"), {parent});
-        writeStructureLines(lk, lines, parent);
-        return;
-    }
+    if (repeated) return rewriteAll();
     const auto stored = db.openRecordset(
         QStringLiteral("select cPSCode, cWhCode, iPSQuantity, iWasteRate, cProcedureName, cDepCode, "
                        "cPersonName, cFree1, cFree2 from ProductStructures where cPSPCode=?"),
         RecordsetType::Snapshot, 0, {parent});
+    // What changes, before anything is written: the stored lines to go, and to change.
+    QStringList gone;
+    std::vector<QVariantList> changed;
     QSet<QString> kept;
     for (int r = 0; r < stored->recordCount(); ++r) {
         const QString child = stored->value(r, 0).toString();
         const auto it = gridRow.constFind(child);
         if (it == gridRow.constEnd()) {
-            db.execute(QStringLiteral("delete from ProductStructures where cPSPCode=? and cPSCode=?"),
-                       {parent, child});
+            gone << child;
             continue;
         }
         kept.insert(child);
         const QVariantList fresh = storedValues(lineRow(lk, lines, *it));
         bool same = true;
         for (int c = 0; c < fresh.size() && same; ++c) same = sameStored(stored->value(r, c + 1), fresh[c]);
-        if (same) continue;
-        db.execute(QStringLiteral("update ProductStructures set cWhCode=?, iPSQuantity=?, iWasteRate=?, "
-                                  "cProcedureName=?, cDepCode=?, cPersonName=?, cFree1=?, cFree2=? "
-                                  "where cPSPCode=? and cPSCode=?"),
-                   fresh + QVariantList{parent, child});
+        if (!same) changed.push_back(fresh + QVariantList{parent, child});
     }
+    const QString update = QStringLiteral(
+        "update ProductStructures set cWhCode=?, iPSQuantity=?, iWasteRate=?, cProcedureName=?, "
+        "cDepCode=?, cPersonName=?, cFree1=?, cFree2=? where cPSPCode=? and cPSCode=?");
+    NativeStatement inProcess(db, update);
+    // Where each statement is a round trip to a server, many changed lines are written again
+    // the plain way, a slice of lines per statement.
+    constexpr qsizetype kFewLines = 10;
+    if (!inProcess.available() && gone.size() + qsizetype(changed.size()) > kFewLines) return rewriteAll();
+    for (const QString& child : gone)
+        db.execute(QStringLiteral("delete from ProductStructures where cPSPCode=? and cPSCode=?"),
+                   {parent, child});
+    for (const QVariantList& params : changed)
+        if (!inProcess.run(params)) db.execute(update, params);
     // The new lines, in grid order.
     std::vector<int> added;
     for (int i = 1; i < lines.rows(); ++i)

@@ -74,7 +74,7 @@ bool NativeLookup::rows(const QByteArray& key, std::vector<QByteArray>& out)
     return true;
 }
 
-NativeStatement::NativeStatement(Database& db, const QString& sql)
+NativeStatement::NativeStatement(Database& db, const QString& sql) : db_(db), sql_(sql)
 {
     if (db.backend() != Backend::Sqlite || !db.inTransaction()) return;
     const QVariant h = db.nativeHandle();
@@ -88,6 +88,7 @@ NativeStatement::NativeStatement(Database& db, const QString& sql)
         return;
     }
     statement_ = st;
+    handle_ = handle;
 }
 
 NativeStatement::~NativeStatement() { sqlite3_finalize(static_cast<sqlite3_stmt*>(statement_)); }
@@ -117,9 +118,12 @@ bool NativeStatement::run(const QVariantList& params)
         }
         if (rc != SQLITE_OK) return false;
     }
-    const int rc = sqlite3_step(st);
+    if (sqlite3_step(st) == SQLITE_DONE) return true;
+    auto* handle = static_cast<sqlite3*>(handle_);
+    const int code = sqlite3_extended_errcode(handle);
+    const QString message = QString::fromUtf8(sqlite3_errmsg(handle));
     sqlite3_reset(st);
-    return rc == SQLITE_DONE;
+    throw db_.nativeError(code, message, sql_);
 }
 
 }  // namespace qx

@@ -47,12 +47,15 @@ public:
     NativeStatement& operator=(const NativeStatement&) = delete;
 
     bool available() const;
-    // Runs it with these values (texts, numbers, nulls). False when the library refused it: the
-    // statement alone changed nothing, and the caller runs it through Database::execute, which
-    // reports the failure as every statement does.
+    // Runs it with these values (texts, numbers, nulls). A failure is thrown as the driver's
+    // would be (the library may have ended the transaction: nothing more may run in it). False,
+    // with nothing run, for a value of another type: the caller runs it through the driver.
     bool run(const QVariantList& params);
 
 private:
+    Database& db_;
+    QString sql_;
+    void* handle_ = nullptr;
     void* statement_ = nullptr;
 };
 
