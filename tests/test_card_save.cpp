@@ -2,10 +2,12 @@
 
 #include "card/card_columns.h"
 #include "card/frm_pro_stru.h"
+#include "card/save_structure.h"
 #include "platform/database.h"
 #include "platform/lock_service.h"
 #include "platform/prompter.h"
 #include "platform/sql_dialect.h"
+#include "shared/line_grid.h"
 #include "support/card_fixture.h"
 
 #include <QAction>
@@ -279,6 +281,83 @@ TEST_P(CardSave, EditModeRewritesAllLines)
     prompter.clear();
     save();
     EXPECT_EQ(prompter.texts(), QStringList{QStringLiteral("该产品被他人锁定使用，不能修改！")});
+}
+
+// An edited structure's lines end as a plain write of the same grid as a new structure would
+// leave them, whatever changed: a value, a NULL, a line gone or added, a code's case.
+TEST_P(CardSave, EditedLinesEndAsAFreshWriteOfTheGrid)
+{
+    struct Line {
+        const char *child, *qty, *wh, *person, *free1, *op, *waste;
+    };
+    const std::vector<Line> stored{{"A1", "1", "原料库", "张三", "", "装配", "0.05"},
+                                   {"A2", "2", "成品库", "", "", "", ""},
+                                   {"A3", "3", "成品库", "", "红色", "", "1"}};
+    const struct {
+        const char* what;
+        std::vector<Line> edited;
+        bool storedNull = false;  // the stored lines hold NULL where the grid has an empty text
+    } cases[] = {
+        {"unchanged", stored},
+        {"a quantity", {stored[0], {"A2", "2.5", "成品库", "", "", "", ""}, stored[2]}},
+        {"a waste rate emptied, a person cleared",
+         {{"A1", "1", "原料库", "", "", "装配", ""}, stored[1], stored[2]}},
+        {"a free item set, a warehouse changed",
+         {stored[0], {"A2", "2", "原料库", "", "蓝色", "", ""}, stored[2]}},
+        {"a line gone, one added", {stored[2], {"X2", "4", "成品库", "", "", "", ""}, stored[0]}},
+        {"a code in another case", {{"a1", "1", "原料库", "张三", "", "装配", "0.05"}, stored[1]}},
+        {"a NULL stored, an empty text now", stored, true},
+    };
+    auto grid = [](const std::vector<Line>& lines) {
+        MemoryLineGrid g;
+        for (const Line& l : lines) {
+            const int r = g.addLine();
+            g.setCell(r, ColChildCode, QString::fromUtf8(l.child));
+            g.setCell(r, ColQuantity, QString::fromUtf8(l.qty));
+            g.setCell(r, ColWarehouse, QString::fromUtf8(l.wh));
+            g.setCell(r, ColPerson, QString::fromUtf8(l.person));
+            g.setCell(r, ColFree1, QString::fromUtf8(l.free1));
+            g.setCell(r, ColOperation, QString::fromUtf8(l.op));
+            g.setCell(r, ColWasteRate, QString::fromUtf8(l.waste));
+            g.setCell(r, ColFree2, QString(""));  // empty, not null: written as an empty text
+        }
+        return g;
+    };
+    auto rowsOf = [&](const QString& parent) {
+        auto rs = db->openRecordset(
+            QStringLiteral("select cPSCode,cWhCode,iPSQuantity,iWasteRate,cProcedureName,cDepCode,"
+                           "cPersonName,cFree1,cFree2 from ProductStructures where cPSPCode=? order by cPSCode"),
+            RecordsetType::Snapshot, 0, {parent});
+        QStringList out;
+        for (int r = 0; r < rs->recordCount(); ++r) {
+            QStringList cells;
+            for (int c = 0; c < 9; ++c)
+                cells << (rs->value(r, c).isNull() ? QStringLiteral("NULL") : rs->value(r, c).toString());
+            out << cells.join(QLatin1Char('|'));
+        }
+        return out;
+    };
+    auto write = [&](const QString& parent, const std::vector<Line>& lines, bool adding) {
+        const MemoryLineGrid g = grid(lines);
+        Transaction tx(*db);
+        writeStructure(lk, g, {parent, QStringLiteral("一车间"), adding, nullptr});
+        tx.commit();
+    };
+    for (const auto& c : cases) {
+        write(QStringLiteral("P1"), stored, true);
+        if (c.storedNull)
+            db->execute(QStringLiteral("update ProductStructures set cFree2=NULL where cPSPCode=?"),
+                        {QStringLiteral("P1")});
+        write(QStringLiteral("P1"), c.edited, false);
+        write(QStringLiteral("X3"), c.edited, true);
+        const QStringList edited = rowsOf(QStringLiteral("P1"));
+        EXPECT_EQ(edited.size(), int(c.edited.size())) << c.what;
+        EXPECT_EQ(edited, rowsOf(QStringLiteral("X3"))) << c.what;
+        for (const char* parent : {"P1", "X3"}) {
+            db->execute(QStringLiteral("delete from ProductStructures where cPSPCode=?"), {QString::fromLatin1(parent)});
+            db->execute(QStringLiteral("delete from ProductStructure where cPSPCode=?"), {QString::fromLatin1(parent)});
+        }
+    }
 }
 
 TEST_P(CardSave, LineDeletionRespectsAStructureInUse)

@@ -123,6 +123,36 @@ TEST_P(CheckCycleTest, StoredLoopsAreCyclesWhetherOrNotThePairIsOnThem)
     EXPECT_FALSE(CheckCycle("SELF", "Z", *db));
 }
 
+// Each check sees what another workstation stored since the last one, and leaves no read of
+// its own open: the second workstation can write meanwhile, this one can begin a transaction.
+TEST_P(CheckCycleTest, EveryCheckSeesWhatAnotherWorkstationStoredSinceTheLast)
+{
+    QString connection;
+    db = test::openFreshCompany(backend(), &connection);
+    auto other = Database::open(connection);
+    Structures(*db).chain({"TOP", "MID", "LOW"});
+    Structures theirs(*other);
+    const struct {
+        const char *parent, *child;  // the line the other workstation stores first
+        const char *askParent, *askChild;
+        bool allowedBefore, allowedAfter;
+    } cases[] = {
+        {"LOW", "LEAF", "LOW", "LEAF", true, true},    // below LOW: changes nothing above it
+        {"OUT", "TOP", "LOW", "OUT", true, false},     // now an ancestor of LOW
+        {"UP", "OUT", "MID", "UP", true, false},       // two generations above TOP
+        {"LOW", "RING", "MID", "X", true, true},       // below MID
+        {"RING", "TOP", "MID", "X", true, false},      // TOP -> MID -> LOW -> RING -> TOP: a loop
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(CheckCycle(c.askParent, c.askChild, *db), c.allowedBefore) << c.parent << "->" << c.child;
+        theirs.line(c.parent, c.child);
+        EXPECT_EQ(CheckCycle(c.askParent, c.askChild, *db), c.allowedAfter) << c.parent << "->" << c.child;
+        Transaction tx(*db);  // no read of the check still open
+        EXPECT_EQ(CollectAncestors(c.askParent, *db).allows(c.askChild), c.allowedAfter);
+        tx.rollback();
+    }
+}
+
 TEST_P(CheckCycleTest, WideGenerationsAreAskedInPiecesWithoutLosingACode)
 {
     // 1200 parents of one part: three statements for that generation; only the 1100th has a

@@ -3,6 +3,7 @@
 #include "card/card_columns.h"
 #include "texts/texts.h"
 #include "platform/database.h"
+#include "platform/native_lookup.h"
 #include "platform/prompter.h"
 #include "shared/code_to_name.h"
 #include "shared/line_grid.h"
@@ -66,6 +67,21 @@ QHash<QString, ItemFlags> readItemFlags(const LineGrid& lines, Database& db)
         }
     }
     QHash<QString, ItemFlags> flags;
+    {
+        // In-process statements: one question per item, the statement prepared once.
+        NativeLookup item(db, QStringLiteral("select bFree1,bFree2,bService from inventory where cInvCode=?"));
+        std::vector<QByteArray> cells;
+        bool answered = item.available();
+        for (qsizetype i = 0; i < codes.size() && answered; ++i) {
+            cells.clear();
+            answered = item.rows(codes[i].toUtf8(), cells);
+            if (answered && cells.size() >= 3)
+                flags.insert(codes[i], {truthy(QString::fromUtf8(cells[0])), truthy(QString::fromUtf8(cells[1])),
+                                        truthy(QString::fromUtf8(cells[2]))});
+        }
+        if (answered) return flags;
+        flags.clear();
+    }
     constexpr int kSlice = 100;  // few values per statement: the driver binds each by a name search
     for (int from = 0; from < codes.size(); from += kSlice) {
         const QStringList slice = codes.mid(from, kSlice);

@@ -7,6 +7,7 @@
 #include "data/common.h"
 #include "texts/texts.h"
 #include "platform/database.h"
+#include "platform/native_lookup.h"
 #include "platform/prompter.h"
 #include "platform/sql_dialect.h"
 #include "shared/line_grid.h"
@@ -91,19 +92,35 @@ QString saveFailureMessage(const DbError& e, bool editWriting)
 
 // The lines of a structure, in grid order, a slice of rows per statement: the rows stored are
 // those the line recordset's AddNew/Update would store, without one statement per line.
-void writeStructureLines(const CardLookups& lk, const LineGrid& lines, const QString& parent)
+namespace {
+
+// The given lines of the grid, in the order given.
+void insertLines(const CardLookups& lk, const LineGrid& lines, const QString& parent,
+                 const std::vector<int>& which)
 {
     constexpr int kRowsPerStatement = 10;
     const QString head = QStringLiteral(
         "insert into ProductStructures (cPSPCode, cPSCode, cWhCode, ipsquantity, iWasteRate, "
         "cProcedureName, cDepCode, cPersonName, cFree1, cFree2) values ");
     const QString marks = QStringLiteral("(?,?,?,?,?,?,?,?,?,?)");
-    for (int from = 1; from < lines.rows(); from += kRowsPerStatement) {
-        const int to = std::min(lines.rows(), from + kRowsPerStatement);
+    // In-process statements: one line per run of one statement prepared once. A line the
+    // library refuses goes through the driver, which reports why.
+    if (NativeStatement one(*lk.db, head + marks); one.available()) {
+        for (int i : which) {
+            const LineRow r = lineRow(lk, lines, i);
+            const QVariantList params{parent,       r.child,      r.warehouse, r.quantity, r.waste,
+                                      r.procedure,  r.department, r.person,    r.free1,    r.free2};
+            if (!one.run(params)) lk.db->execute(head + marks, params);
+        }
+        return;
+    }
+    const int count = int(which.size());
+    for (int from = 0; from < count; from += kRowsPerStatement) {
+        const int to = std::min(count, from + kRowsPerStatement);
         QStringList tuples;
         QVariantList params;
-        for (int i = from; i < to; ++i) {
-            const LineRow r = lineRow(lk, lines, i);
+        for (int k = from; k < to; ++k) {
+            const LineRow r = lineRow(lk, lines, which[size_t(k)]);
             tuples << marks;
             params << parent << r.child << r.warehouse << r.quantity << r.waste << r.procedure
                    << r.department << r.person << r.free1 << r.free2;
@@ -111,6 +128,100 @@ void writeStructureLines(const CardLookups& lk, const LineGrid& lines, const QSt
         lk.db->execute(head + tuples.join(QLatin1Char(',')), params);
     }
 }
+
+}  // namespace
+
+void writeStructureLines(const CardLookups& lk, const LineGrid& lines, const QString& parent)
+{
+    std::vector<int> all;
+    for (int i = 1; i < lines.rows(); ++i) all.push_back(i);
+    insertLines(lk, lines, parent, all);
+}
+
+namespace {
+
+// A value as the table keeps it: a null text is NULL, as when it is bound.
+bool nullish(const QVariant& v)
+{
+    return v.isNull() || (v.metaType().id() == QMetaType::QString && v.toString().isNull());
+}
+
+// Would writing `fresh` leave `stored` as it is?
+bool sameStored(const QVariant& stored, const QVariant& fresh)
+{
+    if (nullish(stored) || nullish(fresh)) return nullish(stored) == nullish(fresh);
+    if (fresh.metaType().id() == QMetaType::Double) {
+        bool number = false;
+        const double value = stored.toDouble(&number);
+        return number && value == fresh.toDouble();
+    }
+    return stored.metaType().id() == QMetaType::QString && stored.toString() == fresh.toString();
+}
+
+QVariantList storedValues(const LineRow& r)
+{
+    return {r.warehouse, r.quantity, r.waste, r.procedure, r.department, r.person, r.free1, r.free2};
+}
+
+// An edited structure's lines: the stored rows end as those of deleting every line of the parent
+// and writing the grid's lines again, but a line whose child stays is changed in place (or left
+// alone when nothing in it changed), so that an edit of a few lines writes a few rows. A grid
+// that repeats a child is written the plain way, which refuses it as before.
+void rewriteStructureLines(const CardLookups& lk, const LineGrid& lines, const QString& parent)
+{
+    Database& db = *lk.db;
+    const auto rewriteAll = [&] {
+        db.execute(QStringLiteral("delete from ProductStructures where cPSPCode=?"), {parent});
+        writeStructureLines(lk, lines, parent);
+    };
+    QHash<QString, int> gridRow;
+    bool repeated = false;
+    for (int i = 1; i < lines.rows() && !repeated; ++i)
+        repeated = gridRow.contains(lines.cell(i, ColChildCode)) ||
+                   (gridRow.insert(lines.cell(i, ColChildCode), i), false);
+    if (repeated) return rewriteAll();
+    const auto stored = db.openRecordset(
+        QStringLiteral("select cPSCode, cWhCode, iPSQuantity, iWasteRate, cProcedureName, cDepCode, "
+                       "cPersonName, cFree1, cFree2 from ProductStructures where cPSPCode=?"),
+        RecordsetType::Snapshot, 0, {parent});
+    // What changes, before anything is written: the stored lines to go, and to change.
+    QStringList gone;
+    std::vector<QVariantList> changed;
+    QSet<QString> kept;
+    for (int r = 0; r < stored->recordCount(); ++r) {
+        const QString child = stored->value(r, 0).toString();
+        const auto it = gridRow.constFind(child);
+        if (it == gridRow.constEnd()) {
+            gone << child;
+            continue;
+        }
+        kept.insert(child);
+        const QVariantList fresh = storedValues(lineRow(lk, lines, *it));
+        bool same = true;
+        for (int c = 0; c < fresh.size() && same; ++c) same = sameStored(stored->value(r, c + 1), fresh[c]);
+        if (!same) changed.push_back(fresh + QVariantList{parent, child});
+    }
+    const QString update = QStringLiteral(
+        "update ProductStructures set cWhCode=?, iPSQuantity=?, iWasteRate=?, cProcedureName=?, "
+        "cDepCode=?, cPersonName=?, cFree1=?, cFree2=? where cPSPCode=? and cPSCode=?");
+    NativeStatement inProcess(db, update);
+    // Where each statement is a round trip to a server, many changed lines are written again
+    // the plain way, a slice of lines per statement.
+    constexpr qsizetype kFewLines = 10;
+    if (!inProcess.available() && gone.size() + qsizetype(changed.size()) > kFewLines) return rewriteAll();
+    for (const QString& child : gone)
+        db.execute(QStringLiteral("delete from ProductStructures where cPSPCode=? and cPSCode=?"),
+                   {parent, child});
+    for (const QVariantList& params : changed)
+        if (!inProcess.run(params)) db.execute(update, params);
+    // The new lines, in grid order.
+    std::vector<int> added;
+    for (int i = 1; i < lines.rows(); ++i)
+        if (!kept.contains(lines.cell(i, ColChildCode))) added.push_back(i);
+    insertLines(lk, lines, parent, added);
+}
+
+}  // namespace
 
 void writeStructure(const CardLookups& lk, const LineGrid& lines, const StructureWrite& w)
 {
@@ -133,8 +244,8 @@ void writeStructure(const CardLookups& lk, const LineGrid& lines, const Structur
             db.execute(QStringLiteral("update ProductStructure set cDepCode=? where cPSPCode=?"),
                        {department, w.parent}) == 0)
             throw DbError(DbErrorKind::RecordDeleted, text::kDeletedCannotSave);
-        // All lines of the parent go and the grid's lines are written again.
-        db.execute(QStringLiteral("delete from ProductStructures where cPSPCode=?"), {w.parent});
+        rewriteStructureLines(lk, lines, w.parent);
+        return;
     }
     writeStructureLines(lk, lines, w.parent);
 }

@@ -2,6 +2,7 @@
 
 #include "platform/criteria.h"
 #include "platform/database.h"
+#include "platform/native_lookup.h"
 
 #include <QHash>
 #include <QStringList>
@@ -10,6 +11,7 @@
 #include <charconv>
 #include <cmath>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace qx {
@@ -33,21 +35,40 @@ const QString kAncestorLines = QStringLiteral(
     "union select p.cpspcode,p.cpscode from productstructures p inner join up on p.cpscode=up.cpspcode) "
     "select cpspcode,cpscode from up");
 
+// The parents of one code, found in the upward index alone.
+const QString kParentsOfCode = QStringLiteral("select cpspcode from productstructures where cpscode=?");
+
 // The upward graph of one code: its ancestors and who holds whom among them. Codes are numbered
 // as they are met.
+template <class Key>
 class AncestorGraph {
 public:
-    AncestorGraph(Database& db, const QString& start)
+    explicit AncestorGraph(const Key& start) { start_ = id(start); }
+
+    // The lines above the start by the database's own recursive query.
+    static AncestorGraph read(Database& db, const QString& start)
     {
-        start_ = id(start);
+        AncestorGraph graph(start);
         const std::vector<QString> cells = db.selectTexts(kAncestorLines, {start});
-        for (size_t i = 0; i + 1 < cells.size(); i += 2) {
-            const int up = id(cells[i]);
-            const int code = id(cells[i + 1]);
-            parents_[size_t(code)].push_back(up);
-            ancestor_[size_t(up)] = 1;
-        }
+        for (size_t i = 0; i + 1 < cells.size(); i += 2) graph.addLine(cells[i], cells[i + 1]);
+        return graph;
     }
+
+    // Walks up from the start in-process, one question per code met: each code's parents are
+    // asked once, however many routes lead to it, so a stored loop ends the walk as well. False
+    // when the lookup failed on the way (the graph is then incomplete).
+    bool walk(NativeLookup& parentsOf)
+    {
+        std::vector<Key> found;
+        for (size_t code = 0; code < codes_.size(); ++code) {
+            found.clear();
+            if (!parentsOf.rows(codes_[code], found)) return false;
+            for (const Key& up : found) addLine(int(code), id(up));
+        }
+        return true;
+    }
+
+    void addLine(const Key& up, const Key& code) { addLine(id(code), id(up)); }
 
     // A loop among the ancestors (or through the code itself): peeling from the bottom, a code
     // whose children among them are all peeled goes next; codes left over sit on a loop or above
@@ -73,17 +94,41 @@ public:
         return peeled < n;
     }
 
-    QSet<QString> ancestors() const
+    // The ancestors' codes; with `among`, only those of them that are ancestors.
+    QSet<QString> ancestors(const QStringList* among = nullptr) const
     {
         QSet<QString> out;
+        if (among) {
+            for (const QString& code : *among) {
+                const int n = find(code);
+                if (n >= 0 && ancestor_[size_t(n)]) out.insert(code);
+            }
+            return out;
+        }
         out.reserve(qsizetype(codes_.size()));
         for (size_t i = 0; i < codes_.size(); ++i)
-            if (ancestor_[i]) out.insert(codes_[i]);
+            if (ancestor_[i]) out.insert(text(codes_[i]));
         return out;
     }
 
 private:
-    int id(const QString& code)
+    static QString text(const QString& code) { return code; }
+    static QString text(const QByteArray& code) { return QString::fromUtf8(code); }
+    int find(const QString& code) const
+    {
+        if constexpr (std::is_same_v<Key, QString>)
+            return ids_.value(code, -1);
+        else
+            return ids_.value(code.toUtf8(), -1);
+    }
+
+    void addLine(int code, int up)
+    {
+        parents_[size_t(code)].push_back(up);
+        ancestor_[size_t(up)] = 1;
+    }
+
+    int id(const Key& code)
     {
         auto it = ids_.constFind(code);
         if (it != ids_.constEnd()) return it.value();
@@ -96,8 +141,8 @@ private:
     }
 
     int start_ = 0;
-    QHash<QString, int> ids_;
-    std::vector<QString> codes_;
+    QHash<Key, int> ids_;
+    std::vector<Key> codes_;
     std::vector<std::vector<int>> parents_;  // per code: its parents among the lines read
     std::vector<char> ancestor_;
 };
@@ -113,13 +158,25 @@ constexpr int kBoundCodesLimit = 900;
 // database itself. It answers the deepest generation reached (0: no ancestors) and which of
 // the `among` codes bound after the code and the limit are ancestors (every ancestor when
 // `among` is negative). Only those few codes travel.
-QString generationWalk(qsizetype among)
+// PostgreSQL: one row per generation holding the generation's codes as one de-duplicated array,
+// so that each generation's parents are found by one scan of the upward index for all its codes,
+// not one scan per code.
+const QString kGenerationArrays = QStringLiteral(
+    "with recursive g(codes,generation) as (select array[?]::text[],0 "
+    "union all select array(select distinct p.cpspcode::text from productstructures p "
+    "where p.cpscode=any(g.codes)),g.generation+1 from g where g.generation<? and cardinality(g.codes)>0), "
+    "up(code,generation) as (select c,generation from g, unnest(g.codes) c where generation>0) ");
+
+QString generationWalk(qsizetype among, bool arrays)
 {
-    QString sql = QStringLiteral(
-        "with recursive up(code,generation) as (select cpspcode,1 from productstructures where cpscode=? "
-        "union select p.cpspcode,up.generation+1 from productstructures p inner join up on p.cpscode=up.code "
-        "where up.generation<?) "
+    const QString tail = QStringLiteral(
         "select null,coalesce(max(generation),0) from up union all select distinct code,-1 from up");
+    QString sql = arrays ? kGenerationArrays + tail
+                         : QStringLiteral(
+                               "with recursive up(code,generation) as (select cpspcode,1 from productstructures "
+                               "where cpscode=? union select p.cpspcode,up.generation+1 from productstructures p "
+                               "inner join up on p.cpscode=up.code where up.generation<?) ") +
+                               tail;
     if (among < 0) return sql;
     QStringList marks;
     marks.reserve(among);
@@ -136,12 +193,21 @@ bool CheckCycle(const QString& parent, const QString& child, Database& db)
 
 Ancestors CollectAncestors(const QString& parent, Database& db, const QStringList* among)
 {
+    {
+        // In-process statements (SQLite): the exact walk, each code's parents asked once, costs
+        // less than the one statement below and needs no generation limit.
+        NativeLookup parentsOf(db, kParentsOfCode);
+        if (parentsOf.available()) {
+            AncestorGraph<QByteArray> graph(parent.toUtf8());
+            if (graph.walk(parentsOf)) return Ancestors{graph.ancestors(among), graph.hasLoop()};
+        }
+    }
     const bool all = !among || among->size() > kBoundCodesLimit;
     QVariantList params{parent, kGenerationLimit};
     if (!all)
         for (const QString& code : *among) params << code;
     const std::vector<QString> cells =
-        db.selectTexts(generationWalk(all ? -1 : among->size()), params);
+        db.selectTexts(generationWalk(all ? -1 : among->size(), db.backend() == Backend::PostgreSql), params);
 
     Ancestors result;
     int deepest = 0;
@@ -157,7 +223,7 @@ Ancestors CollectAncestors(const QString& parent, Database& db, const QStringLis
     // have led it on for ever.
     if (deepest < kGenerationLimit) return result;
     // A loop, or a structure deeper than any seen: the exact walk decides.
-    const AncestorGraph graph(db, parent);
+    const auto graph = AncestorGraph<QString>::read(db, parent);
     result.loop = graph.hasLoop();
     result.codes = graph.ancestors();
     return result;

@@ -287,6 +287,11 @@ QVariant Database::nativeHandle()
     return d->db.driver() ? d->db.driver()->handle() : QVariant();
 }
 
+DbError Database::nativeError(int code, const QString& message, const QString& sql) const
+{
+    return d->errorOf(QSqlError(message, message, QSqlError::StatementError, QString::number(code)), sql);
+}
+
 QSqlQuery Database::run(const QString& sql, const QVariantList& params)
 {
     ensureConnected();

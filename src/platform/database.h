@@ -130,6 +130,9 @@ public:
     // in a variant, after the checks every statement makes first (a vanished company file, a
     // lost connection connected again). Throws DbError(ConnectionLost) when it cannot connect.
     QVariant nativeHandle();
+    // Low level: the error a statement run through the backend's own library met (its code and
+    // message), as the driver's failure of `sql` would be reported.
+    DbError nativeError(int code, const QString& message, const QString& sql) const;
 
 private:
     Database();

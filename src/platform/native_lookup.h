@@ -1,0 +1,62 @@
+#pragma once
+
+// A one-value query asked again and again (a walk over stored lines, one code at a time),
+// prepared once and stepped by the database library itself, without a statement round of the
+// driver per question. Offered where statements run in-process (SQLite); elsewhere, or when the
+// statement cannot be prepared, available() is false and the caller asks its own way.
+
+#include <QByteArray>
+#include <QVariantList>
+
+#include <memory>
+#include <vector>
+
+namespace qx {
+
+class Database;
+
+class NativeLookup {
+public:
+    // `sql` has one "?". Outside a transaction the questions share
+    // one read transaction, ended when the lookup goes: every answer sees the same stored rows.
+    NativeLookup(Database& db, const QString& sql);
+    ~NativeLookup();
+    NativeLookup(const NativeLookup&) = delete;
+    NativeLookup& operator=(const NativeLookup&) = delete;
+
+    bool available() const;
+    // Appends every column of every row for `key` (UTF-8), as UTF-8 texts (NULL as an empty
+    // one), to `out`. False when the library
+    // reported an error: the lookup is then unavailable and nothing it answered counts (the
+    // caller asks through the driver, which reports the failure as every statement does).
+    bool rows(const QByteArray& key, std::vector<QByteArray>& out);
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> d;
+};
+
+// A statement that changes rows, run again and again inside the caller's transaction (the lines
+// of a structure), prepared once and stepped by the database library itself. Offered on SQLite
+// inside a transaction only; elsewhere available() is false.
+class NativeStatement {
+public:
+    NativeStatement(Database& db, const QString& sql);
+    ~NativeStatement();
+    NativeStatement(const NativeStatement&) = delete;
+    NativeStatement& operator=(const NativeStatement&) = delete;
+
+    bool available() const;
+    // Runs it with these values (texts, numbers, nulls). A failure is thrown as the driver's
+    // would be (the library may have ended the transaction: nothing more may run in it). False,
+    // with nothing run, for a value of another type: the caller runs it through the driver.
+    bool run(const QVariantList& params);
+
+private:
+    Database& db_;
+    QString sql_;
+    void* handle_ = nullptr;
+    void* statement_ = nullptr;
+};
+
+}  // namespace qx
