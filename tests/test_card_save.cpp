@@ -47,28 +47,20 @@ protected:
         card->appendLine(cells);
     }
     void save() { card->dispatch(QStringLiteral("ButSave")); }
-    int count(const QString& sql, const QVariantList& params = {})
-    {
-        auto rs = db->openRecordset(sql, RecordsetType::Snapshot, 0, params);
-        return rs->recordCount();
-    }
     int lineCount(const QString& parent)
     {
-        return count(QStringLiteral("select cPSCode from ProductStructures where cPSPCode=?"),
-                     {parent});
+        return countRows(*db, QStringLiteral("select count(*) from ProductStructures where cPSPCode=?"), {parent});
     }
     int headerCount(const QString& parent)
     {
-        return count(QStringLiteral("select cPSPCode from ProductStructure where cPSPCode=?"),
-                     {parent});
+        return countRows(*db, QStringLiteral("select count(*) from ProductStructure where cPSPCode=?"), {parent});
     }
     // Saving is refused with `message` and nothing of the structure is in the database.
     void expectRefused(const QString& message, const QString& parent = QStringLiteral("P1"))
     {
         prompter.clear();
         save();
-        ASSERT_EQ(prompter.texts(), QStringList{message});
-        EXPECT_EQ(prompter.shown[0].title, QStringLiteral("提示！"));
+        ASSERT_EQ(boxes(prompter), QStringList{message});
         if (card->adding) {
             EXPECT_EQ(headerCount(parent), 0);
             EXPECT_EQ(lineCount(parent), 0);

@@ -63,12 +63,7 @@ protected:
         return DbErrorKind::Other;
     }
 
-    int count(const QString& table)
-    {
-        auto rs = db->openRecordset(QStringLiteral("SELECT count(*) AS n FROM ") + table,
-                                    RecordsetType::Snapshot);
-        return rs->field(0).toInt();
-    }
+    int count(const QString& table) { return qx::test::countRows(*db, "SELECT count(*) FROM " + table); }
 
     std::unique_ptr<Database> db;
     QString cs;

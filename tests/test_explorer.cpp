@@ -298,16 +298,6 @@ TEST_P(ExplorerData, SummaryAndTreeReadTheItemsOfCodesWithQuotesBracesAndSeparat
     }
 }
 
-namespace {
-
-QByteArray fileBytes(const QString& file)
-{
-    QFile f(file);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-}  // namespace
-
 TEST_P(ExplorerData, SpreadsheetFilesHoldTheTreeGroupedByLevelAndTheSummary)
 {
     QTemporaryDir dir;

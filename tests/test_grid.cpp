@@ -25,11 +25,6 @@ using namespace qx;
 
 namespace {
 
-QString q(const char* s)
-{
-    return QString::fromUtf8(s);
-}
-
 // A handler that records what the grid asked and answers from its settings.
 struct RecordingHandler : GridEditHandler {
     bool accept = true;
@@ -224,7 +219,7 @@ TEST_F(GridEditTest, RefusedCellKeepsTheEditorUntilItIsPutRight)
     handler.replaceWith = QStringLiteral("名称");
     QTest::keyClick(editor(), Qt::Key_Tab);
     EXPECT_FALSE(grid->isEditing());
-    EXPECT_EQ(grid->textMatrix(1, 1), q("名称")) << "the handler's replacement is stored";
+    EXPECT_EQ(grid->textMatrix(1, 1), QStringLiteral("名称")) << "the handler's replacement is stored";
     EXPECT_EQ(grid->col(), 2) << "Tab moves right";
     type(QStringLiteral("x"));
     window.other->setFocus(Qt::MouseFocusReason);
@@ -291,10 +286,10 @@ protected:
         db->execute(QStringLiteral(
             "CREATE TABLE Dept (cDepCode VARCHAR(12), cDepName VARCHAR(30), cMemo VARCHAR(10))"));
         const QVariantList rows[] = {
-            {QStringLiteral("D1"), q("一车间"), QStringLiteral("m1")},
-            {QStringLiteral("D2"), q("二车间"), QStringLiteral("m2")},
+            {QStringLiteral("D1"), QStringLiteral("一车间"), QStringLiteral("m1")},
+            {QStringLiteral("D2"), QStringLiteral("二车间"), QStringLiteral("m2")},
             {QStringLiteral("AB01"), QVariant(), QStringLiteral("m3")},  // a Null name
-            {QStringLiteral("X'9"), q("装配|线"), QStringLiteral("m4")},
+            {QStringLiteral("X'9"), QStringLiteral("装配|线"), QStringLiteral("m4")},
         };
         for (const auto& r : rows)
             db->execute(QStringLiteral("INSERT INTO Dept VALUES (?, ?, ?)"), r);
@@ -315,7 +310,7 @@ protected:
 
     std::unique_ptr<Database> db;
     std::unique_ptr<Recordset> rs;
-    const QStringList captions{q("部门编码"), q("部门名称")};
+    const QStringList captions{QStringLiteral("部门编码"), QStringLiteral("部门名称")};
 };
 
 
@@ -323,7 +318,7 @@ protected:
 
 TEST_F(RefDialogTest, FilterNarrowsAsTheUserTypesWithoutRegardToCase)
 {
-    RefDialog dlg(*rs, q("参照"), captions, nullptr);
+    RefDialog dlg(*rs, QStringLiteral("参照"), captions, nullptr);
     dlg.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&dlg));
     QTest::keyClicks(dlg.filterEdit(), QStringLiteral("d"));
@@ -333,7 +328,7 @@ TEST_F(RefDialogTest, FilterNarrowsAsTheUserTypesWithoutRegardToCase)
     EXPECT_EQ(dlg.currentSourceRow(), 2);
 
     dlg.filterEdit()->clear();
-    dlg.filterEdit()->insert(q("车间"));  // as the input method commits it
+    dlg.filterEdit()->insert(QStringLiteral("车间"));  // as the input method commits it
     EXPECT_EQ(dlg.shownRows(), 2) << "any shown column matches";
     dlg.filterEdit()->clear();
     QTest::keyClicks(dlg.filterEdit(), QStringLiteral("m3"));
@@ -350,7 +345,7 @@ TEST_F(RefDialogTest, EnterPicksAndLeavesTheRecordsetOnThePickedRow)
         QTest::keyClicks(dlg->filterEdit(), QStringLiteral("ab"));
         QTest::keyClick(dlg->filterEdit(), Qt::Key_Return);
     });
-    const auto picked = chooser.choose(*rs, q("参照"), captions, nullptr);
+    const auto picked = chooser.choose(*rs, QStringLiteral("参照"), captions, nullptr);
     ASSERT_TRUE(picked.has_value());
     EXPECT_EQ(*picked, 0);
     EXPECT_EQ(rs->absolutePosition(), 0);
@@ -359,11 +354,11 @@ TEST_F(RefDialogTest, EnterPicksAndLeavesTheRecordsetOnThePickedRow)
 
     // Arrows walk the list while the typing stays in the filter.
     whenShown([](RefDialog* dlg) {
-        dlg->filterEdit()->insert(q("车间"));
+        dlg->filterEdit()->insert(QStringLiteral("车间"));
         QTest::keyClick(dlg->filterEdit(), Qt::Key_Down);
         QTest::keyClick(dlg->filterEdit(), Qt::Key_Enter);
     });
-    const auto second = chooser.choose(*rs, q("参照"), captions, nullptr);
+    const auto second = chooser.choose(*rs, QStringLiteral("参照"), captions, nullptr);
     ASSERT_TRUE(second.has_value());
     EXPECT_EQ(*second, 2);
     EXPECT_EQ(rs->field(0).toString(), QStringLiteral("D2"));
@@ -378,7 +373,7 @@ TEST_F(RefDialogTest, DoubleClickPicksAndEscapeCancels)
         QTest::mouseClick(t->viewport(), Qt::LeftButton, {}, at);
         QTest::mouseDClick(t->viewport(), Qt::LeftButton, {}, at);
     });
-    const auto picked = chooser.choose(*rs, q("参照"), captions, nullptr);
+    const auto picked = chooser.choose(*rs, QStringLiteral("参照"), captions, nullptr);
     ASSERT_TRUE(picked.has_value());
     EXPECT_EQ(*picked, 3);
     EXPECT_EQ(rs->field(0).toString(), QStringLiteral("X'9"));
@@ -387,7 +382,7 @@ TEST_F(RefDialogTest, DoubleClickPicksAndEscapeCancels)
         QTest::keyClicks(dlg->filterEdit(), QStringLiteral("D1"));
         QTest::keyClick(dlg->filterEdit(), Qt::Key_Escape);
     });
-    EXPECT_FALSE(chooser.choose(*rs, q("参照"), captions, nullptr).has_value());
+    EXPECT_FALSE(chooser.choose(*rs, QStringLiteral("参照"), captions, nullptr).has_value());
     EXPECT_EQ(rs->field(0).toString(), QStringLiteral("X'9"))
         << "a cancel leaves the position alone";
 
@@ -398,5 +393,5 @@ TEST_F(RefDialogTest, DoubleClickPicksAndEscapeCancels)
         EXPECT_TRUE(dlg->isVisible());
         QTest::keyClick(dlg->filterEdit(), Qt::Key_Escape);
     });
-    EXPECT_FALSE(chooser.choose(*rs, q("参照"), captions, nullptr).has_value());
+    EXPECT_FALSE(chooser.choose(*rs, QStringLiteral("参照"), captions, nullptr).has_value());
 }

@@ -21,12 +21,6 @@ using namespace qx::test;
 
 namespace {
 
-QByteArray fileBytes(const QString& file)
-{
-    QFile f(file);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
 class PrintWindow : public StructureWindowTest {
 protected:
     void SetUp() override

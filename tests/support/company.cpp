@@ -77,6 +77,12 @@ QString writeFile(const QString& path, const QByteArray& bytes)
     return path;
 }
 
+QByteArray fileBytes(const QString& path)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
 int lockRows(Database& db)
 {
     return countRows(db, QStringLiteral("select count(*) from ") + LockService::tableName());

@@ -43,6 +43,8 @@ QString firstValue(Database& db, const QString& sql, const QVariantList& params 
 int countRows(Database& db, const QString& sql, const QVariantList& params = {});
 // Writes bytes to a new file at path (the test fails when it cannot); returns path.
 QString writeFile(const QString& path, const QByteArray& bytes);
+// The bytes of a file (empty when it cannot be read).
+QByteArray fileBytes(const QString& path);
 // The rows of the record-lock table.
 int lockRows(Database& db);
 
