@@ -97,21 +97,24 @@ TEST_P(LineRules, IllegalCharactersAreRefusedFirstInEveryColumn)
 
 TEST_P(LineRules, ChildCodeChecksRunInTheirOrder)
 {
-    grid.addLine();
-    grid.addLine();
-    grid.setCell(1, ColChildCode, QStringLiteral("A1"));
-    parent = QStringLiteral("X3");  // X1 -> X2 -> X3 is stored
+    for (const char* code : {"X1", "", "A1"}) grid.setCell(grid.addLine(), ColChildCode, QString::fromLatin1(code));
+    parent = QStringLiteral("X3");  // X1 -> X2 -> X3 is stored, and ZP (no item) -> X1
+    db->execute(QStringLiteral("insert into ProductStructure(cPSPCode) values('ZP')"));
+    db->execute(QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity) values('ZP','X1',1)"));
     const char* unknown = "所填存货编码不存在，请修改！";
+    const char* cycle = "所填的产品结构出现循环调用，请修改！";
     expectVerdicts(2, {{ColChildCode, "", "子产品编号不能为空！"},
-                       // the parent in other letter case: a repeat, before any cycle test
+                       // the parent in other letter case, and row 1: a repeat before any cycle test
                        {ColChildCode, "x3", "产品重复出现，请修改！"},
-                       {ColChildCode, "a1", "产品重复出现，请修改！"},  // row 1, other case
-                       {ColChildCode, "X1", "所填的产品结构出现循环调用，请修改！"},
+                       {ColChildCode, "X1", "产品重复出现，请修改！"},
+                       {ColChildCode, "a1", "产品重复出现，请修改！"},  // the last row, other case
+                       {ColChildCode, "X2", cycle},
+                       {ColChildCode, "ZP", cycle},  // a cycle before the unknown item
                        {ColChildCode, "ZZ", unknown},
                        {ColChildCode, "S1", unknown},  // a service item is no child
                        {ColChildCode, "QQQQQQQQQQQQQQQQQQQQQQQQQQQQQQ", unknown}});
     // The row being edited is not compared with itself.
-    expectVerdicts(1, {{ColChildCode, "A1", ""}});
+    expectVerdicts(3, {{ColChildCode, "A1", ""}});
 }
 
 TEST_P(LineRules, AcceptedChildFillsItsRowAndEmptiesUnusedFreeItems)
