@@ -5,7 +5,9 @@
 # snippet's replacement. The script copies the tracked files once to a scratch directory,
 # configures one Debug build there (area libraries shared, so that a fault relinks one library), then for each mutant: applies it to the scratch copy, builds,
 # runs the SQLite tests (ctest; PostgreSQL cases skip) and restores the file from a pristine
-# copy. A mutant's test run stops at its first failing test. A mutant whose snippet is missing or not unique is reported as stale, never skipped
+# copy. A mutant marked "backend: postgresql" lies on a path only PostgreSQL takes: its tests run
+# against a throwaway cluster started here (scripts/pg_cluster.sh); without PostgreSQL installed it
+# is listed as not run, and counts neither way. A mutant's test run stops at its first failing test. A mutant whose snippet is missing or not unique is reported as stale, never skipped
 # silently. The real work tree is only read.
 #
 #   bash scripts/mutants.sh [PATTERN]          run the mutants whose name matches PATTERN (a regex)
@@ -21,6 +23,7 @@ set -uo pipefail
 # mutant_tool ACTION LIST TREE [NAME]: one small reader of the mutant list.
 #   names            prints the names matching $pattern (one a line)
 #   show NAME        prints the mutant's file
+#   backend NAME     prints the backend whose tests can catch it (sqlite unless marked)
 #   check NAME       exits 0 when the snippet occurs exactly once in TREE/file, else explains
 #   apply NAME       replaces the snippet in TREE/file (after the same check)
 mutant_tool() {
@@ -31,12 +34,14 @@ name = sys.argv[4] if len(sys.argv) > 4 else ""
 mutants, cur, part = [], None, None
 for ln in open(path, encoding="utf-8").read().split("\n"):
     if ln.startswith("@@ "):
-        cur = {"name": ln[3:].strip(), "file": "", "orig": [], "repl": []}
+        cur = {"name": ln[3:].strip(), "file": "", "backend": "", "orig": [], "repl": []}
         mutants.append(cur); part = None
     elif cur is None or (part is None and (ln.startswith("#") or not ln.strip())):
         continue
     elif part is None and ln.startswith("file: "):
         cur["file"] = ln[6:].strip()
+    elif part is None and ln.startswith("backend: "):
+        cur["backend"] = ln[9:].strip()
     elif ln == "<<<": part = "orig"
     elif ln == "===": part = "repl"
     elif ln == ">>>": part = None
@@ -54,6 +59,7 @@ if action == "names":
 m = next((m for m in mutants if m["name"] == name), None)
 if m is None: sys.exit("no mutant named " + name)
 if action == "show": print(m["file"]); sys.exit(0)
+if action == "backend": print(m["backend"] or "sqlite"); sys.exit(0)
 orig, repl = "\n".join(m["orig"]), "\n".join(m["repl"])
 if not m["file"] or not orig or orig == repl:
     sys.exit("%s: needs a file, a snippet and a different replacement" % name)
@@ -123,6 +129,16 @@ main() {
     CCACHE_BASEDIR=$(dirname "$scratch")
     export CCACHE_BASEDIR CCACHE_DIR=${CCACHE_DIR:-/work/.ccache} QT_QPA_PLATFORM=offscreen
     unset QX_TEST_PG
+    # A throwaway PostgreSQL cluster, only when a mutant chosen needs one.
+    pg=
+    for n in "${names[@]}"; do
+        if [ "$(mutant_tool backend "$list" "$root" "$n")" = postgresql ]; then
+            source "$root/scripts/pg_cluster.sh"
+            trap 'pg_cluster_stop; [ -n "${QX_MUTANT_DIR:-}" ] || rm -rf "$scratch/src-tree" "$scratch/pristine" "$scratch/build"' EXIT
+            if pg_cluster_start; then pg=$pg_cluster_url; fi
+            break
+        fi
+    done
     log=$scratch/logs
     mkdir -p "$log"
 
@@ -137,14 +153,20 @@ main() {
     # Every test must pass without a fault, or a failure would say nothing about the mutant.
     if [ "${QX_MUTANT_BASELINE:-1}" != 0 ]; then
         echo "testing the unchanged tree ..."
-        (cd "$build" && timeout -k 30 "$limit" nice ctest -j"$jobs" --output-on-failure) \
+        (cd "$build" && timeout -k 30 "$limit" nice env ${pg:+QX_TEST_PG="$pg"} ctest -j"$jobs" --output-on-failure) \
             >"$log/test-baseline.log" 2>&1 ||
             { tail -n 40 "$log/test-baseline.log"; echo "the unchanged tree fails its tests" >&2; exit 1; }
     fi
 
-    caught=() survived=() nobuild=() stale=() slow=()
+    caught=() survived=() nobuild=() stale=() slow=() notrun=()
     for n in "${names[@]}"; do
         file=$(mutant_tool show "$list" "$src" "$n")
+        backend=$(mutant_tool backend "$list" "$src" "$n")
+        testenv=()
+        if [ "$backend" = postgresql ]; then
+            if [ -z "$pg" ]; then notrun+=("$n"); echo "NOT RUN   $n (needs PostgreSQL)"; continue; fi
+            testenv=(env QX_TEST_PG="$pg")
+        fi
         if ! mutant_tool apply "$list" "$src" "$n" 2>"$log/$n.stale"; then
             stale+=("$n"); echo "STALE     $n: $(cat "$log/$n.stale")"; continue
         fi
@@ -153,7 +175,7 @@ main() {
             nobuild+=("$n"); verdict="NOBUILD  "
         else
             # A mutant is caught by its first failing test: the rest of the run would tell nothing more.
-            (cd "$build" && timeout -k 30 "$limit" nice ctest -j"$jobs" --stop-on-failure --output-on-failure) >"$log/$n.test" 2>&1
+            (cd "$build" && timeout -k 30 "$limit" nice "${testenv[@]}" ctest -j"$jobs" --stop-on-failure --output-on-failure) >"$log/$n.test" 2>&1
             rc=$?
             if [ "$rc" = 124 ] || [ "$rc" = 137 ]; then slow+=("$n"); caught+=("$n"); verdict="TIMEOUT  "
             elif [ "$rc" != 0 ]; then caught+=("$n"); verdict="CAUGHT   "
@@ -172,6 +194,7 @@ main() {
     [ ${#slow[@]} = 0 ] || echo "caught by the time limit: ${slow[*]}"
     [ ${#nobuild[@]} = 0 ] || echo "did not compile: ${nobuild[*]}"
     [ ${#stale[@]} = 0 ] || echo "stale (snippet missing or not unique): ${stale[*]}"
+    [ ${#notrun[@]} = 0 ] || echo "not run (PostgreSQL not installed): ${notrun[*]}"
     [ ${#survived[@]} = 0 ] || echo "survivors: ${survived[*]}"
     echo "logs: $log"
     [ ${#stale[@]} = 0 ]

@@ -131,11 +131,12 @@ TEST_P(StructureImport, EveryRuleRefusesItsRowWithTheCardsMessage)
 TEST_P(StructureImport, CaptionsAreTheListWindowsOwn)
 {
     const ImportResult unknown =
-        run({"父项编码,子项编码,定额数量,存放仓库,数量,名称", "P1,A1,1,W2,1,x"});
-    ASSERT_EQ(unknown.refusals.size(), 2u);
+        run({"父项编码,子项编码,定额数量,存放仓库,数量,名称,存放仓库", "P1,A1,1,W2,1,x,W2"});
+    ASSERT_EQ(unknown.refusals.size(), 3u);
     EXPECT_EQ(unknown.refusals[0].caption, QStringLiteral("数量"));
     EXPECT_EQ(unknown.refusals[0].message, QStringLiteral("不认识的栏目名，请修改！"));
     EXPECT_EQ(unknown.refusals[1].caption, QStringLiteral("名称"));
+    EXPECT_EQ(unknown.refusals[2].message, QStringLiteral("栏目名重复，请修改！"));
 
     const ImportResult missing = run({"子项编码,存放仓库,子项名称", "A1,W2,x"});
     ASSERT_EQ(missing.refusals.size(), 2u);
@@ -164,10 +165,8 @@ TEST_P(StructureImport, GoodFileIsWrittenAsTheCardWouldSaveIt)
     });
     ASSERT_EQ(r.outcome, ImportResult::Outcome::Written) << r.report().join('\n').toStdString();
     EXPECT_EQ(r.report().last(), QStringLiteral("已导入 2 个产品结构，共 3 行"));
-    auto head = db->openRecordset(QStringLiteral("select cDepCode from ProductStructure where cPSPCode='P1'"),
-                                  RecordsetType::Snapshot);
-    ASSERT_EQ(head->recordCount(), 1);
-    EXPECT_EQ(head->field(0).toString(), QStringLiteral("D2"));  // a code turned to its name and back
+    // A code turned to its name and back.
+    EXPECT_EQ(firstValue(*db, QStringLiteral("select cDepCode from ProductStructure where cPSPCode='P1'")), "D2");
     auto rs = db->openRecordset(
         QStringLiteral("select cPSCode,cWhCode,iPSQuantity,iWasteRate,cPersonName,cDepCode,"
                        "cProcedureName,cFree1,cFree2 from ProductStructures where cPSPCode='P1' "
@@ -272,10 +271,7 @@ TEST_P(StructureImport, ReplaceDryRunAndCancelWriteOnlyWhenAllowed)
     const ImportResult checked = run(file, dry);
     EXPECT_EQ(checked.outcome, ImportResult::Outcome::Checked) << checked.report().join('\n').toStdString();
     EXPECT_EQ(checked.report().last(), QStringLiteral("检查通过：1 个产品结构，共 2 行，没有写入任何数据"));
-    const auto linesOfP2 = [&] {
-        return db->openRecordset(QStringLiteral("select count(*) from ProductStructures where cPSPCode='P2'"),
-                                 RecordsetType::Snapshot)->field(0).toInt();
-    };
+    const auto linesOfP2 = [&] { return tableCount("ProductStructures where cPSPCode='P2'"); };
     EXPECT_EQ(linesOfP2(), 1);
 
     // Another workstation holds P2: refused by name.
@@ -296,9 +292,12 @@ TEST_P(StructureImport, ReplaceDryRunAndCancelWriteOnlyWhenAllowed)
     EXPECT_EQ(run(file, cancelling).outcome, ImportResult::Outcome::Cancelled);
     EXPECT_EQ(linesOfP2(), 1);
 
-    const ImportResult written = run(file, replace);
+    // A file without the department column keeps the stored department.
+    db->execute(QStringLiteral("update ProductStructure set cDepCode='D1' where cPSPCode='P2'"));
+    const ImportResult written = run({"父项编码,子项编码,定额数量,存放仓库", "P2,A3,1,W2", "P2,A2,2,W2"}, replace);
     EXPECT_EQ(written.outcome, ImportResult::Outcome::Written) << written.report().join('\n').toStdString();
     EXPECT_EQ(linesOfP2(), 2);
+    EXPECT_EQ(firstValue(*db, QStringLiteral("select cDepCode from ProductStructure where cPSPCode='P2'")), "D1");
     // The locks were given back.
     EXPECT_TRUE(other.lockRecord(kLockCategory, kLockSystem, kLockMode, QStringLiteral("另一台"), {"P2"}));
 }
