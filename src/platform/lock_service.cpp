@@ -6,8 +6,6 @@
 
 #include <QDateTime>
 #include <QHash>
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QSet>
 
 #include <utility>
@@ -84,15 +82,6 @@ LockService::LockService(Database& db, long long pid)
 {
 }
 
-namespace {
-
-// Many keys as one bound value (the dialect's text set).
-QString keySet(const QStringList& keys)
-{
-    return QString::fromUtf8(QJsonDocument(QJsonArray::fromStringList(keys)).toJson(QJsonDocument::Compact));
-}
-
-}  // namespace
 
 LockService::Holder LockService::holderAt(const Recordset& rs, int row)
 {
@@ -125,7 +114,7 @@ QHash<QString, LockService::Holder> LockService::holdersOf(const QString& catego
         QStringLiteral("SELECT cKey, cComputer, iPid, cMachine, cRun FROM %1 WHERE cCategory = ? "
                        "AND %2")
             .arg(tableName(), db_.dialect().inTextSet(QStringLiteral("cKey"))),
-        RecordsetType::Snapshot, 0, {category, keySet(keys)});
+        RecordsetType::Snapshot, 0, {category, db_.dialect().boundList(keys)});
     QHash<QString, Holder> holders;
     holders.reserve(rs->recordCount());
     for (int r = 0; r < rs->recordCount(); ++r) holders.insert(rs->value(r, 0).toString(), holderAt(*rs, r));
@@ -257,7 +246,7 @@ LockService::Freed LockService::removeOwn(const QString& category, const QString
             .arg(tableName(), one ? QStringLiteral("cKey = ?")
                                   : db_.dialect().inTextSet(QStringLiteral("cKey")));
     const QVariantList params{category, computer_, pid_, machine_, run_,
-                              one ? QVariant(keys.first()) : QVariant(keySet(keys))};
+                              one ? QVariant(keys.first()) : QVariant(db_.dialect().boundList(keys))};
     try {
         freed.rows = db_.execute(statement, params);
     } catch (const DbError& e) {
@@ -324,7 +313,7 @@ QStringList LockService::lockRecords(const QString& category, const QString& sys
                                        "iPid = ? AND coalesce(cMachine, '') = ? AND "
                                        "coalesce(cRun, '') = ? AND %2")
                             .arg(table, db_.dialect().inTextSet(QStringLiteral("cKey"))),
-                        {category, h.computer, h.pid, h.machine, h.run, keySet(heldKeys)});
+                        {category, h.computer, h.pid, h.machine, h.run, db_.dialect().boundList(heldKeys)});
         if (wanted.isEmpty()) return refused;
         const QString now =
             QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"));
@@ -334,7 +323,7 @@ QStringList LockService::lockRecords(const QString& category, const QString& sys
                            "SELECT ?, value, ?, ?, ?, ?, ? FROM %2 WHERE 1 = 1 "
                            "ON CONFLICT (cCategory, cKey) DO NOTHING")
                 .arg(table, keysFrom),
-            {category, computer_, pid_, now, machine_, run_, keySet(wanted)});
+            {category, computer_, pid_, now, machine_, run_, db_.dialect().boundList(wanted)});
         if (written < wanted.size()) {
             // Another workstation was quicker with some keys: those are asked for one by one.
             const QHash<QString, Holder> now = holdersOf(category, wanted);

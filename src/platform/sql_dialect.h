@@ -34,8 +34,8 @@ public:
     virtual QString structureWriteLockStatement() const = 0;
     // "column <null-safe equals> ?": true when both are NULL or both equal (the row key of a
     // table without a primary key).
-    // A table of texts given as one bound value, a JSON array of strings ("[\"P1\",\"P2\"]"),
-    // its one column named value: many keys in one statement without one bound value each.
+    // A table of texts given as one bound value, boundList() of the texts, its one column named
+    // value: many keys in one statement without one bound value each.
     virtual QString textSetSource() const = 0;
     // "column is one of the texts of that one bound value", the set read once and looked up
     // by hash whatever the planner guesses of the table's size.
@@ -54,6 +54,8 @@ public:
     // bound value, and that value made of a list of texts: a list of any length costs one
     // statement. A list in ascending order is looked up the fastest.
     virtual QString fromRowsInBoundList(const QString& table, const QString& column) const = 0;
+    // The one bound value of textSetSource() and fromRowsInBoundList(): any texts, quotes and
+    // backslashes among them.
     virtual QString boundList(const QStringList& values) const = 0;
 };
 

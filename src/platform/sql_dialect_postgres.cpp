@@ -76,7 +76,7 @@ public:
     }
     QString textSetSource() const override
     {
-        return QStringLiteral("json_array_elements_text(CAST(? AS json)) AS keyset(value)");
+        return QStringLiteral("unnest(cast(? as text[])) AS keyset(value)");
     }
     // Left as a condition rather than a join: a lock table just written has no statistics, the
     // planner takes it for a row or two and would read the whole set once per row of it.
