@@ -292,11 +292,12 @@ DbError Database::nativeError(int code, const QString& message, const QString& s
     return d->errorOf(QSqlError(message, message, QSqlError::StatementError, QString::number(code)), sql);
 }
 
-QSqlQuery Database::run(const QString& sql, const QVariantList& params)
+template <class Statement>
+auto Database::onConnection(Statement once)
 {
     ensureConnected();
     try {
-        return runOnce(sql, params);
+        return once();
     } catch (const DbError& e) {
         if (e.kind() != DbErrorKind::ConnectionLost) throw;
         const bool inTransaction = d->inTransaction;
@@ -304,7 +305,12 @@ QSqlQuery Database::run(const QString& sql, const QVariantList& params)
         // A transaction that was open is gone with the connection: its command runs again.
         if (inTransaction || !reconnect()) throw;
     }
-    return runOnce(sql, params);
+    return once();
+}
+
+QSqlQuery Database::run(const QString& sql, const QVariantList& params)
+{
+    return onConnection([&] { return runOnce(sql, params); });
 }
 
 QSqlQuery Database::runOnce(const QString& sql, const QVariantList& params)
@@ -362,20 +368,7 @@ int Database::execute(const QString& sql, const QVariantList& params)
         QSqlQuery q = run(sql, params);
         return changesRows(sql) ? std::max(q.numRowsAffected(), 0) : 0;
     }
-    // The same watch over the connection as every other statement (see run()).
-    if (!d->nativePath.isEmpty() && !d->inTransaction && !d->lost &&
-        ::access(d->nativePath.constData(), F_OK) != 0)
-        d->markLost();
-    if (d->lost && !reconnect()) throw DbError(DbErrorKind::ConnectionLost, text::kConnectionLost);
-    try {
-        return executePreparedOnce(sql, params);
-    } catch (const DbError& e) {
-        if (e.kind() != DbErrorKind::ConnectionLost) throw;
-        const bool inTransaction = d->inTransaction;
-        d->markLost();
-        if (inTransaction || !reconnect()) throw;
-    }
-    return executePreparedOnce(sql, params);
+    return onConnection([&] { return executePreparedOnce(sql, params); });
 }
 
 int Database::executePreparedOnce(const QString& sql, const QVariantList& params)

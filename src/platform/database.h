@@ -137,6 +137,10 @@ public:
 private:
     Database();
     void ensureConnected();
+    // Runs one statement's `once` after those checks; a connection lost outside a transaction is
+    // connected again and the statement run once more.
+    template <class Statement>
+    auto onConnection(Statement once);
     QSqlQuery runOnce(const QString& sql, const QVariantList& params);
     // A statement with bound values, prepared once and kept for the next time.
     int executePreparedOnce(const QString& sql, const QVariantList& params);
