@@ -125,6 +125,9 @@ main() {
     mkdir -p "$src" "$pristine"
     git -C "$root" ls-files -z | (cd "$root" && xargs -0 cp --parents -t "$src" 2>/dev/null)
     git -C "$root" ls-files -z | (cd "$root" && xargs -0 cp --parents -t "$pristine" 2>/dev/null)
+    # The list as it is now: edits to it meanwhile do not reach this run.
+    cp "$list" "$scratch/mutants.txt"
+    list=$scratch/mutants.txt
 
     CCACHE_BASEDIR=$(dirname "$scratch")
     export CCACHE_BASEDIR CCACHE_DIR=${CCACHE_DIR:-/work/.ccache} QT_QPA_PLATFORM=offscreen
