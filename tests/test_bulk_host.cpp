@@ -20,19 +20,18 @@ using namespace qx::test;
 
 namespace {
 
-class BulkHost : public BackendTest {
+class BulkHost : public CompanyTest {
 protected:
     void SetUp() override
     {
-        BackendTest::SetUp();
+        CompanyTest::SetUp();
         if (IsSkipped()) return;
-        db = openFreshCompany(backend(), &connection);
         fillCardMasterData(*db);
         if (hostExe().isEmpty()) GTEST_SKIP() << "QXPROSTRU_EXE is not set (ctest sets it)";
     }
     QStringList env() const
     {
-        return {QStringLiteral("QX_SYSTEM_DIR=") + dir.filePath("sys"),
+        return {QStringLiteral("QX_SYSTEM_DIR=") + systemDir.filePath("sys"),
                 QStringLiteral("QT_QPA_PLATFORM=offscreen")};
     }
     HostRun run(const QStringList& args)
@@ -40,7 +39,7 @@ protected:
         HostRun r = runHost(args, env());
         return {r.exitCode, r.out.trimmed(), r.err.trimmed()};
     }
-    QString file(const QString& name, const QByteArray& bytes) { return writeFile(dir.filePath(name), bytes); }
+    QString file(const QString& name, const QByteArray& bytes) { return writeFile(systemDir.filePath(name), bytes); }
     int count(const QString& from) { return countRows(*db, QStringLiteral("select count(*) from ") + from); }
     // Kills the job started with args once it holds a lock; the caller checks what it left.
     void killOnceLocked(const QStringList& args)
@@ -52,9 +51,6 @@ protected:
         killed = p->exitStatus() == QProcess::CrashExit;
     }
 
-    std::unique_ptr<Database> db;
-    QString connection;
-    QTemporaryDir dir;
     bool killed = false;
 };
 
@@ -86,7 +82,7 @@ TEST_P(BulkHost, ExitCodesAndReports)
     EXPECT_EQ(r.exitCode, 2);
     EXPECT_TRUE(r.err.contains("--force"));
 
-    const QString tmpl = dir.filePath("t.xlsx");
+    const QString tmpl = systemDir.filePath("t.xlsx");
     r = run({"import-template", connection, tmpl});
     EXPECT_EQ(r.exitCode, 0);
     const SheetFile t = readSheetFile(tmpl);

@@ -15,6 +15,7 @@
 
 using namespace qx;
 using qx::test::BackendTest;
+using qx::test::CompanyTest;
 
 namespace {
 
@@ -47,16 +48,7 @@ private:
 
 }  // namespace
 
-class CheckCycleTest : public BackendTest {
-protected:
-    void SetUp() override
-    {
-        BackendTest::SetUp();
-        if (IsSkipped()) return;
-        db = test::openFreshCompany(backend());
-    }
-    std::unique_ptr<Database> db;
-};
+class CheckCycleTest : public CompanyTest {};
 
 // A chain A -> B -> C, a diamond with a shortcut TOP -> L, R -> BOT and TOP -> BOT, codes that
 // differ in case only, and codes holding quotes: the answer for each parent and child.
@@ -127,8 +119,6 @@ TEST_P(CheckCycleTest, StoredLoopsAreCyclesWhetherOrNotThePairIsOnThem)
 // its own open: the second workstation can write meanwhile, this one can begin a transaction.
 TEST_P(CheckCycleTest, EveryCheckSeesWhatAnotherWorkstationStoredSinceTheLast)
 {
-    QString connection;
-    db = test::openFreshCompany(backend(), &connection);
     auto other = Database::open(connection);
     Structures(*db).chain({"TOP", "MID", "LOW"});
     Structures theirs(*other);

@@ -93,17 +93,14 @@ QString treeText(const Report& r)
     return rows.join(QLatin1Char('\n'));
 }
 
-class ExplorerData : public BackendTest {
+class ExplorerData : public CompanyTest {
 protected:
     void SetUp() override
     {
-        BackendTest::SetUp();
+        CompanyTest::SetUp();
         if (IsSkipped()) return;
-        db = openFreshCompany(backend(), &connection);
         fillGraph(*db);
     }
-    QString connection;
-    std::unique_ptr<Database> db;
 };
 
 }  // namespace

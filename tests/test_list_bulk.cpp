@@ -26,15 +26,13 @@ using namespace qx::test;
 
 namespace {
 
-class ListBulk : public BackendTest {
+class ListBulk : public CompanyTest {
 protected:
     void SetUp() override
     {
-        BackendTest::SetUp();
+        CompanyTest::SetUp();
         if (IsSkipped()) return;
-        ensureApplication();
         Prompter::install(&prompter);
-        db = openFreshCompany(backend());
         fillCardMasterData(*db);
         setReportShower([this](const QStringList& lines, QWidget*) { reports.push_back(lines); });
         setFileChooser([this](QWidget*, bool, const QString&) { return chosen; });
@@ -52,7 +50,7 @@ protected:
     }
     QString writeFile(const QString& name, const QString& text)
     {
-        return qx::test::writeFile(dir.filePath(name), text.toUtf8());
+        return qx::test::writeFile(systemDir.filePath(name), text.toUtf8());
     }
     static void click(QDialog& d, const QString& caption)
     {
@@ -68,9 +66,7 @@ protected:
     }
 
     ScriptedPrompter prompter;
-    std::unique_ptr<Database> db;
     std::vector<std::unique_ptr<QXProStru>> hosts;
-    QTemporaryDir dir;
     QString chosen;
     std::vector<QStringList> reports;
 };
@@ -107,14 +103,14 @@ TEST_P(ListBulk, CheckWritesNothingImportWritesAndRefreshesTheList)
 
     // The report dialog saves what it shows.
     ReportDialog report(reports[2], w.get());
-    chosen = dir.filePath("report.txt");
+    chosen = systemDir.filePath("report.txt");
     ASSERT_TRUE(report.save());
     QFile saved(chosen);
     ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
     EXPECT_EQ(QString::fromUtf8(saved.readAll()), reports[2].join('\n') + '\n');
 
     // The template carries the list window's captions.
-    chosen = dir.filePath("t.xlsx");
+    chosen = systemDir.filePath("t.xlsx");
     click(d, QStringLiteral("模板"));
     EXPECT_TRUE(QFile::exists(chosen));
 }

@@ -76,15 +76,12 @@ struct CardSeen {
     bool otherWorkstationGranted = true;
 };
 
-class ListCardTest : public BackendTest {
+class ListCardTest : public CompanyTest {
 protected:
     void SetUp() override
     {
-        BackendTest::SetUp();
+        CompanyTest::SetUp();
         if (IsSkipped()) return;
-        ASSERT_TRUE(systemDir.isValid());
-        qputenv("QX_SYSTEM_DIR", systemDir.path().toUtf8());
-        db = openFreshCompany(backend(), &connection);
         other = Database::open(connection);
     }
 
@@ -117,9 +114,7 @@ protected:
         return w;
     }
 
-    QTemporaryDir systemDir;
-    QString connection;
-    std::unique_ptr<Database> db, other;
+    std::unique_ptr<Database> other;
     std::unique_ptr<QXProStru> host;
     CardSeen seen;
     std::function<void(FrmProStru&)> duringCard;

@@ -114,17 +114,8 @@ QList<int> widths(const Grid& g, std::initializer_list<int> cols)
     return out;
 }
 
-class ListWindowTest : public BackendTest {
+class ListWindowTest : public CompanyTest {
 protected:
-    void SetUp() override
-    {
-        BackendTest::SetUp();
-        if (IsSkipped()) return;
-        ASSERT_TRUE(systemDir.isValid());
-        qputenv("QX_SYSTEM_DIR", systemDir.path().toUtf8());
-        db = openFreshCompany(backend(), &connection);
-    }
-
     std::unique_ptr<RecordingFrmPS> open(bool readOnly = false, bool show = false)
     {
         const auto type = readOnly ? RecordsetType::Snapshot : RecordsetType::Dynaset;
@@ -144,9 +135,6 @@ protected:
         return w;
     }
 
-    QTemporaryDir systemDir;
-    QString connection;
-    std::unique_ptr<Database> db;
     std::unique_ptr<Recordset> parent, child, joined;
     ScriptedPrompter prompter;
 };

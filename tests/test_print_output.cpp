@@ -151,16 +151,14 @@ TEST_F(PrintLayout, WritingIsAllOrNothing)
 
 namespace {
 
-class PrintHost : public BackendTest {
+class PrintHost : public CompanyTest {
 protected:
     void SetUp() override
     {
-        BackendTest::SetUp();
+        CompanyTest::SetUp();
         if (IsSkipped()) return;
         if (hostExe().isEmpty())
             GTEST_SKIP() << "QXPROSTRU_EXE is not set (run the tests through ctest)";
-        ASSERT_TRUE(dir.isValid());
-        db = openFreshCompany(backend(), &connection);
         fillStructures(*db);
     }
 
@@ -168,21 +166,17 @@ protected:
     HostRun run(const QStringList& args)
     {
         return runHost(args,
-                       {QStringLiteral("QX_SYSTEM_DIR=") + dir.filePath(QStringLiteral("sys")),
+                       {QStringLiteral("QX_SYSTEM_DIR=") + systemDir.filePath(QStringLiteral("sys")),
                         QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("DISPLAY"),
                         QStringLiteral("WAYLAND_DISPLAY")});
     }
-
-    QTemporaryDir dir;
-    QString connection;
-    std::unique_ptr<Database> db;
 };
 
 }  // namespace
 
 TEST_P(PrintHost, WritesThePageOfOneStructure)
 {
-    const QString pdf = dir.filePath(QStringLiteral("p3.pdf"));
+    const QString pdf = systemDir.filePath(QStringLiteral("p3.pdf"));
     const HostRun r = run({connection, QStringLiteral("--pdf"), pdf, QStringLiteral("--structure"),
                            QStringLiteral("P3")});
     ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
@@ -198,7 +192,7 @@ TEST_P(PrintHost, WritesThePageOfOneStructure)
 
 TEST_P(PrintHost, UnknownStructureExitsWithOneLine)
 {
-    const QString pdf = dir.filePath(QStringLiteral("none.pdf"));
+    const QString pdf = systemDir.filePath(QStringLiteral("none.pdf"));
     const HostRun r = run({connection, QStringLiteral("--pdf"), pdf, QStringLiteral("--structure"),
                            QStringLiteral("NOPE")});
     EXPECT_NE(r.exitCode, 0);
@@ -207,7 +201,7 @@ TEST_P(PrintHost, UnknownStructureExitsWithOneLine)
     EXPECT_FALSE(QFile::exists(pdf));
 
     // A file that cannot be written is named too.
-    const QString bad = dir.filePath(QStringLiteral("no/such/dir/x.pdf"));
+    const QString bad = systemDir.filePath(QStringLiteral("no/such/dir/x.pdf"));
     const HostRun w = run({connection, QStringLiteral("--pdf"), bad, QStringLiteral("--structure"),
                            QStringLiteral("P1")});
     EXPECT_NE(w.exitCode, 0);

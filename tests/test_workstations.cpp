@@ -439,17 +439,15 @@ QStringList invariantViolations(Database& db)
     return out;
 }
 
-class Workstations : public BackendTest {
+class Workstations : public CompanyTest {
 protected:
     void SetUp() override
     {
-        BackendTest::SetUp();
+        CompanyTest::SetUp();
         if (IsSkipped()) return;
-        db = openFreshCompany(backend(), &connection);
         fillCardMasterData(*db);
         resetStructures(*db);
         LockService::ensureTable(*db);
-        ASSERT_TRUE(dir.isValid());
     }
     void TearDown() override
     {
@@ -469,9 +467,9 @@ protected:
     {
         workers.push_back(startWorker(
             {QStringLiteral("QX_WS_CONNECTION=") + connection,
-             QStringLiteral("QX_WS_STOP=") + dir.filePath(QStringLiteral("stop")),
+             QStringLiteral("QX_WS_STOP=") + systemDir.filePath(QStringLiteral("stop")),
              QStringLiteral("QX_WS_ID=%1").arg(id),
-             QStringLiteral("QX_WS_LOG=") + dir.filePath(QStringLiteral("ws%1.log").arg(id)),
+             QStringLiteral("QX_WS_LOG=") + systemDir.filePath(QStringLiteral("ws%1.log").arg(id)),
              QStringLiteral("QX_WS_MODE=soak"),
              QStringLiteral("QX_WS_SEED=%1").arg(seed + quint32(id)),
              QStringLiteral("QX_WS_MS=%1").arg(ms)}));
@@ -481,16 +479,13 @@ protected:
     // number of those that finished their work.
     int finishAll(bool tellToStop = true, int waitMs = 120000)
     {
-        if (tellToStop) QFile(dir.filePath(QStringLiteral("stop"))).open(QIODevice::WriteOnly);
+        if (tellToStop) QFile(systemDir.filePath(QStringLiteral("stop"))).open(QIODevice::WriteOnly);
         int finished = 0;
         for (Worker& w : workers) finished += w.next(waitMs).startsWith(QLatin1String("done"));
         TearDown();
         return finished;
     }
 
-    QString connection;
-    std::unique_ptr<Database> db;
-    QTemporaryDir dir;
     std::vector<Worker> workers;
 };
 
@@ -636,7 +631,7 @@ TEST_P(Workstations, SoakLeavesEveryStructureAsItsLastSaveWroteIt)
     for (Worker& w : workers) w.send(QStringLiteral("go"));
     EXPECT_EQ(finishAll(false, kMilliseconds + 120000), kProcesses);
 
-    SoakFigures f = judgeSoak(*db, dir.path(), kProcesses, initial);
+    SoakFigures f = judgeSoak(*db, systemDir.path(), kProcesses, initial);
     f.violations << invariantViolations(*db);
     printSoak(backendName(backend()), f);
     EXPECT_GT(f.saved, 0);
@@ -670,7 +665,7 @@ TEST_P(Workstations, KilledWorkstationsLeaveNoHalfStructureAndTheirLocksAreTaken
         const long long pid = workers[i].process->processId();
         ::kill(pid_t(pid), SIGKILL);
         workers[i].process->waitForFinished(10000);
-        QFile log(dir.filePath(QStringLiteral("ws%1.log").arg(ids[i])));
+        QFile log(systemDir.filePath(QStringLiteral("ws%1.log").arg(ids[i])));
         ASSERT_TRUE(log.open(QIODevice::WriteOnly | QIODevice::Append));
         log.write(QStringLiteral("killed\t%1\n").arg(nowNs()).toUtf8());
         log.close();
@@ -691,7 +686,7 @@ TEST_P(Workstations, KilledWorkstationsLeaveNoHalfStructureAndTheirLocksAreTaken
     QThread::msleep(1000);  // the last replacement works a while too
     EXPECT_EQ(finishAll(), kProcesses);
 
-    SoakFigures f = judgeSoak(*db, dir.path(), lastId, initial);
+    SoakFigures f = judgeSoak(*db, systemDir.path(), lastId, initial);
     // Locks still in the table belong to killed workstations only, and this process, on the same
     // computer, is granted them.
     for (const QStringList& r :
@@ -746,7 +741,7 @@ TEST_P(Workstations, ServerRestartsAtRandomMomentsLoseNothing)
     QThread::msleep(2000);  // the workstations work on after the last restart
     EXPECT_EQ(finishAll(), kProcesses) << "workstations that did not survive the restarts";
 
-    SoakFigures f = judgeSoak(*db, dir.path(), kProcesses, initial, outages);
+    SoakFigures f = judgeSoak(*db, systemDir.path(), kProcesses, initial, outages);
     f.violations << invariantViolations(*db);
     printSoak(backendName(backend()), f);
     EXPECT_GT(f.saved, 0);
@@ -760,7 +755,7 @@ TEST_P(Workstations, TheCheckNamesWhatTheWorkstationsLeftWrong)
 {
     const QHash<QString, QString> initial = storeSoakStart(*db);
     const auto writeLog = [&](int id, const QStringList& lines) {
-        writeFile(dir.filePath(QStringLiteral("ws%1.log").arg(id)), (lines.join('\n') + '\n').toUtf8());
+        writeFile(systemDir.filePath(QStringLiteral("ws%1.log").arg(id)), (lines.join('\n') + '\n').toUtf8());
     };
     writeLog(
         1, {QStringLiteral("begin\t10\tadd\tP1\tA2:1"), QStringLiteral("ok\t10\t20\tadd\tP1\tA2:1"),
@@ -777,7 +772,7 @@ TEST_P(Workstations, TheCheckNamesWhatTheWorkstationsLeftWrong)
                 {kLockCategory, QStringLiteral("P1"), computerName(), (long long)::getpid(),
                  QStringLiteral("2026-01-01 00:00:00")});
 
-    SoakFigures f = judgeSoak(*db, dir.path(), 1, initial);
+    SoakFigures f = judgeSoak(*db, systemDir.path(), 1, initial);
     f.violations << invariantViolations(*db);
     f.violations.sort();
     EXPECT_EQ(f.violations.join('\n').toStdString(),
@@ -794,7 +789,7 @@ TEST_P(Workstations, TheCheckNamesWhatTheWorkstationsLeftWrong)
     // been written, so P1 is no longer wrong; a workstation without an end is.
     writeLog(2, {QStringLiteral("begin\t30\tedit\tP1\tA2:2"), QStringLiteral("killed\t40")});
     writeLog(3, {QStringLiteral("begin\t50\tdelete\tX3\t<none>")});
-    f = judgeSoak(*db, dir.path(), 3, initial);
+    f = judgeSoak(*db, systemDir.path(), 3, initial);
     EXPECT_FALSE(f.violations.join('\n').contains(QStringLiteral("P1 is"))) << "P1 may be as saved";
     EXPECT_TRUE(f.violations.contains(QStringLiteral("workstation 3 did not finish its log")));
     EXPECT_EQ(f.killed, 1);

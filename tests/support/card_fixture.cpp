@@ -151,9 +151,8 @@ std::unique_ptr<FrmProStru> openCard(ListContext& ctx, bool adding)
 
 void CardCompanyTest::SetUp()
 {
-    BackendTest::SetUp();
+    CompanyTest::SetUp();
     if (IsSkipped()) return;
-    db = openFreshCompany(backend(), &connection);
     fillCardMasterData(*db);
     ctx = makeListContext(*db);
     lists = openCardLists(*db);

@@ -42,16 +42,14 @@ CardLookups lookupsOf(Database& db, const ListContext& ctx, const CardLists& lis
 // The card over the context's recordsets, shown and active (adding a new structure or editing).
 std::unique_ptr<FrmProStru> openCard(ListContext& ctx, bool adding = true);
 
-// Base of the tests on a company with the master data above, once per backend: the database
-// (`connection` opens it again), the list context and the card's lookups over it.
-class CardCompanyTest : public BackendTest {
+// Base of the tests on a company with the master data above, once per backend: the list context
+// and the card's lookups over it.
+class CardCompanyTest : public CompanyTest {
 protected:
     void SetUp() override;
     // The rows of `from`: a table, or a table with a fixed condition.
     int tableCount(const QString& from);
 
-    QString connection;
-    std::unique_ptr<Database> db;
     std::unique_ptr<ListContext> ctx;
     CardLists lists;
     CardLookups lk;

@@ -179,4 +179,13 @@ void BackendTest::SetUp()
     ensureApplication();
 }
 
+void CompanyTest::SetUp()
+{
+    BackendTest::SetUp();
+    if (IsSkipped()) return;
+    ASSERT_TRUE(systemDir.isValid());
+    qputenv("QX_SYSTEM_DIR", systemDir.path().toUtf8());
+    db = openFreshCompany(backend(), &connection);
+}
+
 }  // namespace qx::test

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <QString>
+#include <QTemporaryDir>
 
 #include <memory>
 #include <vector>
@@ -65,6 +66,18 @@ class BackendTest : public ::testing::TestWithParam<TestBackend> {
 protected:
     void SetUp() override;
     TestBackend backend() const { return GetParam(); }
+};
+
+// Base of the tests on a fresh company once per backend: the test's own system directory, the
+// database, and the text that opens it again (another workstation). A fixture that adds to SetUp
+// calls CompanyTest::SetUp() first and returns when IsSkipped().
+class CompanyTest : public BackendTest {
+protected:
+    void SetUp() override;
+
+    QTemporaryDir systemDir;
+    QString connection;
+    std::unique_ptr<Database> db;
 };
 
 struct BackendParamName {

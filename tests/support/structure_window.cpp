@@ -76,12 +76,8 @@ std::unique_ptr<FrmPS> openList(Database& db, QXProStru& host, bool readOnly, bo
 
 void StructureWindowTest::SetUp()
 {
-    BackendTest::SetUp();
+    CompanyTest::SetUp();
     if (IsSkipped()) return;
-    ensureApplication();
-    ASSERT_TRUE(systemDir.isValid());
-    qputenv("QX_SYSTEM_DIR", systemDir.path().toUtf8());
-    db = openFreshCompany(backend(), &connection);
     fillStructures(*db);
 }
 

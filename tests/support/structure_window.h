@@ -37,7 +37,7 @@ QStringList gridColumn(const Grid& g, int col);
 std::unique_ptr<FrmPS> openList(Database& db, QXProStru& host, bool readOnly = false,
                                 bool unwritable = false);
 
-class StructureWindowTest : public BackendTest {
+class StructureWindowTest : public CompanyTest {
 protected:
     void SetUp() override;
     void TearDown() override;
@@ -57,9 +57,6 @@ protected:
     // True when another computer could take the lock now (taken and given back at once).
     bool lockFree(const QString& code);
 
-    QTemporaryDir systemDir;
-    QString connection;
-    std::unique_ptr<Database> db;
     std::unique_ptr<Database> db2;
     std::unique_ptr<LockService> otherLocks;
     std::unique_ptr<QXProStru> component;
