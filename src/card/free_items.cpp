@@ -25,6 +25,15 @@ bool truthy(const QVariant& v)
     return s == QLatin1String("true") || s == QLatin1String("t");
 }
 
+// A flag as the library hands it over: the stored 0 and 1 read at once, anything else as
+// `truthy` reads it.
+bool truthyCell(const QByteArray& cell)
+{
+    if (cell == "0") return false;
+    if (cell == "1") return true;
+    return truthy(QString::fromUtf8(cell));
+}
+
 QString nameToCode(const QString& name, Recordset* rs, const QString& nameField,
                    const QString& codeField)
 {
@@ -67,6 +76,7 @@ QHash<QString, ItemFlags> readItemFlags(const LineGrid& lines, Database& db)
         }
     }
     QHash<QString, ItemFlags> flags;
+    flags.reserve(codes.size());
     {
         // In-process statements: one question per item, the statement prepared once.
         NativeLookup item(db, QStringLiteral("select bFree1,bFree2,bService from inventory where cInvCode=?"));
@@ -76,8 +86,7 @@ QHash<QString, ItemFlags> readItemFlags(const LineGrid& lines, Database& db)
             cells.clear();
             answered = item.rows(codes[i].toUtf8(), cells);
             if (answered && cells.size() >= 3)
-                flags.insert(codes[i], {truthy(QString::fromUtf8(cells[0])), truthy(QString::fromUtf8(cells[1])),
-                                        truthy(QString::fromUtf8(cells[2]))});
+                flags.insert(codes[i], {truthyCell(cells[0]), truthyCell(cells[1]), truthyCell(cells[2])});
         }
         if (answered) return flags;
         flags.clear();

@@ -9,6 +9,7 @@
 #include "platform/database.h"
 #include "platform/native_lookup.h"
 #include "platform/prompter.h"
+#include "platform/row_stream.h"
 #include "platform/sql_dialect.h"
 #include "shared/line_grid.h"
 #include "shared/list_context.h"
@@ -140,16 +141,10 @@ void writeStructureLines(const CardLookups& lk, const LineGrid& lines, const QSt
 
 namespace {
 
-// A value as the table keeps it: a null text is NULL, as when it is bound.
-bool nullish(const QVariant& v)
-{
-    return v.isNull() || (v.metaType().id() == QMetaType::QString && v.toString().isNull());
-}
-
 // Would writing `fresh` leave `stored` as it is?
 bool sameStored(const QVariant& stored, const QVariant& fresh)
 {
-    if (nullish(stored) || nullish(fresh)) return nullish(stored) == nullish(fresh);
+    if (isNullValue(stored) || isNullValue(fresh)) return isNullValue(stored) == isNullValue(fresh);
     if (fresh.metaType().id() == QMetaType::Double) {
         bool number = false;
         const double value = stored.toDouble(&number);

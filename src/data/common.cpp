@@ -77,9 +77,17 @@ public:
     {
         if (ancestor_[size_t(start_)]) return true;
         const size_t n = codes_.size();
+        // Each code's parents side by side in one array: parents[first[c] .. first[c + 1]).
+        std::vector<int> first(n + 1, 0);
         std::vector<int> pendingChildren(n, 0);
-        for (size_t code = 0; code < n; ++code)
-            for (int up : parents_[code]) ++pendingChildren[size_t(up)];
+        for (const auto& [code, up] : lines_) {
+            ++first[size_t(code) + 1];
+            ++pendingChildren[size_t(up)];
+        }
+        for (size_t code = 0; code < n; ++code) first[code + 1] += first[code];
+        std::vector<int> parents(lines_.size());
+        std::vector<int> next(first.begin(), first.end() - 1);
+        for (const auto& [code, up] : lines_) parents[size_t(next[size_t(code)]++)] = up;
         std::vector<int> ready;
         for (size_t code = 0; code < n; ++code)
             if (pendingChildren[code] == 0) ready.push_back(int(code));
@@ -88,8 +96,8 @@ public:
             const int code = ready.back();
             ready.pop_back();
             ++peeled;
-            for (int up : parents_[size_t(code)])
-                if (--pendingChildren[size_t(up)] == 0) ready.push_back(up);
+            for (int k = first[size_t(code)]; k < first[size_t(code) + 1]; ++k)
+                if (const int up = parents[size_t(k)]; --pendingChildren[size_t(up)] == 0) ready.push_back(up);
         }
         return peeled < n;
     }
@@ -124,7 +132,7 @@ private:
 
     void addLine(int code, int up)
     {
-        parents_[size_t(code)].push_back(up);
+        lines_.emplace_back(code, up);
         ancestor_[size_t(up)] = 1;
     }
 
@@ -135,7 +143,6 @@ private:
         const int n = int(codes_.size());
         ids_.insert(code, n);
         codes_.push_back(code);
-        parents_.emplace_back();
         ancestor_.push_back(0);
         return n;
     }
@@ -143,7 +150,7 @@ private:
     int start_ = 0;
     QHash<Key, int> ids_;
     std::vector<Key> codes_;
-    std::vector<std::vector<int>> parents_;  // per code: its parents among the lines read
+    std::vector<std::pair<int, int>> lines_;  // (code, one of its parents) per line read
     std::vector<char> ancestor_;
 };
 

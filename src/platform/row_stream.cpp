@@ -26,8 +26,6 @@ bool onlyTexts(const QVariantList& params)
     return true;
 }
 
-bool isNullValue(const QVariant& p) { return p.isNull() || p.toString().isNull(); }
-
 std::optional<double> finite(double d) { return std::isfinite(d) ? std::optional<double>(d) : std::nullopt; }
 
 // A text that reads whole as a number, as a recordset's variant would convert it.
@@ -39,6 +37,8 @@ std::optional<double> textNumber(std::string_view t)
 }
 
 }  // namespace
+
+bool isNullValue(const QVariant& p) { return p.isNull() || p.toString().isNull(); }
 
 struct RowSource {
     static RowView view(const void* source, int kind, int row = 0)

@@ -41,6 +41,10 @@ private:
 void readRows(Database& db, const QString& sql, const QVariantList& params, const std::function<void()>& start,
               const std::function<void(const RowView&)>& take);
 
+// A value as a table keeps it once bound: NULL for a null variant and for a null text (an empty
+// text stays a text).
+bool isNullValue(const QVariant& value);
+
 // The statement for libpq: "?" placeholders become $1, $2, ... (none inside quotes); empty when
 // the count of placeholders is not `params`.
 QByteArray postgresPlaceholders(const QString& sql, qsizetype params);
