@@ -69,6 +69,14 @@ struct ListOnCompany {
         }
         return false;
     }
+    // Edit on the structure of `code` opens the card only to view.
+    bool editOnlyViews(const QString& code)
+    {
+        bool viewed = false;
+        window.showCard = [&](FrmProStru& card) { viewed = !card.editable(); };
+        if (select(code)) window.dispatch(QStringLiteral("ButEdit"));
+        return viewed;
+    }
 };
 
 QByteArray fileHash(const QString& path)
@@ -217,11 +225,7 @@ TEST(UnwritableCompany, ReadOnlyOpeningWritesNothingOnSqlite)
         EXPECT_GT(list.window.SupPS1()->rows(), 2);
         EXPECT_FALSE(list.window.action("ButAdd")->isEnabled());
         EXPECT_EQ(list.window.windowTitle(), "产品结构");
-        ASSERT_TRUE(list.select("0101"));
-        bool viewed = false;
-        list.window.showCard = [&](FrmProStru& card) { viewed = !card.editable(); };
-        list.window.dispatch("ButEdit");
-        EXPECT_TRUE(viewed);
+        EXPECT_TRUE(list.editOnlyViews("0101"));
         EXPECT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
     }
     EXPECT_EQ(fileHash(dir.filePath("company.db")), hash);
@@ -259,11 +263,7 @@ TEST(UnwritableCompany, PostgresRoleWithSelectOnlyOpensReadOnlyWithANotice)
         EXPECT_EQ(list.window.windowTitle(), "产品结构（只读：本账套数据库不能写入）");
         for (const char* key : {"ButAdd", "ButDelete", "ButCopy"})
             EXPECT_FALSE(list.window.action(QString::fromLatin1(key))->isEnabled()) << key;
-        ASSERT_TRUE(list.select("0101"));
-        bool viewed = false;
-        list.window.showCard = [&](FrmProStru& card) { viewed = !card.editable(); };
-        list.window.dispatch("ButEdit");
-        EXPECT_TRUE(viewed);
+        EXPECT_TRUE(list.editOnlyViews("0101"));
         EXPECT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
     }
     EXPECT_EQ(lockRows(*owner), 0);
