@@ -4,6 +4,8 @@
 #include "shared/code_to_name.h"
 #include "shared/list_context.h"
 
+#include <algorithm>
+
 namespace qx {
 
 void CardLookupLists::open(Database& db, RecordsetType type, bool withItems)
@@ -28,7 +30,7 @@ void CardLookupLists::openItems(Database& db, const QStringList& codes)
     // The card's columns and condition with the fresh details added, the rows narrowed to the
     // codes given as one bound list (ascending: looked up the fastest).
     QStringList sorted = codes;
-    sorted.sort();
+    if (!std::is_sorted(sorted.cbegin(), sorted.cend())) sorted.sort();
     inventory = db.openRecordset(
         QStringLiteral("select t.cInvCode,t.cInvName,t.cInvStd,t.cInvM_Unit,t.iInvRCost,t.cInvA_Unit,"
                        "t.iInvExchRate,t.bFree1,t.bFree2 ") +
