@@ -333,7 +333,7 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
     }
 
     // Lines that arrived without being typed (copied, never left) are judged as typed ones.
-    const QHash<QString, int> counts = countChildCodes(lines);
+    const QHash<QString, int> counts = req.linesJudged ? QHash<QString, int>() : countChildCodes(lines);
     const WholeCard whole{&ancestors, &counts};
     for (int i = 1; i < lines.rows(); ++i) {
         for (int col : {int(ColChildCode), int(ColFree1), int(ColFree2), int(ColQuantity),
