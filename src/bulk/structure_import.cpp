@@ -561,9 +561,7 @@ ImportResult Importer::run()
     groupRows();
     collectCodes();
 
-    // The card's lookup lists; its items are read with the stored structures.
     CardLookupLists lists;
-    lists.open(db_, RecordsetType::Snapshot, false);
     CardLookups lk;
     const Group* writing = nullptr;
     bool cancelled = false;
@@ -579,7 +577,7 @@ ImportResult Importer::run()
         items.reserve(parents_.size() + children_.size());
         std::set_union(parents_.cbegin(), parents_.cend(), children_.cbegin(), children_.cend(),
                        std::back_inserter(items));
-        lists.openItems(db_, items);
+        lists.open(db_, RecordsetType::Snapshot, &items);
         freshItems_ = lists.freshItems();
         lk = lists.lookups(ctx_);
         for (Group& g : groups_) {
