@@ -185,6 +185,7 @@ TEST_P(StructureImport, GoodFileIsWrittenAsTheCardWouldSaveIt)
     EXPECT_EQ(rs->value(1, 0).toString(), QStringLiteral("A3"));
     EXPECT_DOUBLE_EQ(rs->value(1, 2).toDouble(), 8);  // 4 pieces at rate 2
     EXPECT_TRUE(rs->value(1, 3).isNull());            // no waste rate: NULL
+    EXPECT_EQ(rs->value(1, 5).toString(), QString());  // no department: none, not the line before's
 }
 
 TEST_P(StructureImport, HostileCellsAreRefusedNamingRowAndColumn)

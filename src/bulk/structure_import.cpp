@@ -22,6 +22,8 @@
 #include <QRegularExpression>
 #include <QSet>
 
+#include <algorithm>
+#include <iterator>
 #include <map>
 #include <memory>
 
@@ -68,6 +70,10 @@ bool hasControlChars(const QString& s)
 // which are taken out. Anything else is not a number (the card would read "1,200" as 1).
 bool plainNumber(QString& text)
 {
+    // Digits alone (the common case) are a plain number without asking the patterns.
+    if (!text.isEmpty() &&
+        std::all_of(text.begin(), text.end(), [](QChar c) { return c >= u'0' && c <= u'9'; }))
+        return true;
     static const QRegularExpression plain(
         QStringLiteral("^[+-]?(\\d+\\.?\\d*|\\.\\d+)([eE][+-]?\\d+)?$"));
     static const QRegularExpression grouped(QStringLiteral("^[+-]?\\d{1,3}(,\\d{3})+(\\.\\d*)?$"));
@@ -229,7 +235,7 @@ private:
     void checkLine(Group& g, const CardLookups& lk, int dataRow, const Ancestors& ancestors);
     Verdict resolveListCell(const CardLookups& lk, LineGrid& grid, const QString& parent, int line, int col,
                             QString& text);
-    void writeGroup(const Group& g, const CardLookups& lk);
+    void writeGroup(const Group& g, const CardLookups& lk, LineWriter& writer);
 
     ListContext& ctx_;
     Database& db_;
@@ -528,10 +534,10 @@ void Importer::checkGroup(Group& g, CardLookups lk)
            v.message);
 }
 
-void Importer::writeGroup(const Group& g, const CardLookups& lk)
+void Importer::writeGroup(const Group& g, const CardLookups& lk, LineWriter& writer)
 {
     // The card's own write; a file without a department column leaves a stored one as it is.
-    writeStructure(lk, g.grid, {g.parent, g.department, g.adding, nullptr, layout_.deptCol >= 0});
+    writeStructure(lk, g.grid, {g.parent, g.department, g.adding, nullptr, layout_.deptCol >= 0, &writer});
 }
 
 
@@ -555,9 +561,7 @@ ImportResult Importer::run()
     groupRows();
     collectCodes();
 
-    // The card's lookup lists; its items are read with the stored structures.
     CardLookupLists lists;
-    lists.open(db_, RecordsetType::Snapshot, false);
     CardLookups lk;
     const Group* writing = nullptr;
     bool cancelled = false;
@@ -569,9 +573,11 @@ ImportResult Importer::run()
         readStored();
         // The card's lookup lists, read as the checks judge and the write lands: the items only
         // those the file names, each with what the rules read of it afresh.
-        QStringList items = parents_ + children_;
-        items.removeDuplicates();
-        lists.openItems(db_, items);
+        QStringList items;  // ascending, each once
+        items.reserve(parents_.size() + children_.size());
+        std::set_union(parents_.cbegin(), parents_.cend(), children_.cbegin(), children_.cend(),
+                       std::back_inserter(items));
+        lists.open(db_, RecordsetType::Snapshot, &items);
         freshItems_ = lists.freshItems();
         lk = lists.lookups(ctx_);
         for (Group& g : groups_) {
@@ -596,9 +602,10 @@ ImportResult Importer::run()
         } else if (options_.dryRun) {
             result_.outcome = ImportResult::Outcome::Checked;
         } else {
+            LineWriter writer(lk);  // one statement and one map of names for every structure
             for (const Group& g : groups_) {
                 writing = &g;
-                writeGroup(g, lk);
+                writeGroup(g, lk, writer);
                 if (!step(int(g.rows.size()))) {
                     cancelled = true;
                     break;

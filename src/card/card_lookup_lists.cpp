@@ -4,9 +4,11 @@
 #include "shared/code_to_name.h"
 #include "shared/list_context.h"
 
+#include <algorithm>
+
 namespace qx {
 
-void CardLookupLists::open(Database& db, RecordsetType type, bool withItems)
+void CardLookupLists::open(Database& db, RecordsetType type, const QStringList* onlyCodes)
 {
     const auto tryOpen = [&db, type](const QString& sql) -> std::unique_ptr<Recordset> {
         try {
@@ -15,27 +17,23 @@ void CardLookupLists::open(Database& db, RecordsetType type, bool withItems)
             return nullptr;
         }
     };
-    if (withItems) {
+    if (onlyCodes) {
+        // The card's columns and condition with the fresh details added, the rows narrowed to
+        // the codes given as one bound list (ascending: looked up the fastest).
+        QStringList sorted = *onlyCodes;
+        if (!std::is_sorted(sorted.cbegin(), sorted.cend())) sorted.sort();
+        inventory = db.openRecordset(
+            QStringLiteral("select t.cInvCode,t.cInvName,t.cInvStd,t.cInvM_Unit,t.iInvRCost,t.cInvA_Unit,"
+                           "t.iInvExchRate,t.bFree1,t.bFree2 ") +
+                db.dialect().fromRowsInBoundList(QStringLiteral("inventory"), QStringLiteral("cInvCode")) +
+                QStringLiteral(" and t.bService=0"),
+            type, 0, {db.dialect().boundList(sorted)});
+    } else {
         inventory = tryOpen(kCardInventorySql);
-        inventoryRows = inventory ? indexItemRows(*inventory) : QHash<QString, int>();
     }
+    inventoryRows = inventory ? indexItemRows(*inventory) : QHash<QString, int>();
     department = tryOpen(kDepartmentListSql);
     warehouse = tryOpen(kWarehouseListSql);
-}
-
-void CardLookupLists::openItems(Database& db, const QStringList& codes)
-{
-    // The card's columns and condition with the fresh details added, the rows narrowed to the
-    // codes given as one bound list (ascending: looked up the fastest).
-    QStringList sorted = codes;
-    sorted.sort();
-    inventory = db.openRecordset(
-        QStringLiteral("select t.cInvCode,t.cInvName,t.cInvStd,t.cInvM_Unit,t.iInvRCost,t.cInvA_Unit,"
-                       "t.iInvExchRate,t.bFree1,t.bFree2 ") +
-            db.dialect().fromRowsInBoundList(QStringLiteral("inventory"), QStringLiteral("cInvCode")) +
-            QStringLiteral(" and t.bService=0"),
-        RecordsetType::Snapshot, 0, {db.dialect().boundList(sorted)});
-    inventoryRows = indexItemRows(*inventory);
 }
 
 QHash<QString, FreshItem> CardLookupLists::freshItems() const

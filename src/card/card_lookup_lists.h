@@ -22,14 +22,14 @@ struct CardLookupLists {
     std::unique_ptr<Recordset> warehouse;
     QHash<QString, int> inventoryRows;  // rows of inventory by code
 
-    // Opens the three lists; a list that cannot be opened stays empty and its lookups then find
-    // nothing (no message).
-    void open(Database& db, RecordsetType type = RecordsetType::Snapshot, bool withItems = true);
-    // The item list of only these codes, for a caller that knows every code it will look up and
-    // reads the list at the moment it judges (an import, inside its transaction): each row also
-    // carries what the rules read of an item afresh (see freshItems). A failure is thrown.
-    void openItems(Database& db, const QStringList& codes);
-    // The listed items' fresh details, when the list came from openItems: the list is then as
+    // Opens the three lists; a department or warehouse list that cannot be opened stays empty
+    // and its lookups then find nothing (no message). The items are the card's list, or, for a
+    // caller that knows every code it will look up and reads the lists at the moment it judges
+    // (an import, inside its transaction), only the items of `onlyCodes`, each row also carrying
+    // what the rules read of an item afresh (see freshItems); a failure to read those is thrown.
+    void open(Database& db, RecordsetType type = RecordsetType::Snapshot,
+              const QStringList* onlyCodes = nullptr);
+    // The listed items' fresh details, when the list was opened for some codes only: the list is then as
     // fresh as a second read would be, and an item not in it (unknown, or a service) is refused
     // either way.
     QHash<QString, FreshItem> freshItems() const;

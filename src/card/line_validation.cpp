@@ -266,10 +266,28 @@ Verdict validateCell(const CardLookups& lk, LineGrid& lines, const QString& pare
     }
 }
 
+namespace {
+
+// Would the value show as an empty text? A number never does, so it is not written out.
+bool blankText(const QVariant& v)
+{
+    if (!v.isValid() || v.isNull()) return true;
+    switch (v.metaType().id()) {
+        case QMetaType::Double:
+        case QMetaType::Int:
+        case QMetaType::LongLong:
+            return false;
+        default:
+            return v.toString().trimmed().isEmpty();
+    }
+}
+
+}  // namespace
+
 Verdict checkPlannedPriceWarehouse(Recordset& warehouse, Recordset& inv)
 {
     if (NullToText(warehouse.field(QStringLiteral("cWhValueStyle"))) == text::kPlannedPriceMethod &&
-        NullToText(inv.field(QStringLiteral("iInvRCost"))).trimmed().isEmpty())
+        blankText(inv.field(QStringLiteral("iInvRCost"))))
         return Verdict::refuse(text::kPlannedPriceRule);
     return Verdict::ok();
 }

@@ -16,6 +16,7 @@
 #include "shared/record_lock.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace qx {
 
@@ -34,15 +35,32 @@ struct LineRow {
     QVariant waste;
 };
 
-LineRow lineRow(const CardLookups& lk, const LineGrid& lines, int i)
+}  // namespace
+
+struct LineCodes {
+    QHash<QString, QString> warehouses, departments;  // name -> code
+};
+
+namespace {
+
+// A name turned into its code once: the lists stay as they are while lines are written.
+QString codeOfName(QHash<QString, QString>& known, const QString& name, Recordset* list,
+                   QString (*nameToCode)(const QString&, Recordset*))
+{
+    auto it = known.constFind(name);
+    if (it == known.constEnd()) it = known.insert(name, nameToCode(name, list));
+    return *it;
+}
+
+LineRow lineRow(const CardLookups& lk, const LineGrid& lines, int i, LineCodes& codes)
 {
     LineRow r;
     r.child = lines.cell(i, ColChildCode);
-    r.warehouse = NameToCode_WareHouse(lines.cell(i, ColWarehouse), lk.warehouse);
+    r.warehouse = codeOfName(codes.warehouses, lines.cell(i, ColWarehouse), lk.warehouse, NameToCode_WareHouse);
     r.quantity = LeadingNumber(lines.cell(i, ColQuantity));
     r.waste = wasteRate(lines.cell(i, ColWasteRate));
     r.procedure = lines.cell(i, ColOperation);
-    r.department = NameToCode_Dep(lines.cell(i, ColDept), lk.department);
+    r.department = codeOfName(codes.departments, lines.cell(i, ColDept), lk.department, NameToCode_Dep);
     // The person column is cut beforehand so that it always fits.
     r.person = CutByBytes(lines.cell(i, ColPerson), 10);
     r.free1 = lines.cell(i, ColFree1);
@@ -95,23 +113,35 @@ QString saveFailureMessage(const DbError& e, bool editWriting)
 // those the line recordset's AddNew/Update would store, without one statement per line.
 namespace {
 
-// The given lines of the grid, in the order given.
-void insertLines(const CardLookups& lk, const LineGrid& lines, const QString& parent,
-                 const std::vector<int>& which)
+const QString kInsertLinesHead = QStringLiteral(
+    "insert into ProductStructures (cPSPCode, cPSCode, cWhCode, ipsquantity, iWasteRate, "
+    "cProcedureName, cDepCode, cPersonName, cFree1, cFree2) values ");
+const QString kInsertLineMarks = QStringLiteral("(?,?,?,?,?,?,?,?,?,?)");
+
+}  // namespace
+
+struct LineWriter::Impl {
+    explicit Impl(Database& db) : one(db, kInsertLinesHead + kInsertLineMarks) {}
+    // In-process statements: one line per run of one statement prepared once.
+    NativeStatement one;
+    LineCodes codes;
+};
+
+LineWriter::LineWriter(const CardLookups& lk) : lk_(lk), d(std::make_unique<Impl>(*lk.db)) {}
+LineWriter::~LineWriter() = default;
+
+void LineWriter::insert(const LineGrid& lines, const QString& parent, const std::vector<int>& which)
 {
     constexpr int kRowsPerStatement = 10;
-    const QString head = QStringLiteral(
-        "insert into ProductStructures (cPSPCode, cPSCode, cWhCode, ipsquantity, iWasteRate, "
-        "cProcedureName, cDepCode, cPersonName, cFree1, cFree2) values ");
-    const QString marks = QStringLiteral("(?,?,?,?,?,?,?,?,?,?)");
-    // In-process statements: one line per run of one statement prepared once. A line the
-    // library refuses goes through the driver, which reports why.
-    if (NativeStatement one(*lk.db, head + marks); one.available()) {
+    const QString& head = kInsertLinesHead;
+    const QString& marks = kInsertLineMarks;
+    // A line the library refuses goes through the driver, which reports why.
+    if (d->one.available()) {
         for (int i : which) {
-            const LineRow r = lineRow(lk, lines, i);
+            const LineRow r = lineRow(lk_, lines, i, d->codes);
             const QVariantList params{parent,       r.child,      r.warehouse, r.quantity, r.waste,
                                       r.procedure,  r.department, r.person,    r.free1,    r.free2};
-            if (!one.run(params)) lk.db->execute(head + marks, params);
+            if (!d->one.run(params)) lk_.db->execute(head + marks, params);
         }
         return;
     }
@@ -121,22 +151,25 @@ void insertLines(const CardLookups& lk, const LineGrid& lines, const QString& pa
         QStringList tuples;
         QVariantList params;
         for (int k = from; k < to; ++k) {
-            const LineRow r = lineRow(lk, lines, which[size_t(k)]);
+            const LineRow r = lineRow(lk_, lines, which[size_t(k)], d->codes);
             tuples << marks;
             params << parent << r.child << r.warehouse << r.quantity << r.waste << r.procedure
                    << r.department << r.person << r.free1 << r.free2;
         }
-        lk.db->execute(head + tuples.join(QLatin1Char(',')), params);
+        lk_.db->execute(head + tuples.join(QLatin1Char(',')), params);
     }
 }
 
-}  // namespace
-
-void writeStructureLines(const CardLookups& lk, const LineGrid& lines, const QString& parent)
+void LineWriter::insertAll(const LineGrid& lines, const QString& parent)
 {
     std::vector<int> all;
     for (int i = 1; i < lines.rows(); ++i) all.push_back(i);
-    insertLines(lk, lines, parent, all);
+    insert(lines, parent, all);
+}
+
+void writeStructureLines(const CardLookups& lk, const LineGrid& lines, const QString& parent)
+{
+    LineWriter(lk).insertAll(lines, parent);
 }
 
 namespace {
@@ -162,12 +195,13 @@ QVariantList storedValues(const LineRow& r)
 // and writing the grid's lines again, but a line whose child stays is changed in place (or left
 // alone when nothing in it changed), so that an edit of a few lines writes a few rows. A grid
 // that repeats a child is written the plain way, which refuses it as before.
-void rewriteStructureLines(const CardLookups& lk, const LineGrid& lines, const QString& parent)
+void rewriteStructureLines(const CardLookups& lk, const LineGrid& lines, const QString& parent,
+                           LineWriter& writer, LineCodes& codes)
 {
     Database& db = *lk.db;
     const auto rewriteAll = [&] {
         db.execute(QStringLiteral("delete from ProductStructures where cPSPCode=?"), {parent});
-        writeStructureLines(lk, lines, parent);
+        writer.insertAll(lines, parent);
     };
     QHash<QString, int> gridRow;
     bool repeated = false;
@@ -191,7 +225,7 @@ void rewriteStructureLines(const CardLookups& lk, const LineGrid& lines, const Q
             continue;
         }
         kept.insert(child);
-        const QVariantList fresh = storedValues(lineRow(lk, lines, *it));
+        const QVariantList fresh = storedValues(lineRow(lk, lines, *it, codes));
         bool same = true;
         for (int c = 0; c < fresh.size() && same; ++c) same = sameStored(stored->value(r, c + 1), fresh[c]);
         if (!same) changed.push_back(fresh + QVariantList{parent, child});
@@ -213,7 +247,7 @@ void rewriteStructureLines(const CardLookups& lk, const LineGrid& lines, const Q
     std::vector<int> added;
     for (int i = 1; i < lines.rows(); ++i)
         if (!kept.contains(lines.cell(i, ColChildCode))) added.push_back(i);
-    insertLines(lk, lines, parent, added);
+    writer.insert(lines, parent, added);
 }
 
 }  // namespace
@@ -221,6 +255,8 @@ void rewriteStructureLines(const CardLookups& lk, const LineGrid& lines, const Q
 void writeStructure(const CardLookups& lk, const LineGrid& lines, const StructureWrite& w)
 {
     Database& db = *lk.db;
+    std::optional<LineWriter> own;
+    LineWriter& writer = w.writer ? *w.writer : own.emplace(lk);
     const QString department = NameToCode_Dep(w.department, lk.department);
     if (w.adding) {
         if (w.headerRows) {
@@ -239,10 +275,11 @@ void writeStructure(const CardLookups& lk, const LineGrid& lines, const Structur
             db.execute(QStringLiteral("update ProductStructure set cDepCode=? where cPSPCode=?"),
                        {department, w.parent}) == 0)
             throw DbError(DbErrorKind::RecordDeleted, text::kDeletedCannotSave);
-        rewriteStructureLines(lk, lines, w.parent);
+        LineCodes codes;
+        rewriteStructureLines(lk, lines, w.parent, writer, codes);
         return;
     }
-    writeStructureLines(lk, lines, w.parent);
+    writer.insertAll(lines, w.parent);
 }
 
 Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& req)
@@ -291,7 +328,7 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
     }
 
     // Lines that arrived without being typed (copied, never left) are judged as typed ones.
-    const QHash<QString, int> counts = countChildCodes(lines);
+    const QHash<QString, int> counts = req.linesJudged ? QHash<QString, int>() : countChildCodes(lines);
     const WholeCard whole{&ancestors, &counts};
     for (int i = 1; i < lines.rows(); ++i) {
         for (int col : {int(ColChildCode), int(ColFree1), int(ColFree2), int(ColQuantity),

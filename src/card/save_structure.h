@@ -7,6 +7,9 @@
 
 #include <QString>
 
+#include <memory>
+#include <vector>
+
 namespace qx {
 
 class DbError;
@@ -43,6 +46,29 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
 // returns false with nothing written, or returns true with the structure written.
 bool saveStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& req);
 
+// Writes the lines of structures inside the caller's transaction (warehouse and department
+// names turned into codes, the person cut to its width, an empty waste rate as NULL). Many
+// structures written in one transaction (an import) share one: its statement is prepared once
+// and each name is turned into its code once.
+struct LineCodes;
+class LineWriter {
+public:
+    explicit LineWriter(const CardLookups& lk);
+    ~LineWriter();
+    LineWriter(const LineWriter&) = delete;
+    LineWriter& operator=(const LineWriter&) = delete;
+
+    // The given lines of the grid, in the order given.
+    void insert(const LineGrid& lines, const QString& parent, const std::vector<int>& which);
+    // Every line of the grid, in grid order.
+    void insertAll(const LineGrid& lines, const QString& parent);
+
+private:
+    struct Impl;
+    CardLookups lk_;
+    std::unique_ptr<Impl> d;
+};
+
 // The one write of a structure, for the card (new, copied, edited) and the import, inside the
 // caller's transaction: a new header (through `headerRows` when given, so that the recordset
 // knows it), or the edited one's department (a header gone meanwhile is RecordDeleted); in edit
@@ -53,6 +79,7 @@ struct StructureWrite {
     bool adding = true;
     Recordset* headerRows = nullptr;
     bool setDepartment = true;  // edit mode: false leaves the stored department
+    LineWriter* writer = nullptr;  // shared by many writes in one transaction (null: one of its own)
 };
 void writeStructure(const CardLookups& lk, const LineGrid& lines, const StructureWrite& w);
 
