@@ -41,8 +41,11 @@ const char* const kRawStatements[] = {
 
 bool fetchedOnFirstUse(int statement)
 {
-    // Init's joined set, "select * from productstructures", the second "select * from inventory".
-    return statement == kRawParentStatement + 2 || statement == 11 || statement == 13;
+    // Init's joined set, the list's items ("select * from inventory"), its parents by table
+    // ("select * from ProductStructure"), "select * from productstructures", the second
+    // "select * from inventory".
+    return statement == kRawParentStatement + 2 || statement == 4 || statement == 10 || statement == 11 ||
+           statement == 13;
 }
 
 namespace {
