@@ -368,7 +368,9 @@ void CellColumn::set(size_t row, const QVariant& v)
 void CellColumn::append(uint32_t r)
 {
     fits(r);
-    refs_.resize(refs_.size() + size_t(width_));
+    // The references grow by doubling, not by a cell at a time; finish() cuts them to size.
+    const size_t used = (rows_ + 1) * size_t(width_);
+    if (used > refs_.size()) refs_.resize(std::max(used, refs_.size() * 2));
     ++rows_;
     putRef(rows_ - 1, r);
 }
@@ -393,6 +395,7 @@ void CellColumn::finish()
             setWidth(widthFor(most));
         }
     }
+    if (width_ > 0) refs_.resize(rows_ * size_t(width_));
     refs_.shrink_to_fit();
     values_.shrink_to_fit();
     chars_.shrink_to_fit();

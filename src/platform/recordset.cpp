@@ -474,31 +474,33 @@ struct Recordset::Impl {
             for (int t = 0; t < tuples; ++t) {
                 for (int i = 0; i < int(kinds.size()); ++i) {
                     const char* v = PQgetvalue(res, t, i);
-                    const bool null = PQgetisnull(res, t, i);
+                    const int length = PQgetlength(res, t, i);
+                    // A null has no characters: only an empty value needs asking.
+                    const bool null = length == 0 && PQgetisnull(res, t, i);
                     switch (kinds[size_t(i)]) {
                         case Text:
                             if (null)
                                 rows.pushNull(i, QMetaType::fromType<QString>());
                             else
-                                rows.pushText(i, v, PQgetlength(res, t, i));
+                                rows.pushText(i, v, length);
                             break;
                         case Int:
                             if (null)
                                 rows.pushNull(i, QMetaType::fromType<int>());
                             else
-                                rows.pushInt(i, int(integerOf(v, PQgetlength(res, t, i))));
+                                rows.pushInt(i, int(integerOf(v, length)));
                             break;
                         case Long:
                             if (null)
                                 rows.pushNull(i, QMetaType::fromType<qlonglong>());
                             else
-                                rows.pushInteger(i, integerOf(v, PQgetlength(res, t, i)));
+                                rows.pushInteger(i, integerOf(v, length));
                             break;
                         case Real:
                             if (null)
                                 rows.pushNull(i, QMetaType::fromType<double>());
                             else
-                                rows.pushReal(i, realOf(v, PQgetlength(res, t, i)));
+                                rows.pushReal(i, realOf(v, length));
                             break;
                         case Flag:
                             if (null)
