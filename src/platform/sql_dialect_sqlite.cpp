@@ -1,5 +1,7 @@
 #include "platform/sql_dialects.h"
 
+#include "platform/database.h"
+
 #include <QSqlError>
 
 namespace qx {
@@ -19,12 +21,9 @@ public:
     QString beginStatement() const override { return QStringLiteral("BEGIN IMMEDIATE"); }
     QStringList connectStatements(bool readOnly) const override
     {
-        // A page cache of 8 MiB: a large reading that joins the lines to their items finds the
-        // item pages again instead of reading them from the file for every line. A recordset's
-        // fetch gives the pages back when it is done.
         QStringList statements{QStringLiteral("PRAGMA busy_timeout=5000"),
                                QStringLiteral("PRAGMA foreign_keys=ON"),
-                               QStringLiteral("PRAGMA cache_size=-8192")};
+                               QStringLiteral("PRAGMA cache_size=-%1").arg(kSqlitePageCacheKiB)};
         // Changing the journal mode writes the file's header.
         if (!readOnly) statements << QStringLiteral("PRAGMA journal_mode=WAL");
         return statements;
