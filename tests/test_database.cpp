@@ -667,4 +667,29 @@ TEST_P(RecordsetCells, CellsAreTheDriversOwnValues)
     EXPECT_EQ(dyn->field(QStringLiteral("cInvCode")).toString(), QStringLiteral("I01001"));
 }
 
+TEST_P(RecordsetCells, NumbersOfEveryColumnTypeAreTheDriversOwn)
+{
+    // Each expression read as the recordset reads it and as the driver reads it: signs, widths,
+    // fractions and exponents of every number type a statement can give, and nulls of each.
+    const char* const expressions[] = {
+        "cast(-5 as smallint)",           "cast(32767 as smallint)",       "cast(-70000 as integer)",
+        "cast(2147483647 as integer)",     "cast(-5000000000 as bigint)",   "cast(0.1 as real)",
+        "cast(-3.4e38 as real)",           "cast(-1.5e300 as double precision)",
+        "cast(2.5e-300 as double precision)", "cast(-12345.678901 as numeric)",
+        "cast(0.00001234 as numeric(20,10))", "cast(100000000000000000000 as numeric)",
+        "cast(0 as numeric)",              "cast(9999.0001 as numeric)",     "1 = 1",
+        "1 = 0",                           "cast(null as integer)",          "cast(null as numeric)",
+        "cast(null as double precision)",  "cast(null as bigint)",           "cast(null as varchar(5))",
+    };
+    auto db = test::openFreshCompany(backend());
+    for (const char* e : expressions) {
+        const QString sql = QStringLiteral("select ") + QLatin1String(e) + QStringLiteral(" as v");
+        auto rs = db->openRecordset(sql, RecordsetType::Snapshot);
+        QSqlQuery q = db->run(sql, {});
+        ASSERT_TRUE(q.next()) << e;
+        ASSERT_EQ(rs->recordCount(), 1) << e;
+        expectSame(rs->value(0, 0), q.value(0), e);
+    }
+}
+
 QX_INSTANTIATE_BACKENDS(RecordsetCells);

@@ -11,13 +11,15 @@ extern const char* const kRawStatements[];
 // Where Init's three statements (parent, child, joined) stand in kRawStatements.
 constexpr int kRawParentStatement = 1;
 
-// The statements whose sets the list fetches on first use (Init's joined set, the lines by
-// table, the second inventory): it prepares them at opening but reads no row of them.
+// The statements whose sets the list fetches on first use (Init's joined set, the items, the
+// parents by table, the lines by table, the second inventory): it prepares them at opening but
+// reads no row of them.
 bool fetchedOnFirstUse(int statement);
 
 // Reads every statement on `connection` ("sqlite:FILE", a plain path, or "postgresql://...");
 // with `openingOnly`, only those the opening reads rows of. Returns the rows read, -1 when the
-// database cannot be opened (the reason on stderr); the milliseconds taken go to *ms.
-long long readRawStatements(const char* connection, double* ms, bool openingOnly = false);
+// database cannot be opened (the reason on stderr); the milliseconds taken go to *ms. A SQLite
+// connection gets a page cache of `sqliteCacheKiB` (0: the library's default).
+long long readRawStatements(const char* connection, double* ms, bool openingOnly = false, int sqliteCacheKiB = 0);
 
 }  // namespace qx::bench

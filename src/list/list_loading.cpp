@@ -133,13 +133,15 @@ void FrmPS::openLookupCaches()
     if (!ctx_.dbase) return;
     Database& db = *ctx_.dbase;
 
-    ctx_.inventory = tryOpen(db, QStringLiteral("inventory"), kReadOnly);
+    // The items are read by the card's opening only, and the parents by table by the card's
+    // checks and the delete: both fetched when first used, so that the list opens without them.
+    ctx_.inventory = tryOpen(db, QStringLiteral("inventory"), kReadOnly | kFetchOnFirstUse);
     ctx_.RecDep = tryOpen(db, kDepartmentsSql, kReadOnly);
     ctx_.RecFree1 = tryOpen(db, kFree1Sql, kReadOnly);
     ctx_.RecFree2 = tryOpen(db, kFree2Sql, kReadOnly);
     ctx_.RecPer = tryOpen(db, kPersonsSql, kReadOnly);
     ctx_.RecCa = tryOpen(db, kOperationsSql, kReadOnly);
-    ctx_.mrecPro = tryOpen(db, QStringLiteral("ProductStructure"), 0);
+    ctx_.mrecPro = tryOpen(db, QStringLiteral("ProductStructure"), kFetchOnFirstUse);
     // The lines by table are read by the card's save and the delete only, each of which
     // requeries them first: fetched when first used.
     ctx_.mrecPros = tryOpen(db, QStringLiteral("productstructures"), kFetchOnFirstUse);

@@ -216,17 +216,21 @@ void CellColumn::push(const QVariant& v)
     last_ = r;
     lastIsText_ = false;
     lastIsNumber_ = false;
+    lastNull_ = 0;
     append(r);
 }
 
-void CellColumn::pushNumber(int type, quint64 bits, const QVariant& v)
+template <typename Make>
+void CellColumn::pushNumber(int type, quint64 bits, Make&& make)
 {
-    // Keyed as intern() keys numbers, so that both find the same values.
+    // Keyed as intern() keys numbers, so that both find the same values; a number equal to the
+    // one before it makes no variant.
     const quint64 key = bits ^ (quint64(type) << 56);
     if (!(lastIsNumber_ && lastNumberKey_ == key)) {
-        last_ = intern(v);
+        last_ = intern(make());
         lastIsText_ = false;
         lastIsNumber_ = true;
+        lastNull_ = 0;
         lastNumberKey_ = key;
     }
     append(last_);
@@ -234,12 +238,28 @@ void CellColumn::pushNumber(int type, quint64 bits, const QVariant& v)
 
 void CellColumn::pushInteger(qlonglong n)
 {
-    pushNumber(QMetaType::LongLong, quint64(n), QVariant(n));
+    pushNumber(QMetaType::LongLong, quint64(n), [n] { return QVariant(n); });
+}
+
+void CellColumn::pushInt(int n)
+{
+    pushNumber(QMetaType::Int, quint64(qint64(n)), [n] { return QVariant(n); });
 }
 
 void CellColumn::pushReal(double x)
 {
-    pushNumber(QMetaType::Double, std::bit_cast<quint64>(x), QVariant(x));
+    pushNumber(QMetaType::Double, std::bit_cast<quint64>(x), [x] { return QVariant(x); });
+}
+
+void CellColumn::pushNull(QMetaType type)
+{
+    // A run of nulls of one type (a column left empty) finds its value without a lookup.
+    if (lastNull_ == type.id() + 1 && last_ != UINT32_MAX) {
+        append(last_);
+        return;
+    }
+    push(QVariant(type));
+    lastNull_ = type.id() + 1;
 }
 
 uint32_t CellColumn::lookUpString(const QString& text)
@@ -276,34 +296,38 @@ uint32_t CellColumn::lookUpString(const QString& text)
 uint32_t CellColumn::lookUpText(const char* utf8, int bytes)
 {
     const auto make = [&] { return bytes ? QString::fromUtf8(utf8, bytes) : emptyText(); };
-    // Texts are looked up by their bytes, so that a repeated one makes no text object; the table
-    // holds text numbers (ref >> 1), valid while every text of the column went through here.
-    if (unique_ || utf8Ends_.size() != starts_.size() - 1) return addApart(make());
-    if (slots_.empty()) slots_.assign(1024, 0);
+    // Texts are looked up by their bytes, so that a repeated one makes no text object. Each slot
+    // holds where its text's bytes are and a second part of its hash: a probe that meets another
+    // text mostly tells from the slot alone, and a hit reads the slot and the bytes only. Valid
+    // while every text of the column went through here.
+    if (unique_ || looked8_ != starts_.size() - 1) return addApart(make());
+    if (slots_.empty()) slots_.assign(1024, TextSlot{});
     size_t mask = slots_.size() - 1;
-    const auto bytesOf = [&](uint32_t i) {
-        const uint32_t from = i ? utf8Ends_[i - 1] : 0;
-        return std::string_view(utf8_.data() + from, utf8Ends_[i] - from);
-    };
-    const std::string_view wanted(utf8, size_t(bytes));
-    size_t h = qHashBits(utf8, size_t(bytes)) & mask;
-    for (; slots_[h]; h = (h + 1) & mask)
-        if (bytesOf(slots_[h] - 1) == wanted) return ((slots_[h] - 1) << 1) | 1;
+    const size_t hash = qHashBits(utf8, size_t(bytes));
+    const uint32_t tag = uint32_t(quint64(hash) >> 32) ^ uint32_t(bytes);
+    size_t h = hash & mask;
+    for (; slots_[h].number; h = (h + 1) & mask) {
+        const TextSlot& slot = slots_[h];
+        if (slot.tag == tag && slot.bytes == uint32_t(bytes) &&
+            (bytes == 0 || std::memcmp(utf8_.data() + slot.from, utf8, size_t(bytes)) == 0))
+            return ((slot.number - 1) << 1) | 1;
+    }
     const uint32_t r = addApart(make());
+    slots_[h] = TextSlot{(r >> 1) + 1, tag, uint32_t(utf8_.size()), uint32_t(bytes)};
     utf8_.append(utf8, size_t(bytes));
-    utf8Ends_.push_back(uint32_t(utf8_.size()));
-    slots_[h] = (r >> 1) + 1;
-    if (nearlyAllDiffer(utf8Ends_.size(), rows_)) {
+    ++looked8_;
+    if (nearlyAllDiffer(looked8_, rows_)) {
         unique_ = true;
         dropLookups();
-    } else if (utf8Ends_.size() * 2 > slots_.size()) {
-        slots_.assign(slots_.size() * 2, 0);
+    } else if (looked8_ * 2 > slots_.size()) {
+        std::vector<TextSlot> old(slots_.size() * 2);
+        old.swap(slots_);
         mask = slots_.size() - 1;
-        for (uint32_t i = 0; i < utf8Ends_.size(); ++i) {
-            const std::string_view b = bytesOf(i);
-            size_t k = qHashBits(b.data(), b.size()) & mask;
-            while (slots_[k]) k = (k + 1) & mask;
-            slots_[k] = i + 1;
+        for (const TextSlot& slot : old) {
+            if (!slot.number) continue;
+            size_t k = qHashBits(utf8_.data() + slot.from, slot.bytes) & mask;
+            while (slots_[k].number) k = (k + 1) & mask;
+            slots_[k] = slot;
         }
     }
     return r;
@@ -314,8 +338,8 @@ void CellColumn::dropLookups()
     release(slots16_);
     release(numbers_);
     release(utf8_);
-    release(utf8Ends_);
     release(slots_);
+    looked8_ = SIZE_MAX;  // texts pushed from now on are stored without a lookup
 }
 
 void CellColumn::pushText(const char* utf8, int bytes)
@@ -327,6 +351,7 @@ void CellColumn::pushText(const char* utf8, int bytes)
         lastBytes_.assign(utf8, size_t(bytes));
         lastIsText_ = true;
         lastIsNumber_ = false;
+        lastNull_ = 0;
     }
     last_ = r;
     append(r);
@@ -343,7 +368,9 @@ void CellColumn::set(size_t row, const QVariant& v)
 void CellColumn::append(uint32_t r)
 {
     fits(r);
-    refs_.resize(refs_.size() + size_t(width_));
+    // The references grow by doubling, not by a cell at a time; finish() cuts them to size.
+    const size_t used = (rows_ + 1) * size_t(width_);
+    if (used > refs_.size()) refs_.resize(std::max(used, refs_.size() * 2));
     ++rows_;
     putRef(rows_ - 1, r);
 }
@@ -368,6 +395,7 @@ void CellColumn::finish()
             setWidth(widthFor(most));
         }
     }
+    if (width_ > 0) refs_.resize(rows_ * size_t(width_));
     refs_.shrink_to_fit();
     values_.shrink_to_fit();
     chars_.shrink_to_fit();

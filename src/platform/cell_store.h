@@ -37,7 +37,10 @@ public:
     // A non-null number straight from a driver: no variant is made for a number the column
     // already holds.
     void pushInteger(qlonglong n);
+    void pushInt(int n);
     void pushReal(double x);
+    // A null of the given type straight from a driver.
+    void pushNull(QMetaType type);
     void set(size_t row, const QVariant& v);
     // After a fetch: references as narrow as the values allow; the fetch's lookups dropped.
     void finish();
@@ -56,7 +59,8 @@ private:
     uint32_t lookUpString(const QString& text);
     void dropLookups();
     bool sameAsRef(uint32_t r, const QVariant& v) const;
-    void pushNumber(int type, quint64 bits, const QVariant& v);
+    template <typename Make>
+    void pushNumber(int type, quint64 bits, Make&& make);
 
     std::vector<QVariant> values_;  // distinct values other than texts (reference 2*i)
     std::vector<QChar> chars_;      // texts (reference 2*i+1): chars_[starts_[i]..starts_[i+1])
@@ -72,13 +76,20 @@ private:
     std::vector<uint32_t> slots16_;  // while fetching through a driver: text numbers by their text
     size_t looked16_ = 0;
     // While fetching: the texts' UTF-8 bytes one after another, and a table of text numbers by them.
+    struct TextSlot {
+        uint32_t number = 0;  // text number + 1; 0: an empty slot
+        uint32_t tag = 0;     // another part of the text's hash
+        uint32_t from = 0;    // its bytes: utf8_[from, from + bytes)
+        uint32_t bytes = 0;
+    };
     std::string utf8_;
-    std::vector<uint32_t> utf8Ends_;
-    std::vector<uint32_t> slots_;
+    std::vector<TextSlot> slots_;
+    size_t looked8_ = 0;  // texts in slots_
     std::string lastBytes_;                            // the bytes of the text pushed last
     bool lastIsText_ = false;
     bool lastIsNumber_ = false;
     quint64 lastNumberKey_ = 0;  // the key of the number pushed last
+    int lastNull_ = 0;           // the type id + 1 of the null pushed last, 0 when it was no null
     QHash<quint64, uint32_t> numbers_;
     std::vector<std::pair<int, uint32_t>> nulls_;  // per type of null: its value
 };
@@ -95,6 +106,8 @@ public:
     void pushText(int col, const char* utf8, int bytes) { columns_[size_t(col)].pushText(utf8, bytes); }
     void pushInteger(int col, qlonglong n) { columns_[size_t(col)].pushInteger(n); }
     void pushReal(int col, double x) { columns_[size_t(col)].pushReal(x); }
+    void pushInt(int col, int n) { columns_[size_t(col)].pushInt(n); }
+    void pushNull(int col, QMetaType type) { columns_[size_t(col)].pushNull(type); }
     void endRow() { ++count_; }
     void appendRow(const std::vector<QVariant>& cells);
     void setRow(size_t r, const std::vector<QVariant>& cells);

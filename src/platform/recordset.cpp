@@ -16,8 +16,10 @@
 
 #include <algorithm>
 #include <bit>
+#include <charconv>
 #include <cstdlib>
 #include <memory>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -83,6 +85,22 @@ bool cellMatches(const QVariant& cell, const QVariant& wanted)
     return cell.toString() == wanted.toString();
 }
 
+// A number of a PostgreSQL row, from its text: the same value strtod and strtol give, read
+// without their locale and error handling (which the server's texts never need); anything the
+// quick reading does not take whole goes to them.
+double realOf(const char* v, int length)
+{
+    double x = 0;
+    const auto [end, ec] = std::from_chars(v, v + length, x);
+    return ec == std::errc() && end == v + length ? x : std::strtod(v, nullptr);
+}
+
+qlonglong integerOf(const char* v, int length)
+{
+    qlonglong n = 0;
+    const auto [end, ec] = std::from_chars(v, v + length, n);
+    return ec == std::errc() && end == v + length ? n : qlonglong(std::strtoll(v, nullptr, 10));
+}
 
 enum class EditMode { None, Add, Edit };
 
@@ -361,7 +379,7 @@ struct Recordset::Impl {
                         rows.pushReal(i, sqlite3_column_double(st, i));
                         break;
                     case SQLITE_NULL:
-                        rows.push(i, QVariant(QMetaType::fromType<QString>()));
+                        rows.pushNull(i, QMetaType::fromType<QString>());
                         break;
                     case SQLITE_BLOB:
                         rows.push(i, QVariant(QByteArray(static_cast<const char*>(sqlite3_column_blob(st, i)),
@@ -456,31 +474,39 @@ struct Recordset::Impl {
             for (int t = 0; t < tuples; ++t) {
                 for (int i = 0; i < int(kinds.size()); ++i) {
                     const char* v = PQgetvalue(res, t, i);
-                    const bool null = PQgetisnull(res, t, i);
+                    const int length = PQgetlength(res, t, i);
+                    // A null has no characters: only an empty value needs asking.
+                    const bool null = length == 0 && PQgetisnull(res, t, i);
                     switch (kinds[size_t(i)]) {
                         case Text:
                             if (null)
-                                rows.push(i, QVariant(QMetaType::fromType<QString>()));
+                                rows.pushNull(i, QMetaType::fromType<QString>());
                             else
-                                rows.pushText(i, v, PQgetlength(res, t, i));
+                                rows.pushText(i, v, length);
                             break;
                         case Int:
-                            rows.push(i, null ? QVariant(QMetaType::fromType<int>()) : QVariant(int(std::strtol(v, nullptr, 10))));
+                            if (null)
+                                rows.pushNull(i, QMetaType::fromType<int>());
+                            else
+                                rows.pushInt(i, int(integerOf(v, length)));
                             break;
                         case Long:
                             if (null)
-                                rows.push(i, QVariant(QMetaType::fromType<qlonglong>()));
+                                rows.pushNull(i, QMetaType::fromType<qlonglong>());
                             else
-                                rows.pushInteger(i, qlonglong(std::strtoll(v, nullptr, 10)));
+                                rows.pushInteger(i, integerOf(v, length));
                             break;
                         case Real:
                             if (null)
-                                rows.push(i, QVariant(QMetaType::fromType<double>()));
+                                rows.pushNull(i, QMetaType::fromType<double>());
                             else
-                                rows.pushReal(i, std::strtod(v, nullptr));
+                                rows.pushReal(i, realOf(v, length));
                             break;
                         case Flag:
-                            rows.push(i, null ? QVariant(QMetaType::fromType<bool>()) : QVariant(v[0] == 't'));
+                            if (null)
+                                rows.pushNull(i, QMetaType::fromType<bool>());
+                            else
+                                rows.push(i, QVariant(v[0] == 't'));
                             break;
                     }
                 }

@@ -1,5 +1,7 @@
 #include "platform/sql_dialects.h"
 
+#include "platform/database.h"
+
 #include <QSqlError>
 
 namespace qx {
@@ -20,7 +22,8 @@ public:
     QStringList connectStatements(bool readOnly) const override
     {
         QStringList statements{QStringLiteral("PRAGMA busy_timeout=5000"),
-                               QStringLiteral("PRAGMA foreign_keys=ON")};
+                               QStringLiteral("PRAGMA foreign_keys=ON"),
+                               QStringLiteral("PRAGMA cache_size=-%1").arg(kSqlitePageCacheKiB)};
         // Changing the journal mode writes the file's header.
         if (!readOnly) statements << QStringLiteral("PRAGMA journal_mode=WAL");
         return statements;
