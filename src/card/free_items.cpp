@@ -25,15 +25,6 @@ bool truthy(const QVariant& v)
     return s == QLatin1String("true") || s == QLatin1String("t");
 }
 
-// A flag as the library hands it over: the stored 0 and 1 read at once, anything else as
-// `truthy` reads it.
-bool truthyCell(const QByteArray& cell)
-{
-    if (cell == "0") return false;
-    if (cell == "1") return true;
-    return truthy(QString::fromUtf8(cell));
-}
-
 QString nameToCode(const QString& name, Recordset* rs, const QString& nameField,
                    const QString& codeField)
 {
@@ -78,18 +69,23 @@ QHash<QString, ItemFlags> readItemFlags(const LineGrid& lines, Database& db)
     QHash<QString, ItemFlags> flags;
     flags.reserve(codes.size());
     {
-        // In-process statements: one question per item, the statement prepared once.
-        NativeLookup item(db, QStringLiteral("select bFree1,bFree2,bService from inventory where cInvCode=?"));
-        std::vector<QByteArray> cells;
-        bool answered = item.available();
-        for (qsizetype i = 0; i < codes.size() && answered; ++i) {
-            cells.clear();
-            answered = item.rows(codes[i].toUtf8(), cells);
-            if (answered && cells.size() >= 3)
-                flags.insert(codes[i], {truthyCell(cells[0]), truthyCell(cells[1]), truthyCell(cells[2])});
+        // In-process statements: one question for all the items, each found through the key.
+        NativeLookup items(db, QStringLiteral("select k.key,i.bFree1,i.bFree2,i.bService from json_each(?) k "
+                                              "cross join inventory i on i.cInvCode=k.value"));
+        if (items.available()) {
+            std::vector<QByteArray> keys;
+            keys.reserve(size_t(codes.size()));
+            for (const QString& c : codes) keys.push_back(c.toUtf8());
+            QVariantList cells;
+            bool answered = items.values(jsonKeyArray(keys, 0, keys.size()), cells);
+            for (qsizetype r = 0; answered && r + 3 < cells.size(); r += 4) {
+                const qlonglong place = cells[r].toLongLong();
+                answered = place >= 0 && place < codes.size();
+                if (answered) flags.insert(codes[place], {truthy(cells[r + 1]), truthy(cells[r + 2]), truthy(cells[r + 3])});
+            }
+            if (answered) return flags;
+            flags.clear();
         }
-        if (answered) return flags;
-        flags.clear();
     }
     constexpr int kSlice = 100;  // few values per statement: the driver binds each by a name search
     for (int from = 0; from < codes.size(); from += kSlice) {

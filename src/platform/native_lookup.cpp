@@ -2,6 +2,7 @@
 
 #include "platform/database.h"
 
+#include <QVarLengthArray>
 #include <QVariant>
 
 #include <sqlite3.h>
@@ -50,28 +51,93 @@ NativeLookup::~NativeLookup() { d->finish(); }
 
 bool NativeLookup::available() const { return d->statement != nullptr; }
 
+namespace {
+
+// Steps `st` for `key`, handing every row to `row`; false on an error of the library.
+template <class Row>
+bool stepRows(sqlite3_stmt* st, const QByteArray& key, Row&& row)
+{
+    // The key stays where it is until the statement is reset below: it need not be copied.
+    if (sqlite3_bind_text(st, 1, key.constData(), int(key.size()), SQLITE_STATIC) != SQLITE_OK) {
+        sqlite3_reset(st);
+        return false;
+    }
+    int rc;
+    while ((rc = sqlite3_step(st)) == SQLITE_ROW) row(st);
+    sqlite3_reset(st);
+    sqlite3_clear_bindings(st);
+    return rc == SQLITE_DONE;
+}
+
+}  // namespace
+
 bool NativeLookup::rows(const QByteArray& key, std::vector<QByteArray>& out)
 {
     if (!d->statement) return false;
-    sqlite3_stmt* st = d->statement;
-    sqlite3_reset(st);
-    if (sqlite3_bind_text(st, 1, key.constData(), int(key.size()), SQLITE_TRANSIENT) != SQLITE_OK) {
-        d->finish();
-        return false;
-    }
-    const int columns = sqlite3_column_count(st);
-    int rc;
-    while ((rc = sqlite3_step(st)) == SQLITE_ROW) {
+    const int columns = sqlite3_column_count(d->statement);
+    const bool done = stepRows(d->statement, key, [&](sqlite3_stmt* st) {
         for (int c = 0; c < columns; ++c) {
             const auto* t = static_cast<const char*>(static_cast<const void*>(sqlite3_column_text(st, c)));
             out.emplace_back(t ? t : "", sqlite3_column_bytes(st, c));
         }
+    });
+    if (!done) d->finish();
+    return done;
+}
+
+bool NativeLookup::values(const QByteArray& key, QVariantList& out)
+{
+    if (!d->statement) return false;
+    const int columns = sqlite3_column_count(d->statement);
+    const bool done = stepRows(d->statement, key, [&](sqlite3_stmt* st) {
+        for (int c = 0; c < columns; ++c) {
+            switch (sqlite3_column_type(st, c)) {
+                case SQLITE_INTEGER:
+                    out.append(QVariant(qlonglong(sqlite3_column_int64(st, c))));
+                    break;
+                case SQLITE_FLOAT:
+                    out.append(QVariant(sqlite3_column_double(st, c)));
+                    break;
+                case SQLITE_NULL:
+                    out.append(QVariant());
+                    break;
+                default: {
+                    const auto* t = static_cast<const char*>(static_cast<const void*>(sqlite3_column_text(st, c)));
+                    out.append(QVariant(QString::fromUtf8(t, sqlite3_column_bytes(st, c))));
+                }
+            }
+        }
+    });
+    if (!done) d->finish();
+    return done;
+}
+
+QByteArray jsonKeyArray(const std::vector<QByteArray>& keys, size_t from, size_t to)
+{
+    static const char hex[] = "0123456789abcdef";
+    QByteArray out;
+    out.reserve(qsizetype(2 + (to - from) * 12));
+    out += '[';
+    for (size_t k = from; k < to; ++k) {
+        if (k > from) out += ',';
+        out += '"';
+        for (const char c : keys[k]) {
+            const auto u = static_cast<unsigned char>(c);
+            if (c == '"' || c == '\\') {
+                out += '\\';
+                out += c;
+            } else if (u < 0x20) {
+                out += "\\u00";
+                out += hex[u >> 4];
+                out += hex[u & 0xf];
+            } else {
+                out += c;
+            }
+        }
+        out += '"';
     }
-    if (rc != SQLITE_DONE) {
-        d->finish();
-        return false;
-    }
-    return true;
+    out += ']';
+    return out;
 }
 
 NativeStatement::NativeStatement(Database& db, const QString& sql) : db_(db), sql_(sql)
@@ -100,6 +166,10 @@ bool NativeStatement::run(const QVariantList& params)
     auto* st = static_cast<sqlite3_stmt*>(statement_);
     if (!st) return false;
     sqlite3_reset(st);
+    // Texts go over in UTF-8, the company file's own encoding, so that the library need not
+    // convert them again; each is held here until the statement has run.
+    QVarLengthArray<QByteArray, 16> texts;
+    texts.reserve(params.size());
     for (int i = 0; i < params.size(); ++i) {
         const QVariant& p = params[i];
         const int type = p.metaType().id();
@@ -107,22 +177,34 @@ bool NativeStatement::run(const QVariantList& params)
         if (p.isNull() || (type == QMetaType::QString && p.toString().isNull())) {
             rc = sqlite3_bind_null(st, i + 1);
         } else if (type == QMetaType::QString) {
-            const QString v = p.toString();
-            rc = sqlite3_bind_text16(st, i + 1, v.utf16(), int(v.size() * 2), SQLITE_TRANSIENT);
+            const QString& v = *static_cast<const QString*>(p.constData());
+            if (v.isValidUtf16()) {
+                texts.append(v.toUtf8());
+                rc = sqlite3_bind_text(st, i + 1, texts.back().constData(), int(texts.back().size()), SQLITE_STATIC);
+            } else {
+                // A lone surrogate: the library's own conversion decides what is stored, as always.
+                rc = sqlite3_bind_text16(st, i + 1, v.utf16(), int(v.size() * 2), SQLITE_TRANSIENT);
+            }
         } else if (type == QMetaType::Double || type == QMetaType::Float) {
             rc = sqlite3_bind_double(st, i + 1, p.toDouble());
         } else if (type == QMetaType::Int || type == QMetaType::LongLong || type == QMetaType::Bool) {
             rc = sqlite3_bind_int64(st, i + 1, p.toLongLong());
         } else {
-            return false;  // a type the driver knows better
+            rc = SQLITE_MISMATCH;  // a type the driver knows better
         }
-        if (rc != SQLITE_OK) return false;
+        if (rc != SQLITE_OK) {
+            sqlite3_clear_bindings(st);
+            return false;
+        }
     }
-    if (sqlite3_step(st) == SQLITE_DONE) return true;
+    const bool done = sqlite3_step(st) == SQLITE_DONE;
     auto* handle = static_cast<sqlite3*>(handle_);
-    const int code = sqlite3_extended_errcode(handle);
-    const QString message = QString::fromUtf8(sqlite3_errmsg(handle));
+    const int code = done ? SQLITE_OK : sqlite3_extended_errcode(handle);
+    const QString message = done ? QString() : QString::fromUtf8(sqlite3_errmsg(handle));
+    // The texts above go out of scope: the statement lets go of them first.
     sqlite3_reset(st);
+    sqlite3_clear_bindings(st);
+    if (done) return true;
     throw db_.nativeError(code, message, sql_);
 }
 

@@ -30,11 +30,20 @@ public:
     // reported an error: the lookup is then unavailable and nothing it answered counts (the
     // caller asks through the driver, which reports the failure as every statement does).
     bool rows(const QByteArray& key, std::vector<QByteArray>& out);
+    // The same, each cell as the library holds it: an integer or a real as a number, a text as
+    // a text, NULL as a null value (no text is made of a number).
+    bool values(const QByteArray& key, QVariantList& out);
 
 private:
     struct Impl;
     std::unique_ptr<Impl> d;
 };
+
+// Many keys as the one bound value of a lookup whose statement reads them with "json_each(?)"
+// (each row's "key" is then the key's place among them): the texts keys[from, to) (UTF-8) as a
+// JSON array, quotes, backslashes and control characters escaped. One statement answers for all
+// of them, without a round of the statement per key.
+QByteArray jsonKeyArray(const std::vector<QByteArray>& keys, size_t from, size_t to);
 
 // A statement that changes rows, run again and again inside the caller's transaction (the lines
 // of a structure), prepared once and stepped by the database library itself. Offered on SQLite
