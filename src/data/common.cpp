@@ -62,17 +62,15 @@ public:
     // on the way (the graph is then incomplete).
     bool walk(NativeLookup& parentsOf)
     {
-        std::vector<QByteArray> found;
         for (size_t from = 0; from < codes_.size();) {
             const size_t to = codes_.size();
-            found.clear();
-            if (!parentsOf.rows(jsonKeyArray(codes_, from, to), found)) return false;
-            for (size_t k = 0; k + 1 < found.size(); k += 2) {
-                bool number = false;
-                const qsizetype place = found[k].toLongLong(&number);
-                if (!number || place < 0 || size_t(place) >= to - from) return false;
-                addLine(int(from + size_t(place)), id(found[k + 1]));
-            }
+            bool placed = true;
+            const bool answered = parentsOf.visit(jsonKeyArray(codes_, from, to), [&](const NativeLookup::Row& row) {
+                const qint64 place = row.integer(0);
+                placed = placed && place >= 0 && size_t(place) < to - from;
+                if (placed) addLine(int(from + size_t(place)), id(row.text(1)));
+            });
+            if (!answered || !placed) return false;
             from = to;
         }
         return true;
@@ -150,6 +148,17 @@ private:
     {
         auto it = ids_.constFind(code);
         if (it != ids_.constEnd()) return it.value();
+        return add(code);
+    }
+    // A code as the library holds it: copied only when it is met for the first time.
+    int id(QByteArrayView code)
+    {
+        auto it = ids_.constFind(QByteArray::fromRawData(code.data(), code.size()));
+        if (it != ids_.constEnd()) return it.value();
+        return add(code.toByteArray());
+    }
+    int add(const Key& code)
+    {
         const int n = int(codes_.size());
         ids_.insert(code, n);
         codes_.push_back(code);

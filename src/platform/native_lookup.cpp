@@ -112,6 +112,26 @@ bool NativeLookup::values(const QByteArray& key, QVariantList& out)
     return done;
 }
 
+QByteArrayView NativeLookup::Row::text(int column) const
+{
+    auto* st = static_cast<sqlite3_stmt*>(statement_);
+    const auto* t = static_cast<const char*>(static_cast<const void*>(sqlite3_column_text(st, column)));
+    return QByteArrayView(t ? t : "", sqlite3_column_bytes(st, column));
+}
+
+qint64 NativeLookup::Row::integer(int column) const
+{
+    return sqlite3_column_int64(static_cast<sqlite3_stmt*>(statement_), column);
+}
+
+bool NativeLookup::visit(const QByteArray& key, const std::function<void(const Row&)>& row)
+{
+    if (!d->statement) return false;
+    const bool done = stepRows(d->statement, key, [&](sqlite3_stmt* st) { row(Row(st)); });
+    if (!done) d->finish();
+    return done;
+}
+
 QByteArray jsonKeyArray(const std::vector<QByteArray>& keys, size_t from, size_t to)
 {
     static const char hex[] = "0123456789abcdef";

@@ -8,6 +8,7 @@
 #include <QByteArray>
 #include <QVariantList>
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -33,6 +34,19 @@ public:
     // The same, each cell as the library holds it: an integer or a real as a number, a text as
     // a text, NULL as a null value (no text is made of a number).
     bool values(const QByteArray& key, QVariantList& out);
+    // The same, each row handed to `row` as the library holds it, nothing copied: a text cell
+    // stays valid only during the call.
+    class Row {
+    public:
+        QByteArrayView text(int column) const;
+        qint64 integer(int column) const;
+
+    private:
+        friend class NativeLookup;
+        explicit Row(void* statement) : statement_(statement) {}
+        void* statement_;
+    };
+    bool visit(const QByteArray& key, const std::function<void(const Row&)>& row);
 
 private:
     struct Impl;
