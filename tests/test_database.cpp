@@ -512,10 +512,18 @@ QX_INSTANTIATE_BACKENDS(DatabaseTest);
 // cells come back as the library holds them.
 TEST_P(DatabaseTest, NativeLookupReadsManyKeysAndTypedCellsAsStored)
 {
-    NativeLookup echo(*db, QStringLiteral("select k.key,k.value,typeof(k.value) from json_each(?) k"));
+    NativeLookup echo(*db,
+                      QStringLiteral("select k.key,k.value,typeof(k.value) from json_each(?) k"));
     if (!echo.available()) GTEST_SKIP() << "in-process statements are SQLite's";
-    const std::vector<QByteArray> keys{"skipped", "P1", "a\"b", "c\\d", QByteArray("e\x01\x1f" "f"),
-                                       QByteArray("件号"), QByteArray(""), "/\x7f"};
+    const std::vector<QByteArray> keys{"skipped",
+                                       "P1",
+                                       "a\"b",
+                                       "c\\d",
+                                       QByteArray("e\x01\x1f"
+                                                  "f"),
+                                       QByteArray("件号"),
+                                       QByteArray(""),
+                                       "/\x7f"};
     std::vector<QByteArray> cells;
     ASSERT_TRUE(echo.rows(jsonKeyArray(keys, 1, keys.size()), cells));
     ASSERT_EQ(cells.size(), (keys.size() - 1) * 3);
@@ -526,7 +534,8 @@ TEST_P(DatabaseTest, NativeLookupReadsManyKeysAndTypedCellsAsStored)
         EXPECT_EQ(cells[at + 2], "text") << i;
     }
 
-    NativeLookup parent(*db, QStringLiteral("select iQty,cName,cCode from qx_parent where cCode=?"));
+    NativeLookup parent(*db,
+                        QStringLiteral("select iQty,cName,cCode from qx_parent where cCode=?"));
     const struct {
         const char* code;
         QVariant qty;

@@ -70,8 +70,9 @@ QHash<QString, ItemFlags> readItemFlags(const LineGrid& lines, Database& db)
     flags.reserve(codes.size());
     {
         // In-process statements: one question for all the items, each found through the key.
-        NativeLookup items(db, QStringLiteral("select k.key,i.bFree1,i.bFree2,i.bService from json_each(?) k "
-                                              "cross join inventory i on i.cInvCode=k.value"));
+        NativeLookup items(
+            db, QStringLiteral("select k.key,i.bFree1,i.bFree2,i.bService from json_each(?) k "
+                               "cross join inventory i on i.cInvCode=k.value"));
         if (items.available()) {
             std::vector<QByteArray> keys;
             keys.reserve(size_t(codes.size()));
@@ -81,7 +82,9 @@ QHash<QString, ItemFlags> readItemFlags(const LineGrid& lines, Database& db)
             for (qsizetype r = 0; answered && r + 3 < cells.size(); r += 4) {
                 const qlonglong place = cells[r].toLongLong();
                 answered = place >= 0 && place < codes.size();
-                if (answered) flags.insert(codes[place], {truthy(cells[r + 1]), truthy(cells[r + 2]), truthy(cells[r + 3])});
+                if (answered)
+                    flags.insert(codes[place], {truthy(cells[r + 1]), truthy(cells[r + 2]),
+                                                truthy(cells[r + 3])});
             }
             if (answered) return flags;
             flags.clear();

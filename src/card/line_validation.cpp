@@ -3,12 +3,12 @@
 #include "card/card_columns.h"
 #include "card/free_items.h"
 #include "data/common.h"
-#include "texts/texts.h"
 #include "platform/database.h"
 #include "platform/row_stream.h"
 #include "shared/code_to_name.h"
 #include "shared/line_grid.h"
 #include "shared/list_context.h"
+#include "texts/texts.h"
 
 namespace qx {
 

@@ -132,7 +132,10 @@ struct LineWriter::Impl {
 LineWriter::LineWriter(const CardLookups& lk) : lk_(lk), d(std::make_unique<Impl>(*lk.db)) {}
 LineWriter::~LineWriter() = default;
 
-LineRow LineWriter::row(const LineGrid& lines, int i) { return lineRow(lk_, lines, i, d->codes); }
+LineRow LineWriter::row(const LineGrid& lines, int i)
+{
+    return lineRow(lk_, lines, i, d->codes);
+}
 
 void LineWriter::insert(const LineGrid& lines, const QString& parent, const std::vector<int>& which)
 {

@@ -38,7 +38,8 @@ const QString kAncestorLines = QStringLiteral(
 // The parents of many codes (a JSON array of them), found in the upward index alone: the place
 // of the code among them, and one of its parents, per row.
 const QString kParentsOfCodes = QStringLiteral(
-    "select k.key,p.cpspcode from json_each(?) k cross join productstructures p on p.cpscode=k.value");
+    "select k.key,p.cpspcode from json_each(?) k cross join productstructures p on "
+    "p.cpscode=k.value");
 
 // The upward graph of one code: its ancestors and who holds whom among them. Codes are numbered
 // as they are met.
@@ -65,11 +66,12 @@ public:
         for (size_t from = 0; from < codes_.size();) {
             const size_t to = codes_.size();
             bool placed = true;
-            const bool answered = parentsOf.visit(jsonKeyArray(codes_, from, to), [&](const NativeLookup::Row& row) {
-                const qint64 place = row.integer(0);
-                placed = placed && place >= 0 && size_t(place) < to - from;
-                if (placed) addLine(int(from + size_t(place)), id(row.text(1)));
-            });
+            const bool answered =
+                parentsOf.visit(jsonKeyArray(codes_, from, to), [&](const NativeLookup::Row& row) {
+                    const qint64 place = row.integer(0);
+                    placed = placed && place >= 0 && size_t(place) < to - from;
+                    if (placed) addLine(int(from + size_t(place)), id(row.text(1)));
+                });
             if (!answered || !placed) return false;
             from = to;
         }

@@ -102,7 +102,8 @@ bool NativeLookup::values(const QByteArray& key, QVariantList& out)
                     out.append(QVariant());
                     break;
                 default: {
-                    const auto* t = static_cast<const char*>(static_cast<const void*>(sqlite3_column_text(st, c)));
+                    const auto* t = static_cast<const char*>(
+                        static_cast<const void*>(sqlite3_column_text(st, c)));
                     out.append(QVariant(QString::fromUtf8(t, sqlite3_column_bytes(st, c))));
                 }
             }
@@ -115,7 +116,8 @@ bool NativeLookup::values(const QByteArray& key, QVariantList& out)
 QByteArrayView NativeLookup::Row::text(int column) const
 {
     auto* st = static_cast<sqlite3_stmt*>(statement_);
-    const auto* t = static_cast<const char*>(static_cast<const void*>(sqlite3_column_text(st, column)));
+    const auto* t =
+        static_cast<const char*>(static_cast<const void*>(sqlite3_column_text(st, column)));
     return QByteArrayView(t ? t : "", sqlite3_column_bytes(st, column));
 }
 
@@ -200,7 +202,8 @@ bool NativeStatement::run(const QVariantList& params)
             const QString& v = *static_cast<const QString*>(p.constData());
             if (v.isValidUtf16()) {
                 texts.append(v.toUtf8());
-                rc = sqlite3_bind_text(st, i + 1, texts.back().constData(), int(texts.back().size()), SQLITE_STATIC);
+                rc = sqlite3_bind_text(st, i + 1, texts.back().constData(),
+                                       int(texts.back().size()), SQLITE_STATIC);
             } else {
                 // A lone surrogate: the library's own conversion decides what is stored, as always.
                 rc = sqlite3_bind_text16(st, i + 1, v.utf16(), int(v.size() * 2), SQLITE_TRANSIENT);
