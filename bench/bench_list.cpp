@@ -11,6 +11,7 @@
 #include "list/frm_ps.h"
 #include "platform/database.h"
 #include "platform/grid.h"
+#include "platform/sql_dialects.h"
 #include "support/large_company.h"
 #include "support/raw_reader.h"
 

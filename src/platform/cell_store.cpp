@@ -22,6 +22,11 @@ void release(T& c)
 constexpr size_t kUniqueAfter = 65536;
 constexpr size_t kSharedTexts = 256;
 bool nearlyAllDiffer(size_t distinct, size_t rows) { return distinct > kUniqueAfter && distinct * 4 > rows * 3; }
+// A column whose lookups have found next to nothing among thousands of texts (its repeats, if
+// any, come one after another, as in a column the rows are sorted by) stops looking them up too:
+// a repeat in a row is still kept once without a lookup.
+constexpr size_t kFewRepeatsAfter = 16384;
+bool lookupsFindNothing(size_t distinct, size_t found) { return distinct > kFewRepeatsAfter && found * 32 < distinct; }
 
 // The empty text as the drivers give it: empty, not null.
 const QChar kNoChar;
@@ -273,12 +278,16 @@ uint32_t CellColumn::lookUpString(const QString& text)
         return QStringView(chars_.data() + starts_[i], qsizetype(starts_[i + 1] - starts_[i]));
     };
     size_t h = qHash(QStringView(text)) & mask;
-    for (; slots16_[h]; h = (h + 1) & mask)
-        if (viewOf(slots16_[h] - 1) == text) return ((slots16_[h] - 1) << 1) | 1;
+    for (; slots16_[h]; h = (h + 1) & mask) {
+        if (viewOf(slots16_[h] - 1) == text) {
+            ++found_;
+            return ((slots16_[h] - 1) << 1) | 1;
+        }
+    }
     const uint32_t r = addApart(text);
     ++looked16_;
     slots16_[h] = (r >> 1) + 1;
-    if (nearlyAllDiffer(looked16_, rows_)) {
+    if (nearlyAllDiffer(looked16_, rows_) || lookupsFindNothing(looked16_, found_)) {
         unique_ = true;
         dropLookups();
     } else if (looked16_ * 2 > slots16_.size()) {
@@ -309,14 +318,16 @@ uint32_t CellColumn::lookUpText(const char* utf8, int bytes)
     for (; slots_[h].number; h = (h + 1) & mask) {
         const TextSlot& slot = slots_[h];
         if (slot.tag == tag && slot.bytes == uint32_t(bytes) &&
-            (bytes == 0 || std::memcmp(utf8_.data() + slot.from, utf8, size_t(bytes)) == 0))
+            (bytes == 0 || std::memcmp(utf8_.data() + slot.from, utf8, size_t(bytes)) == 0)) {
+            ++found_;
             return ((slot.number - 1) << 1) | 1;
+        }
     }
     const uint32_t r = addApart(make());
     slots_[h] = TextSlot{(r >> 1) + 1, tag, uint32_t(utf8_.size()), uint32_t(bytes)};
     utf8_.append(utf8, size_t(bytes));
     ++looked8_;
-    if (nearlyAllDiffer(looked8_, rows_)) {
+    if (nearlyAllDiffer(looked8_, rows_) || lookupsFindNothing(looked8_, found_)) {
         unique_ = true;
         dropLookups();
     } else if (looked8_ * 2 > slots_.size()) {

@@ -85,6 +85,7 @@ private:
     std::string utf8_;
     std::vector<TextSlot> slots_;
     size_t looked8_ = 0;  // texts in slots_
+    size_t found_ = 0;    // lookups that found their text
     std::string lastBytes_;                            // the bytes of the text pushed last
     bool lastIsText_ = false;
     bool lastIsNumber_ = false;

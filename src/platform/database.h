@@ -31,11 +31,6 @@ enum class RecordsetType : int {
 constexpr int kReadOnly = 4;
 constexpr int kFetchOnFirstUse = 8;
 
-// The page cache of a SQLite connection: a large reading that joins the lines to their items
-// finds the item pages again instead of reading them from the file for every line. A recordset's
-// fetch gives the pages back when it is done.
-constexpr int kSqlitePageCacheKiB = 8192;
-
 enum class Backend { Sqlite, PostgreSql };
 
 // What a connection string names.

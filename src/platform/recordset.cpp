@@ -445,6 +445,9 @@ struct Recordset::Impl {
         if (!PQsendQueryParams(conn, text.constData(), int(pointers.size()), nullptr, pointers.data(), nullptr,
                                nullptr, 0))
             return false;
+        // Row by row: each row is converted while the server sends the next ones, and the whole
+        // result is never held twice (once by libpq, once here).
+        PQsetSingleRowMode(conn);
         enum Kind { Text, Int, Long, Real, Flag };
         std::vector<Kind> kinds;
         bool ok = true, started = false, ended = false;
