@@ -3,6 +3,7 @@
 
 #include "platform/cell_store.h"
 #include "platform/database.h"
+#include "platform/native_lookup.h"
 #include "platform/sql_dialect.h"
 #include "support/company.h"
 
@@ -505,6 +506,49 @@ TEST_P(DatabaseTest, ARepeatedStatementWorksAgainAfterItFailedInATransaction)
 QX_INSTANTIATE_BACKENDS(DatabaseTest);
 
 }  // namespace
+
+// In-process lookups (SQLite): many keys bound as one value come back from json_each each as it
+// went in and in its place (quotes, backslashes, control characters, Chinese, empty), and typed
+// cells come back as the library holds them.
+TEST_P(DatabaseTest, NativeLookupReadsManyKeysAndTypedCellsAsStored)
+{
+    NativeLookup echo(*db,
+                      QStringLiteral("select k.key,k.value,typeof(k.value) from json_each(?) k"));
+    if (!echo.available()) GTEST_SKIP() << "in-process statements are SQLite's";
+    const std::vector<QByteArray> keys{"skipped",
+                                       "P1",
+                                       "a\"b",
+                                       "c\\d",
+                                       QByteArray("e\x01\x1f"
+                                                  "f"),
+                                       QByteArray("件号"),
+                                       QByteArray(""),
+                                       "/\x7f"};
+    std::vector<QByteArray> cells;
+    ASSERT_TRUE(echo.rows(jsonKeyArray(keys, 1, keys.size()), cells));
+    ASSERT_EQ(cells.size(), (keys.size() - 1) * 3);
+    for (size_t i = 1; i < keys.size(); ++i) {
+        const size_t at = (i - 1) * 3;
+        EXPECT_EQ(cells[at], QByteArray::number(qulonglong(i - 1))) << i;
+        EXPECT_EQ(cells[at + 1], keys[i]) << i;
+        EXPECT_EQ(cells[at + 2], "text") << i;
+    }
+
+    NativeLookup parent(*db,
+                        QStringLiteral("select iQty,cName,cCode from qx_parent where cCode=?"));
+    const struct {
+        const char* code;
+        QVariant qty;
+    } cases[] = {{"P2", QVariant(2.5)}, {"a'b", QVariant()}};
+    for (const auto& c : cases) {
+        QVariantList row;
+        ASSERT_TRUE(parent.values(c.code, row));
+        ASSERT_EQ(row.size(), 3) << c.code;
+        EXPECT_EQ(row[0].metaType(), c.qty.metaType()) << c.code;
+        EXPECT_EQ(row[0], c.qty) << c.code;
+        EXPECT_EQ(row[2], QString::fromUtf8(c.code)) << c.code;
+    }
+}
 
 // ---------------------------------------------------------------------------------------------
 // Recordset rows held compactly: every cell reads back exactly as the driver gave it (type,

@@ -25,15 +25,6 @@ bool truthy(const QVariant& v)
     return s == QLatin1String("true") || s == QLatin1String("t");
 }
 
-// A flag as the library hands it over: the stored 0 and 1 read at once, anything else as
-// `truthy` reads it.
-bool truthyCell(const QByteArray& cell)
-{
-    if (cell == "0") return false;
-    if (cell == "1") return true;
-    return truthy(QString::fromUtf8(cell));
-}
-
 QString nameToCode(const QString& name, Recordset* rs, const QString& nameField,
                    const QString& codeField)
 {
@@ -62,9 +53,10 @@ bool HasFree(const QString& code, int col, Database& db)
     return result;
 }
 
-// The flags of every item on the lines, read in one statement per slice of codes rather than one
-// search of the whole item list per line; an item that is not found uses no free item.
-QHash<QString, ItemFlags> readItemFlags(const LineGrid& lines, Database& db)
+namespace {
+
+// The codes of the lines, each once, in line order.
+QStringList lineCodes(const LineGrid& lines)
 {
     QStringList codes;
     QSet<QString> seen;
@@ -75,20 +67,51 @@ QHash<QString, ItemFlags> readItemFlags(const LineGrid& lines, Database& db)
             codes << c;
         }
     }
+    return codes;
+}
+
+// In-process statements: one question for all the items, each found through its place among
+// the codes (a JSON array of them).
+const QString kFlagsOfCodes = QStringLiteral(
+    "select k.key,i.bFree1,i.bFree2,i.bService from json_each(?) k "
+    "cross join inventory i on i.cInvCode=k.value");
+
+QByteArray codesAsKey(const QStringList& codes)
+{
+    std::vector<QByteArray> keys;
+    keys.reserve(size_t(codes.size()));
+    for (const QString& c : codes) keys.push_back(c.toUtf8());
+    return jsonKeyArray(keys, 0, keys.size());
+}
+
+// The flags from the cells of kFlagsOfCodes; false when a row names no code asked for.
+bool flagsFromCells(const QStringList& codes, const QVariantList& cells,
+                    QHash<QString, ItemFlags>& flags)
+{
+    for (qsizetype r = 0; r + 3 < cells.size(); r += 4) {
+        const qlonglong place = cells[r].toLongLong();
+        if (place < 0 || place >= codes.size()) return false;
+        flags.insert(codes[place],
+                     {truthy(cells[r + 1]), truthy(cells[r + 2]), truthy(cells[r + 3])});
+    }
+    return true;
+}
+
+}  // namespace
+
+// The flags of every item on the lines, read in one statement per slice of codes rather than one
+// search of the whole item list per line; an item that is not found uses no free item.
+QHash<QString, ItemFlags> readItemFlags(const LineGrid& lines, Database& db)
+{
+    const QStringList codes = lineCodes(lines);
     QHash<QString, ItemFlags> flags;
     flags.reserve(codes.size());
     {
-        // In-process statements: one question per item, the statement prepared once.
-        NativeLookup item(db, QStringLiteral("select bFree1,bFree2,bService from inventory where cInvCode=?"));
-        std::vector<QByteArray> cells;
-        bool answered = item.available();
-        for (qsizetype i = 0; i < codes.size() && answered; ++i) {
-            cells.clear();
-            answered = item.rows(codes[i].toUtf8(), cells);
-            if (answered && cells.size() >= 3)
-                flags.insert(codes[i], {truthyCell(cells[0]), truthyCell(cells[1]), truthyCell(cells[2])});
-        }
-        if (answered) return flags;
+        NativeLookup items(db, kFlagsOfCodes);
+        QVariantList cells;
+        if (items.available() && items.values(codesAsKey(codes), cells) &&
+            flagsFromCells(codes, cells, flags))
+            return flags;
         flags.clear();
     }
     constexpr int kSlice = 100;  // few values per statement: the driver binds each by a name search
@@ -111,6 +134,24 @@ QHash<QString, ItemFlags> readItemFlags(const LineGrid& lines, Database& db)
                 {truthy(rs->value(r, 1)), truthy(rs->value(r, 2)), truthy(rs->value(r, 3))});
     }
     return flags;
+}
+
+ItemFlagsReader::ItemFlagsReader(const LineGrid& lines, Database& db)
+    : lines_(lines),
+      db_(db),
+      codes_(lineCodes(lines)),
+      aside_(std::make_unique<SideLookup>(db, kFlagsOfCodes, codesAsKey(codes_)))
+{
+}
+
+ItemFlagsReader::~ItemFlagsReader() = default;
+
+QHash<QString, ItemFlags> ItemFlagsReader::flags()
+{
+    QHash<QString, ItemFlags> flags;
+    QVariantList cells;
+    if (aside_->values(cells) && flagsFromCells(codes_, cells, flags)) return flags;
+    return readItemFlags(lines_, db_);
 }
 
 QString freeItemRefusal(const LineGrid& lines, const ListContext& ctx)

@@ -3,11 +3,12 @@
 #include "card/card_columns.h"
 #include "card/free_items.h"
 #include "data/common.h"
-#include "texts/texts.h"
 #include "platform/database.h"
+#include "platform/row_stream.h"
 #include "shared/code_to_name.h"
 #include "shared/line_grid.h"
 #include "shared/list_context.h"
+#include "texts/texts.h"
 
 namespace qx {
 
@@ -268,10 +269,11 @@ Verdict validateCell(const CardLookups& lk, LineGrid& lines, const QString& pare
 
 namespace {
 
-// Would the value show as an empty text? A number never does, so it is not written out.
+// Would the value show as an empty text? NULL does (the one rule of what a table keeps as
+// NULL); a number never does, so it is not written out.
 bool blankText(const QVariant& v)
 {
-    if (!v.isValid() || v.isNull()) return true;
+    if (isNullValue(v)) return true;
     switch (v.metaType().id()) {
         case QMetaType::Double:
         case QMetaType::Int:

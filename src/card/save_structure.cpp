@@ -29,16 +29,18 @@ QVariant wasteRate(const QString& text)
     return LeadingNumber(text);
 }
 
+}  // namespace
+
+// A line's values as they are stored.
 struct LineRow {
     QString child, warehouse, procedure, department, person, free1, free2;
     double quantity = 0;
     QVariant waste;
 };
 
-}  // namespace
-
+// The warehouse and department codes of names already turned into codes (name -> code).
 struct LineCodes {
-    QHash<QString, QString> warehouses, departments;  // name -> code
+    QHash<QString, QString> warehouses, departments;
 };
 
 namespace {
@@ -130,18 +132,21 @@ struct LineWriter::Impl {
 LineWriter::LineWriter(const CardLookups& lk) : lk_(lk), d(std::make_unique<Impl>(*lk.db)) {}
 LineWriter::~LineWriter() = default;
 
+LineRow LineWriter::row(const LineGrid& lines, int i)
+{
+    return lineRow(lk_, lines, i, d->codes);
+}
+
 void LineWriter::insert(const LineGrid& lines, const QString& parent, const std::vector<int>& which)
 {
     constexpr int kRowsPerStatement = 10;
-    const QString& head = kInsertLinesHead;
-    const QString& marks = kInsertLineMarks;
     // A line the library refuses goes through the driver, which reports why.
     if (d->one.available()) {
         for (int i : which) {
-            const LineRow r = lineRow(lk_, lines, i, d->codes);
+            const LineRow r = row(lines, i);
             const QVariantList params{parent,       r.child,      r.warehouse, r.quantity, r.waste,
                                       r.procedure,  r.department, r.person,    r.free1,    r.free2};
-            if (!d->one.run(params)) lk_.db->execute(head + marks, params);
+            if (!d->one.run(params)) lk_.db->execute(kInsertLinesHead + kInsertLineMarks, params);
         }
         return;
     }
@@ -151,12 +156,12 @@ void LineWriter::insert(const LineGrid& lines, const QString& parent, const std:
         QStringList tuples;
         QVariantList params;
         for (int k = from; k < to; ++k) {
-            const LineRow r = lineRow(lk_, lines, which[size_t(k)], d->codes);
-            tuples << marks;
+            const LineRow r = row(lines, which[size_t(k)]);
+            tuples << kInsertLineMarks;
             params << parent << r.child << r.warehouse << r.quantity << r.waste << r.procedure
                    << r.department << r.person << r.free1 << r.free2;
         }
-        lk_.db->execute(head + tuples.join(QLatin1Char(',')), params);
+        lk_.db->execute(kInsertLinesHead + tuples.join(QLatin1Char(',')), params);
     }
 }
 
@@ -196,7 +201,7 @@ QVariantList storedValues(const LineRow& r)
 // alone when nothing in it changed), so that an edit of a few lines writes a few rows. A grid
 // that repeats a child is written the plain way, which refuses it as before.
 void rewriteStructureLines(const CardLookups& lk, const LineGrid& lines, const QString& parent,
-                           LineWriter& writer, LineCodes& codes)
+                           LineWriter& writer)
 {
     Database& db = *lk.db;
     const auto rewriteAll = [&] {
@@ -225,7 +230,7 @@ void rewriteStructureLines(const CardLookups& lk, const LineGrid& lines, const Q
             continue;
         }
         kept.insert(child);
-        const QVariantList fresh = storedValues(lineRow(lk, lines, *it, codes));
+        const QVariantList fresh = storedValues(writer.row(lines, *it));
         bool same = true;
         for (int c = 0; c < fresh.size() && same; ++c) same = sameStored(stored->value(r, c + 1), fresh[c]);
         if (!same) changed.push_back(fresh + QVariantList{parent, child});
@@ -275,8 +280,7 @@ void writeStructure(const CardLookups& lk, const LineGrid& lines, const Structur
             db.execute(QStringLiteral("update ProductStructure set cDepCode=? where cPSPCode=?"),
                        {department, w.parent}) == 0)
             throw DbError(DbErrorKind::RecordDeleted, text::kDeletedCannotSave);
-        LineCodes codes;
-        rewriteStructureLines(lk, lines, w.parent, writer, codes);
+        rewriteStructureLines(lk, lines, w.parent, writer);
         return;
     }
     writer.insertAll(lines, w.parent);
@@ -289,6 +293,11 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
         return Verdict::refuse(text::kProduceDeptNotExist);
 
     if (lines.rows() < 2) return Verdict::refuse(text::kNoLines);
+
+    // The item flags are asked for at once, on a connection of their own, while the cycle walk
+    // and the header checks run here.
+    std::optional<ItemFlagsReader> flagsAside;
+    if (!lk.freshItems) flagsAside.emplace(lines, *lk.db);
 
     // Every line has the same parent: one walk of its stored ancestors judges every child, with
     // the answers one walk per line would give.
@@ -321,7 +330,7 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
             return Verdict::refuse(text::kChildEqualsParent);
 
     const QHash<QString, ItemFlags> items =
-        lk.freshItems ? itemFlagsOf(lines, *lk.freshItems) : readItemFlags(lines, *lk.db);
+        lk.freshItems ? itemFlagsOf(lines, *lk.freshItems) : flagsAside->flags();
     if (lk.list) {
         const QString freeMessage = freeItemRefusal(lines, *lk.list, items);
         if (!freeMessage.isEmpty()) return Verdict::refuse(freeMessage);

@@ -50,7 +50,7 @@ bool saveStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& re
 // names turned into codes, the person cut to its width, an empty waste rate as NULL). Many
 // structures written in one transaction (an import) share one: its statement is prepared once
 // and each name is turned into its code once.
-struct LineCodes;
+struct LineRow;
 class LineWriter {
 public:
     explicit LineWriter(const CardLookups& lk);
@@ -62,6 +62,8 @@ public:
     void insert(const LineGrid& lines, const QString& parent, const std::vector<int>& which);
     // Every line of the grid, in grid order.
     void insertAll(const LineGrid& lines, const QString& parent);
+    // Line i of the grid as it is written (names as codes, each name turned into its code once).
+    LineRow row(const LineGrid& lines, int i);
 
 private:
     struct Impl;

@@ -35,8 +35,11 @@ const QString kAncestorLines = QStringLiteral(
     "union select p.cpspcode,p.cpscode from productstructures p inner join up on p.cpscode=up.cpspcode) "
     "select cpspcode,cpscode from up");
 
-// The parents of one code, found in the upward index alone.
-const QString kParentsOfCode = QStringLiteral("select cpspcode from productstructures where cpscode=?");
+// The parents of many codes (a JSON array of them), found in the upward index alone: the place
+// of the code among them, and one of its parents, per row.
+const QString kParentsOfCodes = QStringLiteral(
+    "select k.key,p.cpspcode from json_each(?) k cross join productstructures p on "
+    "p.cpscode=k.value");
 
 // The upward graph of one code: its ancestors and who holds whom among them. Codes are numbered
 // as they are met.
@@ -54,16 +57,23 @@ public:
         return graph;
     }
 
-    // Walks up from the start in-process, one question per code met: each code's parents are
-    // asked once, however many routes lead to it, so a stored loop ends the walk as well. False
-    // when the lookup failed on the way (the graph is then incomplete).
+    // Walks up from the start in-process, one question per generation of the codes met (the
+    // codes first met in the one before): each code's parents are asked once, however many
+    // routes lead to it, so a stored loop ends the walk as well. False when the lookup failed
+    // on the way (the graph is then incomplete).
     bool walk(NativeLookup& parentsOf)
     {
-        std::vector<Key> found;
-        for (size_t code = 0; code < codes_.size(); ++code) {
-            found.clear();
-            if (!parentsOf.rows(codes_[code], found)) return false;
-            for (const Key& up : found) addLine(int(code), id(up));
+        for (size_t from = 0; from < codes_.size();) {
+            const size_t to = codes_.size();
+            bool placed = true;
+            const bool answered =
+                parentsOf.visit(jsonKeyArray(codes_, from, to), [&](const NativeLookup::Row& row) {
+                    const qint64 place = row.integer(0);
+                    placed = placed && place >= 0 && size_t(place) < to - from;
+                    if (placed) addLine(int(from + size_t(place)), id(row.text(1)));
+                });
+            if (!answered || !placed) return false;
+            from = to;
         }
         return true;
     }
@@ -140,6 +150,17 @@ private:
     {
         auto it = ids_.constFind(code);
         if (it != ids_.constEnd()) return it.value();
+        return add(code);
+    }
+    // A code as the library holds it: copied only when it is met for the first time.
+    int id(QByteArrayView code)
+    {
+        auto it = ids_.constFind(QByteArray::fromRawData(code.data(), code.size()));
+        if (it != ids_.constEnd()) return it.value();
+        return add(code.toByteArray());
+    }
+    int add(const Key& code)
+    {
         const int n = int(codes_.size());
         ids_.insert(code, n);
         codes_.push_back(code);
@@ -203,7 +224,7 @@ Ancestors CollectAncestors(const QString& parent, Database& db, const QStringLis
     {
         // In-process statements (SQLite): the exact walk, each code's parents asked once, costs
         // less than the one statement below and needs no generation limit.
-        NativeLookup parentsOf(db, kParentsOfCode);
+        NativeLookup parentsOf(db, kParentsOfCodes);
         if (parentsOf.available()) {
             AncestorGraph<QByteArray> graph(parent.toUtf8());
             if (graph.walk(parentsOf)) return Ancestors{graph.ancestors(among), graph.hasLoop()};

@@ -2,9 +2,13 @@
 
 #include "platform/database.h"
 
+#include <QVarLengthArray>
 #include <QVariant>
 
 #include <sqlite3.h>
+
+#include <future>
+#include <optional>
 
 namespace qx {
 
@@ -50,28 +54,178 @@ NativeLookup::~NativeLookup() { d->finish(); }
 
 bool NativeLookup::available() const { return d->statement != nullptr; }
 
+namespace {
+
+// Steps `st` for `key`, handing every row to `row`; false on an error of the library.
+template <class Row>
+bool stepRows(sqlite3_stmt* st, const QByteArray& key, Row&& row)
+{
+    // The key stays where it is until the statement is reset below: it need not be copied.
+    if (sqlite3_bind_text(st, 1, key.constData(), int(key.size()), SQLITE_STATIC) != SQLITE_OK) {
+        sqlite3_reset(st);
+        return false;
+    }
+    int rc;
+    while ((rc = sqlite3_step(st)) == SQLITE_ROW) row(st);
+    sqlite3_reset(st);
+    sqlite3_clear_bindings(st);
+    return rc == SQLITE_DONE;
+}
+
+// The typed cell the library holds at column c of the current row.
+QVariant typedCell(sqlite3_stmt* st, int c)
+{
+    switch (sqlite3_column_type(st, c)) {
+        case SQLITE_INTEGER:
+            return QVariant(qlonglong(sqlite3_column_int64(st, c)));
+        case SQLITE_FLOAT:
+            return QVariant(sqlite3_column_double(st, c));
+        case SQLITE_NULL:
+            return QVariant();
+        default: {
+            const auto* t =
+                static_cast<const char*>(static_cast<const void*>(sqlite3_column_text(st, c)));
+            return QVariant(QString::fromUtf8(t, sqlite3_column_bytes(st, c)));
+        }
+    }
+}
+
+}  // namespace
+
 bool NativeLookup::rows(const QByteArray& key, std::vector<QByteArray>& out)
 {
     if (!d->statement) return false;
-    sqlite3_stmt* st = d->statement;
-    sqlite3_reset(st);
-    if (sqlite3_bind_text(st, 1, key.constData(), int(key.size()), SQLITE_TRANSIENT) != SQLITE_OK) {
-        d->finish();
-        return false;
-    }
-    const int columns = sqlite3_column_count(st);
-    int rc;
-    while ((rc = sqlite3_step(st)) == SQLITE_ROW) {
+    const int columns = sqlite3_column_count(d->statement);
+    const bool done = stepRows(d->statement, key, [&](sqlite3_stmt* st) {
         for (int c = 0; c < columns; ++c) {
             const auto* t = static_cast<const char*>(static_cast<const void*>(sqlite3_column_text(st, c)));
             out.emplace_back(t ? t : "", sqlite3_column_bytes(st, c));
         }
+    });
+    if (!done) d->finish();
+    return done;
+}
+
+bool NativeLookup::values(const QByteArray& key, QVariantList& out)
+{
+    if (!d->statement) return false;
+    const int columns = sqlite3_column_count(d->statement);
+    const bool done = stepRows(d->statement, key, [&](sqlite3_stmt* st) {
+        for (int c = 0; c < columns; ++c) out.append(typedCell(st, c));
+    });
+    if (!done) d->finish();
+    return done;
+}
+
+QByteArrayView NativeLookup::Row::text(int column) const
+{
+    auto* st = static_cast<sqlite3_stmt*>(statement_);
+    const auto* t =
+        static_cast<const char*>(static_cast<const void*>(sqlite3_column_text(st, column)));
+    return QByteArrayView(t ? t : "", sqlite3_column_bytes(st, column));
+}
+
+qint64 NativeLookup::Row::integer(int column) const
+{
+    return sqlite3_column_int64(static_cast<sqlite3_stmt*>(statement_), column);
+}
+
+bool NativeLookup::visit(const QByteArray& key, const std::function<void(const Row&)>& row)
+{
+    if (!d->statement) return false;
+    const bool done = stepRows(d->statement, key, [&](sqlite3_stmt* st) { row(Row(st)); });
+    if (!done) d->finish();
+    return done;
+}
+
+namespace {
+
+// The rows of `sql` for `key` on a read-only connection of its own to `file`; nothing when it
+// cannot be asked there.
+std::optional<QVariantList> askAside(const QByteArray& file, const QByteArray& sql,
+                                     const QByteArray& key)
+{
+    sqlite3* handle = nullptr;
+    if (sqlite3_open_v2(file.constData(), &handle, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX,
+                        nullptr) != SQLITE_OK) {
+        sqlite3_close(handle);
+        return std::nullopt;
     }
-    if (rc != SQLITE_DONE) {
-        d->finish();
-        return false;
+    sqlite3_busy_timeout(handle, 5000);
+    std::optional<QVariantList> out;
+    sqlite3_stmt* st = nullptr;
+    if (sqlite3_prepare_v2(handle, sql.constData(), int(sql.size()), &st, nullptr) == SQLITE_OK &&
+        st && sqlite3_stmt_readonly(st)) {
+        QVariantList cells;
+        const int columns = sqlite3_column_count(st);
+        const bool done = stepRows(st, key, [&](sqlite3_stmt* row) {
+            for (int c = 0; c < columns; ++c) cells.append(typedCell(row, c));
+        });
+        if (done) out = std::move(cells);
     }
+    sqlite3_finalize(st);
+    sqlite3_close(handle);
+    return out;
+}
+
+}  // namespace
+
+struct SideLookup::Impl {
+    std::future<std::optional<QVariantList>> answer;
+};
+
+SideLookup::SideLookup(Database& db, const QString& sql, const QByteArray& key)
+    : d(std::make_unique<Impl>())
+{
+    if (db.backend() != Backend::Sqlite) return;
+    const QVariant h = db.nativeHandle();
+    if (qstrcmp(h.typeName(), "sqlite3*") != 0) return;
+    sqlite3* handle = *static_cast<sqlite3* const*>(h.constData());
+    const char* file = handle ? sqlite3_db_filename(handle, "main") : nullptr;
+    if (!file || !*file) return;  // a database in memory has no file to open again
+    d->answer = std::async(std::launch::async, askAside, QByteArray(file), sql.toUtf8(), key);
+}
+
+SideLookup::~SideLookup()
+{
+    if (d->answer.valid()) d->answer.wait();
+}
+
+bool SideLookup::values(QVariantList& out)
+{
+    if (!d->answer.valid()) return false;
+    std::optional<QVariantList> cells = d->answer.get();
+    if (!cells) return false;
+    out = std::move(*cells);
     return true;
+}
+
+QByteArray jsonKeyArray(const std::vector<QByteArray>& keys, size_t from, size_t to)
+{
+    static const char hex[] = "0123456789abcdef";
+    QByteArray out;
+    out.reserve(qsizetype(2 + (to - from) * 12));
+    out += '[';
+    for (size_t k = from; k < to; ++k) {
+        if (k > from) out += ',';
+        out += '"';
+        for (const char c : keys[k]) {
+            const auto u = static_cast<unsigned char>(c);
+            if (c == '"' || c == '\\') {
+                out += '\\';
+                out += c;
+            } else if (u < 0x20) {
+                out += "\\u00";
+                out += hex[u >> 4];
+                out += hex[u & 0xf];
+            } else {
+                out += c;
+            }
+        }
+        out += '"';
+    }
+    out += ']';
+    return out;
 }
 
 NativeStatement::NativeStatement(Database& db, const QString& sql) : db_(db), sql_(sql)
@@ -100,6 +254,10 @@ bool NativeStatement::run(const QVariantList& params)
     auto* st = static_cast<sqlite3_stmt*>(statement_);
     if (!st) return false;
     sqlite3_reset(st);
+    // Texts go over in UTF-8, the company file's own encoding, so that the library need not
+    // convert them again; each is held here until the statement has run.
+    QVarLengthArray<QByteArray, 16> texts;
+    texts.reserve(params.size());
     for (int i = 0; i < params.size(); ++i) {
         const QVariant& p = params[i];
         const int type = p.metaType().id();
@@ -107,22 +265,35 @@ bool NativeStatement::run(const QVariantList& params)
         if (p.isNull() || (type == QMetaType::QString && p.toString().isNull())) {
             rc = sqlite3_bind_null(st, i + 1);
         } else if (type == QMetaType::QString) {
-            const QString v = p.toString();
-            rc = sqlite3_bind_text16(st, i + 1, v.utf16(), int(v.size() * 2), SQLITE_TRANSIENT);
+            const QString& v = *static_cast<const QString*>(p.constData());
+            if (v.isValidUtf16()) {
+                texts.append(v.toUtf8());
+                rc = sqlite3_bind_text(st, i + 1, texts.back().constData(),
+                                       int(texts.back().size()), SQLITE_STATIC);
+            } else {
+                // A lone surrogate: the library's own conversion decides what is stored, as always.
+                rc = sqlite3_bind_text16(st, i + 1, v.utf16(), int(v.size() * 2), SQLITE_TRANSIENT);
+            }
         } else if (type == QMetaType::Double || type == QMetaType::Float) {
             rc = sqlite3_bind_double(st, i + 1, p.toDouble());
         } else if (type == QMetaType::Int || type == QMetaType::LongLong || type == QMetaType::Bool) {
             rc = sqlite3_bind_int64(st, i + 1, p.toLongLong());
         } else {
-            return false;  // a type the driver knows better
+            rc = SQLITE_MISMATCH;  // a type the driver knows better
         }
-        if (rc != SQLITE_OK) return false;
+        if (rc != SQLITE_OK) {
+            sqlite3_clear_bindings(st);
+            return false;
+        }
     }
-    if (sqlite3_step(st) == SQLITE_DONE) return true;
+    const bool done = sqlite3_step(st) == SQLITE_DONE;
     auto* handle = static_cast<sqlite3*>(handle_);
-    const int code = sqlite3_extended_errcode(handle);
-    const QString message = QString::fromUtf8(sqlite3_errmsg(handle));
+    const int code = done ? SQLITE_OK : sqlite3_extended_errcode(handle);
+    const QString message = done ? QString() : QString::fromUtf8(sqlite3_errmsg(handle));
+    // The texts above go out of scope: the statement lets go of them first.
     sqlite3_reset(st);
+    sqlite3_clear_bindings(st);
+    if (done) return true;
     throw db_.nativeError(code, message, sql_);
 }
 

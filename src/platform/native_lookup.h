@@ -8,6 +8,7 @@
 #include <QByteArray>
 #include <QVariantList>
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -30,11 +31,54 @@ public:
     // reported an error: the lookup is then unavailable and nothing it answered counts (the
     // caller asks through the driver, which reports the failure as every statement does).
     bool rows(const QByteArray& key, std::vector<QByteArray>& out);
+    // The same, each cell as the library holds it: an integer or a real as a number, a text as
+    // a text, NULL as a null value (no text is made of a number).
+    bool values(const QByteArray& key, QVariantList& out);
+    // The same, each row handed to `row` as the library holds it, nothing copied: a text cell
+    // stays valid only during the call.
+    class Row {
+    public:
+        QByteArrayView text(int column) const;
+        qint64 integer(int column) const;
+
+    private:
+        friend class NativeLookup;
+        explicit Row(void* statement) : statement_(statement) {}
+        void* statement_;
+    };
+    bool visit(const QByteArray& key, const std::function<void(const Row&)>& row);
 
 private:
     struct Impl;
     std::unique_ptr<Impl> d;
 };
+
+// A read-only lookup asked once, on a connection of its own to the same company file and in a
+// thread of its own, started at once so that the caller's own work goes on meanwhile. Inside
+// the caller's write transaction it sees what the caller sees: that transaction began at the
+// newest stored state and holds the write lock, so nothing is stored after it meanwhile.
+// Offered on SQLite files only; elsewhere (or when the file cannot be opened again, or the
+// statement fails) values() is false and the caller asks its own way.
+class SideLookup {
+public:
+    SideLookup(Database& db, const QString& sql, const QByteArray& key);
+    ~SideLookup();  // waits for the thread
+    SideLookup(const SideLookup&) = delete;
+    SideLookup& operator=(const SideLookup&) = delete;
+
+    // Every cell of every row, as NativeLookup::values hands them over; waits for the answer.
+    bool values(QVariantList& out);
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> d;
+};
+
+// Many keys as the one bound value of a lookup whose statement reads them with "json_each(?)"
+// (each row's "key" is then the key's place among them): the texts keys[from, to) (UTF-8) as a
+// JSON array, quotes, backslashes and control characters escaped. One statement answers for all
+// of them, without a round of the statement per key.
+QByteArray jsonKeyArray(const std::vector<QByteArray>& keys, size_t from, size_t to);
 
 // A statement that changes rows, run again and again inside the caller's transaction (the lines
 // of a structure), prepared once and stepped by the database library itself. Offered on SQLite
