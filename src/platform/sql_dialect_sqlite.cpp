@@ -1,6 +1,7 @@
 #include "platform/sql_dialects.h"
 
 #include "platform/database.h"
+#include "platform/native_lookup.h"
 
 #include <QSqlError>
 
@@ -41,21 +42,11 @@ public:
     }
     QString boundList(const QStringList& values) const override
     {
-        QString out = QStringLiteral("[");
-        for (qsizetype i = 0; i < values.size(); ++i) {
-            if (i) out += QLatin1Char(',');
-            out += QLatin1Char('"');
-            for (const QChar c : values[i]) {
-                if (c == QLatin1Char('"') || c == QLatin1Char('\\'))
-                    out += QLatin1Char('\\') + c;
-                else if (c.unicode() < 0x20)
-                    out += QStringLiteral("\\u%1").arg(c.unicode(), 4, 16, QLatin1Char('0'));
-                else
-                    out += c;
-            }
-            out += QLatin1Char('"');
-        }
-        return out + QLatin1Char(']');
+        // The same JSON array the in-process lookups bind.
+        std::vector<QByteArray> keys;
+        keys.reserve(size_t(values.size()));
+        for (const QString& v : values) keys.push_back(v.toUtf8());
+        return QString::fromUtf8(jsonKeyArray(keys, 0, keys.size()));
     }
     QString textColumn(const QString& column, int width) const override
     {
