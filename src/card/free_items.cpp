@@ -85,14 +85,12 @@ QByteArray codesAsKey(const QStringList& codes)
 }
 
 // The flags from the cells of kFlagsOfCodes; false when a row names no code asked for.
-bool flagsFromCells(const QStringList& codes, const QVariantList& cells,
-                    QHash<QString, ItemFlags>& flags)
+bool flagsFromCells(const QStringList& codes, const QVariantList& cells, QHash<QString, ItemFlags>& flags)
 {
     for (qsizetype r = 0; r + 3 < cells.size(); r += 4) {
         const qlonglong place = cells[r].toLongLong();
         if (place < 0 || place >= codes.size()) return false;
-        flags.insert(codes[place],
-                     {truthy(cells[r + 1]), truthy(cells[r + 2]), truthy(cells[r + 3])});
+        flags.insert(codes[place], {truthy(cells[r + 1]), truthy(cells[r + 2]), truthy(cells[r + 3])});
     }
     return true;
 }
@@ -137,9 +135,7 @@ QHash<QString, ItemFlags> readItemFlags(const LineGrid& lines, Database& db)
 }
 
 ItemFlagsReader::ItemFlagsReader(const LineGrid& lines, Database& db)
-    : lines_(lines),
-      db_(db),
-      codes_(lineCodes(lines)),
+    : lines_(lines), db_(db), codes_(lineCodes(lines)),
       aside_(std::make_unique<SideLookup>(db, kFlagsOfCodes, codesAsKey(codes_)))
 {
 }

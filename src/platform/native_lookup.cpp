@@ -142,8 +142,7 @@ namespace {
 
 // The rows of `sql` for `key` on a read-only connection of its own to `file`; nothing when it
 // cannot be asked there.
-std::optional<QVariantList> askAside(const QByteArray& file, const QByteArray& sql,
-                                     const QByteArray& key)
+std::optional<QVariantList> askAside(const QByteArray& file, const QByteArray& sql, const QByteArray& key)
 {
     sqlite3* handle = nullptr;
     if (sqlite3_open_v2(file.constData(), &handle, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX,
@@ -154,8 +153,8 @@ std::optional<QVariantList> askAside(const QByteArray& file, const QByteArray& s
     sqlite3_busy_timeout(handle, 5000);
     std::optional<QVariantList> out;
     sqlite3_stmt* st = nullptr;
-    if (sqlite3_prepare_v2(handle, sql.constData(), int(sql.size()), &st, nullptr) == SQLITE_OK &&
-        st && sqlite3_stmt_readonly(st)) {
+    if (sqlite3_prepare_v2(handle, sql.constData(), int(sql.size()), &st, nullptr) == SQLITE_OK && st &&
+        sqlite3_stmt_readonly(st)) {
         QVariantList cells;
         const int columns = sqlite3_column_count(st);
         const bool done = stepRows(st, key, [&](sqlite3_stmt* row) {
