@@ -53,10 +53,9 @@ bool HasFree(const QString& code, int col, Database& db)
     return result;
 }
 
-namespace {
-
-// The codes of the lines, each once, in line order.
-QStringList lineCodes(const LineGrid& lines)
+// The flags of every item on the lines, read in one statement per slice of codes rather than one
+// search of the whole item list per line; an item that is not found uses no free item.
+QHash<QString, ItemFlags> readItemFlags(const LineGrid& lines, Database& db)
 {
     QStringList codes;
     QSet<QString> seen;
@@ -67,50 +66,29 @@ QStringList lineCodes(const LineGrid& lines)
             codes << c;
         }
     }
-    return codes;
-}
-
-// In-process statements: one question for all the items, each found through its place among
-// the codes (a JSON array of them).
-const QString kFlagsOfCodes = QStringLiteral(
-    "select k.key,i.bFree1,i.bFree2,i.bService from json_each(?) k "
-    "cross join inventory i on i.cInvCode=k.value");
-
-QByteArray codesAsKey(const QStringList& codes)
-{
-    std::vector<QByteArray> keys;
-    keys.reserve(size_t(codes.size()));
-    for (const QString& c : codes) keys.push_back(c.toUtf8());
-    return jsonKeyArray(keys, 0, keys.size());
-}
-
-// The flags from the cells of kFlagsOfCodes; false when a row names no code asked for.
-bool flagsFromCells(const QStringList& codes, const QVariantList& cells, QHash<QString, ItemFlags>& flags)
-{
-    for (qsizetype r = 0; r + 3 < cells.size(); r += 4) {
-        const qlonglong place = cells[r].toLongLong();
-        if (place < 0 || place >= codes.size()) return false;
-        flags.insert(codes[place], {truthy(cells[r + 1]), truthy(cells[r + 2]), truthy(cells[r + 3])});
-    }
-    return true;
-}
-
-}  // namespace
-
-// The flags of every item on the lines, read in one statement per slice of codes rather than one
-// search of the whole item list per line; an item that is not found uses no free item.
-QHash<QString, ItemFlags> readItemFlags(const LineGrid& lines, Database& db)
-{
-    const QStringList codes = lineCodes(lines);
     QHash<QString, ItemFlags> flags;
     flags.reserve(codes.size());
     {
-        NativeLookup items(db, kFlagsOfCodes);
-        QVariantList cells;
-        if (items.available() && items.values(codesAsKey(codes), cells) &&
-            flagsFromCells(codes, cells, flags))
-            return flags;
-        flags.clear();
+        // In-process statements: one question for all the items, each found through the key.
+        NativeLookup items(
+            db, QStringLiteral("select k.key,i.bFree1,i.bFree2,i.bService from json_each(?) k "
+                               "cross join inventory i on i.cInvCode=k.value"));
+        if (items.available()) {
+            std::vector<QByteArray> keys;
+            keys.reserve(size_t(codes.size()));
+            for (const QString& c : codes) keys.push_back(c.toUtf8());
+            QVariantList cells;
+            bool answered = items.values(jsonKeyArray(keys, 0, keys.size()), cells);
+            for (qsizetype r = 0; answered && r + 3 < cells.size(); r += 4) {
+                const qlonglong place = cells[r].toLongLong();
+                answered = place >= 0 && place < codes.size();
+                if (answered)
+                    flags.insert(codes[place], {truthy(cells[r + 1]), truthy(cells[r + 2]),
+                                                truthy(cells[r + 3])});
+            }
+            if (answered) return flags;
+            flags.clear();
+        }
     }
     constexpr int kSlice = 100;  // few values per statement: the driver binds each by a name search
     for (int from = 0; from < codes.size(); from += kSlice) {
@@ -132,22 +110,6 @@ QHash<QString, ItemFlags> readItemFlags(const LineGrid& lines, Database& db)
                 {truthy(rs->value(r, 1)), truthy(rs->value(r, 2)), truthy(rs->value(r, 3))});
     }
     return flags;
-}
-
-ItemFlagsReader::ItemFlagsReader(const LineGrid& lines, Database& db)
-    : lines_(lines), db_(db), codes_(lineCodes(lines)),
-      aside_(std::make_unique<SideLookup>(db, kFlagsOfCodes, codesAsKey(codes_)))
-{
-}
-
-ItemFlagsReader::~ItemFlagsReader() = default;
-
-QHash<QString, ItemFlags> ItemFlagsReader::flags()
-{
-    QHash<QString, ItemFlags> flags;
-    QVariantList cells;
-    if (aside_->values(cells) && flagsFromCells(codes_, cells, flags)) return flags;
-    return readItemFlags(lines_, db_);
 }
 
 QString freeItemRefusal(const LineGrid& lines, const ListContext& ctx)

@@ -2,16 +2,12 @@
 
 #include <QHash>
 #include <QString>
-#include <QStringList>
-
-#include <memory>
 
 namespace qx {
 
 class Database;
 class LineGrid;
 class Recordset;
-class SideLookup;
 struct ListContext;
 
 // Does the item use the free item of column 3 (bFree1) or 4 (bFree2)? False for any other column
@@ -33,24 +29,6 @@ struct ItemFlags {
     bool service = false;
 };
 QHash<QString, ItemFlags> readItemFlags(const LineGrid& lines, Database& db);
-// The same flags, asked for at once on a connection of their own (platform/native_lookup.h,
-// SideLookup) while the caller goes on with other checks; flags() waits for them, or reads them
-// as readItemFlags does when they could not be asked there. The lines' codes are taken as they
-// are when it is made.
-class ItemFlagsReader {
-public:
-    ItemFlagsReader(const LineGrid& lines, Database& db);
-    ~ItemFlagsReader();
-    ItemFlagsReader(const ItemFlagsReader&) = delete;
-    ItemFlagsReader& operator=(const ItemFlagsReader&) = delete;
-    QHash<QString, ItemFlags> flags();
-
-private:
-    const LineGrid& lines_;
-    Database& db_;
-    QStringList codes_;
-    std::unique_ptr<SideLookup> aside_;
-};
 QString freeItemRefusal(const LineGrid& lines, const ListContext& ctx,
                         const QHash<QString, ItemFlags>& flags);
 // The same rule for one line: line `i` (as the card numbers it) holding the free-item values

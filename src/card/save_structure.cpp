@@ -294,11 +294,6 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
 
     if (lines.rows() < 2) return Verdict::refuse(text::kNoLines);
 
-    // The item flags are asked for at once, on a connection of their own, while the cycle walk
-    // and the header checks run here.
-    std::optional<ItemFlagsReader> flagsAside;
-    if (!lk.freshItems) flagsAside.emplace(lines, *lk.db);
-
     // Every line has the same parent: one walk of its stored ancestors judges every child, with
     // the answers one walk per line would give.
     QStringList children;
@@ -330,7 +325,7 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
             return Verdict::refuse(text::kChildEqualsParent);
 
     const QHash<QString, ItemFlags> items =
-        lk.freshItems ? itemFlagsOf(lines, *lk.freshItems) : flagsAside->flags();
+        lk.freshItems ? itemFlagsOf(lines, *lk.freshItems) : readItemFlags(lines, *lk.db);
     if (lk.list) {
         const QString freeMessage = freeItemRefusal(lines, *lk.list, items);
         if (!freeMessage.isEmpty()) return Verdict::refuse(freeMessage);

@@ -7,9 +7,6 @@
 
 #include <sqlite3.h>
 
-#include <future>
-#include <optional>
-
 namespace qx {
 
 struct NativeLookup::Impl {
@@ -72,24 +69,6 @@ bool stepRows(sqlite3_stmt* st, const QByteArray& key, Row&& row)
     return rc == SQLITE_DONE;
 }
 
-// The typed cell the library holds at column c of the current row.
-QVariant typedCell(sqlite3_stmt* st, int c)
-{
-    switch (sqlite3_column_type(st, c)) {
-        case SQLITE_INTEGER:
-            return QVariant(qlonglong(sqlite3_column_int64(st, c)));
-        case SQLITE_FLOAT:
-            return QVariant(sqlite3_column_double(st, c));
-        case SQLITE_NULL:
-            return QVariant();
-        default: {
-            const auto* t =
-                static_cast<const char*>(static_cast<const void*>(sqlite3_column_text(st, c)));
-            return QVariant(QString::fromUtf8(t, sqlite3_column_bytes(st, c)));
-        }
-    }
-}
-
 }  // namespace
 
 bool NativeLookup::rows(const QByteArray& key, std::vector<QByteArray>& out)
@@ -111,7 +90,24 @@ bool NativeLookup::values(const QByteArray& key, QVariantList& out)
     if (!d->statement) return false;
     const int columns = sqlite3_column_count(d->statement);
     const bool done = stepRows(d->statement, key, [&](sqlite3_stmt* st) {
-        for (int c = 0; c < columns; ++c) out.append(typedCell(st, c));
+        for (int c = 0; c < columns; ++c) {
+            switch (sqlite3_column_type(st, c)) {
+                case SQLITE_INTEGER:
+                    out.append(QVariant(qlonglong(sqlite3_column_int64(st, c))));
+                    break;
+                case SQLITE_FLOAT:
+                    out.append(QVariant(sqlite3_column_double(st, c)));
+                    break;
+                case SQLITE_NULL:
+                    out.append(QVariant());
+                    break;
+                default: {
+                    const auto* t = static_cast<const char*>(
+                        static_cast<const void*>(sqlite3_column_text(st, c)));
+                    out.append(QVariant(QString::fromUtf8(t, sqlite3_column_bytes(st, c))));
+                }
+            }
+        }
     });
     if (!done) d->finish();
     return done;
@@ -136,67 +132,6 @@ bool NativeLookup::visit(const QByteArray& key, const std::function<void(const R
     const bool done = stepRows(d->statement, key, [&](sqlite3_stmt* st) { row(Row(st)); });
     if (!done) d->finish();
     return done;
-}
-
-namespace {
-
-// The rows of `sql` for `key` on a read-only connection of its own to `file`; nothing when it
-// cannot be asked there.
-std::optional<QVariantList> askAside(const QByteArray& file, const QByteArray& sql, const QByteArray& key)
-{
-    sqlite3* handle = nullptr;
-    if (sqlite3_open_v2(file.constData(), &handle, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX,
-                        nullptr) != SQLITE_OK) {
-        sqlite3_close(handle);
-        return std::nullopt;
-    }
-    sqlite3_busy_timeout(handle, 5000);
-    std::optional<QVariantList> out;
-    sqlite3_stmt* st = nullptr;
-    if (sqlite3_prepare_v2(handle, sql.constData(), int(sql.size()), &st, nullptr) == SQLITE_OK && st &&
-        sqlite3_stmt_readonly(st)) {
-        QVariantList cells;
-        const int columns = sqlite3_column_count(st);
-        const bool done = stepRows(st, key, [&](sqlite3_stmt* row) {
-            for (int c = 0; c < columns; ++c) cells.append(typedCell(row, c));
-        });
-        if (done) out = std::move(cells);
-    }
-    sqlite3_finalize(st);
-    sqlite3_close(handle);
-    return out;
-}
-
-}  // namespace
-
-struct SideLookup::Impl {
-    std::future<std::optional<QVariantList>> answer;
-};
-
-SideLookup::SideLookup(Database& db, const QString& sql, const QByteArray& key)
-    : d(std::make_unique<Impl>())
-{
-    if (db.backend() != Backend::Sqlite) return;
-    const QVariant h = db.nativeHandle();
-    if (qstrcmp(h.typeName(), "sqlite3*") != 0) return;
-    sqlite3* handle = *static_cast<sqlite3* const*>(h.constData());
-    const char* file = handle ? sqlite3_db_filename(handle, "main") : nullptr;
-    if (!file || !*file) return;  // a database in memory has no file to open again
-    d->answer = std::async(std::launch::async, askAside, QByteArray(file), sql.toUtf8(), key);
-}
-
-SideLookup::~SideLookup()
-{
-    if (d->answer.valid()) d->answer.wait();
-}
-
-bool SideLookup::values(QVariantList& out)
-{
-    if (!d->answer.valid()) return false;
-    std::optional<QVariantList> cells = d->answer.get();
-    if (!cells) return false;
-    out = std::move(*cells);
-    return true;
 }
 
 QByteArray jsonKeyArray(const std::vector<QByteArray>& keys, size_t from, size_t to)

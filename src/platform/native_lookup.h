@@ -53,27 +53,6 @@ private:
     std::unique_ptr<Impl> d;
 };
 
-// A read-only lookup asked once, on a connection of its own to the same company file and in a
-// thread of its own, started at once so that the caller's own work goes on meanwhile. Inside
-// the caller's write transaction it sees what the caller sees: that transaction began at the
-// newest stored state and holds the write lock, so nothing is stored after it meanwhile.
-// Offered on SQLite files only; elsewhere (or when the file cannot be opened again, or the
-// statement fails) values() is false and the caller asks its own way.
-class SideLookup {
-public:
-    SideLookup(Database& db, const QString& sql, const QByteArray& key);
-    ~SideLookup();  // waits for the thread
-    SideLookup(const SideLookup&) = delete;
-    SideLookup& operator=(const SideLookup&) = delete;
-
-    // Every cell of every row, as NativeLookup::values hands them over; waits for the answer.
-    bool values(QVariantList& out);
-
-private:
-    struct Impl;
-    std::unique_ptr<Impl> d;
-};
-
 // Many keys as the one bound value of a lookup whose statement reads them with "json_each(?)"
 // (each row's "key" is then the key's place among them): the texts keys[from, to) (UTF-8) as a
 // JSON array, quotes, backslashes and control characters escaped. One statement answers for all
