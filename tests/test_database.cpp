@@ -524,14 +524,15 @@ TEST_P(DatabaseTest, NativeLookupReadsManyKeysAndTypedCellsAsStored)
                                        QByteArray("件号"),
                                        QByteArray(""),
                                        "/\x7f"};
-    std::vector<QByteArray> cells;
-    ASSERT_TRUE(echo.rows(jsonKeyArray(keys, 1, keys.size()), cells));
-    ASSERT_EQ(cells.size(), (keys.size() - 1) * 3);
+    std::vector<std::pair<qint64, QByteArray>> rows;
+    ASSERT_TRUE(echo.visit(jsonKeyArray(keys, 1, keys.size()), [&](const NativeLookup::Row& row) {
+        EXPECT_EQ(row.text(2), "text");
+        rows.emplace_back(row.integer(0), row.text(1).toByteArray());
+    }));
+    ASSERT_EQ(rows.size(), keys.size() - 1);
     for (size_t i = 1; i < keys.size(); ++i) {
-        const size_t at = (i - 1) * 3;
-        EXPECT_EQ(cells[at], QByteArray::number(qulonglong(i - 1))) << i;
-        EXPECT_EQ(cells[at + 1], keys[i]) << i;
-        EXPECT_EQ(cells[at + 2], "text") << i;
+        EXPECT_EQ(rows[i - 1].first, qint64(i - 1)) << i;
+        EXPECT_EQ(rows[i - 1].second, keys[i]) << i;
     }
 
     NativeLookup parent(*db,

@@ -71,20 +71,6 @@ bool stepRows(sqlite3_stmt* st, const QByteArray& key, Row&& row)
 
 }  // namespace
 
-bool NativeLookup::rows(const QByteArray& key, std::vector<QByteArray>& out)
-{
-    if (!d->statement) return false;
-    const int columns = sqlite3_column_count(d->statement);
-    const bool done = stepRows(d->statement, key, [&](sqlite3_stmt* st) {
-        for (int c = 0; c < columns; ++c) {
-            const auto* t = static_cast<const char*>(static_cast<const void*>(sqlite3_column_text(st, c)));
-            out.emplace_back(t ? t : "", sqlite3_column_bytes(st, c));
-        }
-    });
-    if (!done) d->finish();
-    return done;
-}
-
 bool NativeLookup::values(const QByteArray& key, QVariantList& out)
 {
     if (!d->statement) return false;

@@ -26,13 +26,11 @@ public:
     NativeLookup& operator=(const NativeLookup&) = delete;
 
     bool available() const;
-    // Appends every column of every row for `key` (UTF-8), as UTF-8 texts (NULL as an empty
-    // one), to `out`. False when the library
-    // reported an error: the lookup is then unavailable and nothing it answered counts (the
-    // caller asks through the driver, which reports the failure as every statement does).
-    bool rows(const QByteArray& key, std::vector<QByteArray>& out);
-    // The same, each cell as the library holds it: an integer or a real as a number, a text as
-    // a text, NULL as a null value (no text is made of a number).
+    // Appends every column of every row for `key` (UTF-8) to `out`, each cell as the library
+    // holds it: an integer or a real as a number, a text as a text, NULL as a null value. False
+    // when the library reported an error: the lookup is then unavailable and nothing it answered
+    // counts (the caller asks through the driver, which reports the failure as every statement
+    // does).
     bool values(const QByteArray& key, QVariantList& out);
     // The same, each row handed to `row` as the library holds it, nothing copied: a text cell
     // stays valid only during the call.
