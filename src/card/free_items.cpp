@@ -1,13 +1,13 @@
 #include "card/free_items.h"
 
 #include "card/card_columns.h"
-#include "texts/texts.h"
 #include "platform/database.h"
 #include "platform/native_lookup.h"
 #include "platform/prompter.h"
 #include "shared/code_to_name.h"
 #include "shared/line_grid.h"
 #include "shared/list_context.h"
+#include "texts/texts.h"
 
 #include <QHash>
 #include <QSet>
@@ -53,9 +53,7 @@ bool HasFree(const QString& code, int col, Database& db)
     return result;
 }
 
-// The flags of every item on the lines, read in one statement per slice of codes rather than one
-// search of the whole item list per line; an item that is not found uses no free item.
-QHash<QString, ItemFlags> readItemFlags(const LineGrid& lines, Database& db)
+QStringList distinctChildCodes(const LineGrid& lines)
 {
     QStringList codes;
     QSet<QString> seen;
@@ -66,6 +64,18 @@ QHash<QString, ItemFlags> readItemFlags(const LineGrid& lines, Database& db)
             codes << c;
         }
     }
+    return codes;
+}
+
+QHash<QString, ItemFlags> readItemFlags(const LineGrid& lines, Database& db)
+{
+    return readItemFlags(distinctChildCodes(lines), db);
+}
+
+// The flags of these items, read in one statement (or one per slice of codes) rather than one
+// search of the whole item list per line; an item that is not found uses no free item.
+QHash<QString, ItemFlags> readItemFlags(const QStringList& codes, Database& db)
+{
     QHash<QString, ItemFlags> flags;
     flags.reserve(codes.size());
     {

@@ -2,6 +2,7 @@
 
 #include <QHash>
 #include <QString>
+#include <QStringList>
 
 namespace qx {
 
@@ -29,6 +30,10 @@ struct ItemFlags {
     bool service = false;
 };
 QHash<QString, ItemFlags> readItemFlags(const LineGrid& lines, Database& db);
+// The same for these codes (each once).
+QHash<QString, ItemFlags> readItemFlags(const QStringList& codes, Database& db);
+// The lines' child codes, each once, in line order.
+QStringList distinctChildCodes(const LineGrid& lines);
 QString freeItemRefusal(const LineGrid& lines, const ListContext& ctx,
                         const QHash<QString, ItemFlags>& flags);
 // The same rule for one line: line `i` (as the card numbers it) holding the free-item values

@@ -5,17 +5,20 @@
 #include "card/header_checks.h"
 #include "card/line_validation.h"
 #include "data/common.h"
-#include "texts/texts.h"
 #include "platform/database.h"
 #include "platform/native_lookup.h"
 #include "platform/prompter.h"
+#include "platform/read_aside.h"
 #include "platform/row_stream.h"
 #include "platform/sql_dialect.h"
 #include "shared/line_grid.h"
 #include "shared/list_context.h"
 #include "shared/record_lock.h"
+#include "texts/texts.h"
 
 #include <algorithm>
+#include <future>
+#include <memory>
 #include <optional>
 
 namespace qx {
@@ -58,11 +61,13 @@ LineRow lineRow(const CardLookups& lk, const LineGrid& lines, int i, LineCodes& 
 {
     LineRow r;
     r.child = lines.cell(i, ColChildCode);
-    r.warehouse = codeOfName(codes.warehouses, lines.cell(i, ColWarehouse), lk.warehouse, NameToCode_WareHouse);
+    r.warehouse = codeOfName(codes.warehouses, lines.cell(i, ColWarehouse), lk.warehouse,
+                             NameToCode_WareHouse);
     r.quantity = LeadingNumber(lines.cell(i, ColQuantity));
     r.waste = wasteRate(lines.cell(i, ColWasteRate));
     r.procedure = lines.cell(i, ColOperation);
-    r.department = codeOfName(codes.departments, lines.cell(i, ColDept), lk.department, NameToCode_Dep);
+    r.department =
+        codeOfName(codes.departments, lines.cell(i, ColDept), lk.department, NameToCode_Dep);
     // The person column is cut beforehand so that it always fits.
     r.person = CutByBytes(lines.cell(i, ColPerson), 10);
     r.free1 = lines.cell(i, ColFree1);
@@ -144,8 +149,8 @@ void LineWriter::insert(const LineGrid& lines, const QString& parent, const std:
     if (d->one.available()) {
         for (int i : which) {
             const LineRow r = row(lines, i);
-            const QVariantList params{parent,       r.child,      r.warehouse, r.quantity, r.waste,
-                                      r.procedure,  r.department, r.person,    r.free1,    r.free2};
+            const QVariantList params{parent,      r.child,      r.warehouse, r.quantity, r.waste,
+                                      r.procedure, r.department, r.person,    r.free1,    r.free2};
             if (!d->one.run(params)) lk_.db->execute(kInsertLinesHead + kInsertLineMarks, params);
         }
         return;
@@ -193,7 +198,8 @@ bool sameStored(const QVariant& stored, const QVariant& fresh)
 
 QVariantList storedValues(const LineRow& r)
 {
-    return {r.warehouse, r.quantity, r.waste, r.procedure, r.department, r.person, r.free1, r.free2};
+    return {r.warehouse,  r.quantity, r.waste, r.procedure,
+            r.department, r.person,   r.free1, r.free2};
 }
 
 // An edited structure's lines: the stored rows end as those of deleting every line of the parent
@@ -215,8 +221,9 @@ void rewriteStructureLines(const CardLookups& lk, const LineGrid& lines, const Q
                    (gridRow.insert(lines.cell(i, ColChildCode), i), false);
     if (repeated) return rewriteAll();
     const auto stored = db.openRecordset(
-        QStringLiteral("select cPSCode, cWhCode, iPSQuantity, iWasteRate, cProcedureName, cDepCode, "
-                       "cPersonName, cFree1, cFree2 from ProductStructures where cPSPCode=?"),
+        QStringLiteral(
+            "select cPSCode, cWhCode, iPSQuantity, iWasteRate, cProcedureName, cDepCode, "
+            "cPersonName, cFree1, cFree2 from ProductStructures where cPSPCode=?"),
         RecordsetType::Snapshot, 0, {parent});
     // What changes, before anything is written: the stored lines to go, and to change.
     QStringList gone;
@@ -232,7 +239,8 @@ void rewriteStructureLines(const CardLookups& lk, const LineGrid& lines, const Q
         kept.insert(child);
         const QVariantList fresh = storedValues(writer.row(lines, *it));
         bool same = true;
-        for (int c = 0; c < fresh.size() && same; ++c) same = sameStored(stored->value(r, c + 1), fresh[c]);
+        for (int c = 0; c < fresh.size() && same; ++c)
+            same = sameStored(stored->value(r, c + 1), fresh[c]);
         if (!same) changed.push_back(fresh + QVariantList{parent, child});
     }
     const QString update = QStringLiteral(
@@ -242,7 +250,8 @@ void rewriteStructureLines(const CardLookups& lk, const LineGrid& lines, const Q
     // Where each statement is a round trip to a server, many changed lines are written again
     // the plain way, a slice of lines per statement.
     constexpr qsizetype kFewLines = 10;
-    if (!inProcess.available() && gone.size() + qsizetype(changed.size()) > kFewLines) return rewriteAll();
+    if (!inProcess.available() && gone.size() + qsizetype(changed.size()) > kFewLines)
+        return rewriteAll();
     for (const QString& child : gone)
         db.execute(QStringLiteral("delete from ProductStructures where cPSPCode=? and cPSCode=?"),
                    {parent, child});
@@ -255,6 +264,24 @@ void rewriteStructureLines(const CardLookups& lk, const LineGrid& lines, const Q
     writer.insert(lines, parent, added);
 }
 
+// A new structure's header row.
+void addHeader(const CardLookups& lk, const StructureWrite& w)
+{
+    const QString department = NameToCode_Dep(w.department, lk.department);
+    if (w.headerRows) {
+        // Through the recordset, so that its rows know the new structure at once.
+        Recordset& head = *w.headerRows;
+        head.addNew();
+        head.setField(QStringLiteral("cPSPCode"), w.parent);
+        head.setField(QStringLiteral("cDepCode"), department);
+        head.update();
+    } else {
+        lk.db->execute(
+            QStringLiteral("insert into ProductStructure (cPSPCode, cDepCode) values (?,?)"),
+            {w.parent, department});
+    }
+}
+
 }  // namespace
 
 void writeStructure(const CardLookups& lk, const LineGrid& lines, const StructureWrite& w)
@@ -262,56 +289,38 @@ void writeStructure(const CardLookups& lk, const LineGrid& lines, const Structur
     Database& db = *lk.db;
     std::optional<LineWriter> own;
     LineWriter& writer = w.writer ? *w.writer : own.emplace(lk);
-    const QString department = NameToCode_Dep(w.department, lk.department);
     if (w.adding) {
-        if (w.headerRows) {
-            // Through the recordset, so that its rows know the new structure at once.
-            Recordset& head = *w.headerRows;
-            head.addNew();
-            head.setField(QStringLiteral("cPSPCode"), w.parent);
-            head.setField(QStringLiteral("cDepCode"), department);
-            head.update();
-        } else {
-            db.execute(QStringLiteral("insert into ProductStructure (cPSPCode, cDepCode) values (?,?)"),
-                       {w.parent, department});
-        }
-    } else {
-        if (w.setDepartment &&
-            db.execute(QStringLiteral("update ProductStructure set cDepCode=? where cPSPCode=?"),
-                       {department, w.parent}) == 0)
-            throw DbError(DbErrorKind::RecordDeleted, text::kDeletedCannotSave);
-        rewriteStructureLines(lk, lines, w.parent, writer);
+        addHeader(lk, w);
+        writer.insertAll(lines, w.parent);
         return;
     }
-    writer.insertAll(lines, w.parent);
+    if (w.setDepartment &&
+        db.execute(QStringLiteral("update ProductStructure set cDepCode=? where cPSPCode=?"),
+                   {NameToCode_Dep(w.department, lk.department), w.parent}) == 0)
+        throw DbError(DbErrorKind::RecordDeleted, text::kDeletedCannotSave);
+    rewriteStructureLines(lk, lines, w.parent, writer);
 }
 
-Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& req)
+namespace {
+
+// Every line's child may go under the parent: its stored ancestors hold none of them (and no
+// loop).
+Verdict cycleChecks(const Ancestors& ancestors, const LineGrid& lines)
 {
-    if (!req.department.isEmpty() &&
-        !(lk.department && FindRecord(req.department, *lk.department, QStringLiteral("cdepName"))))
-        return Verdict::refuse(text::kProduceDeptNotExist);
-
-    if (lines.rows() < 2) return Verdict::refuse(text::kNoLines);
-
-    // Every line has the same parent: one walk of its stored ancestors judges every child, with
-    // the answers one walk per line would give.
-    QStringList children;
-    if (!req.ancestors) {
-        children.reserve(lines.rows());
-        for (int i = 1; i < lines.rows(); ++i) children << lines.cell(i, ColChildCode);
-    }
-    const Ancestors ancestors =
-        req.ancestors ? *req.ancestors : CollectAncestors(req.parentCode, *lk.db, &children);
     for (int i = 1; i < lines.rows(); ++i)
         if (!ancestors.allows(lines.cell(i, ColChildCode)))
             return Verdict::refuse(text::cycleAtLine(i));
+    return Verdict::ok();
+}
 
+// The checks between the cycle checks and the items' flags: the lines finished, the header
+// again (the parent not yet a structure when adding, an item in any case; the department), no
+// child equal to the parent. Only the lists the card holds are read.
+Verdict headerChecks(const CardLookups& lk, const LineGrid& lines, const SaveRequest& req)
+{
     for (int i = 1; i < lines.rows(); ++i)
         if (lineUnfinished(lines, i)) return Verdict::refuse(text::kIncomplete);
 
-    // The header checks again: the parent (not yet a structure when adding, an item in any case)
-    // and the department.
     if (req.parentCode.isEmpty()) return Verdict::refuse(text::kParentEmpty);
     if (req.adding && req.headerRows &&
         FindRecord(req.parentCode, *req.headerRows, QStringLiteral("cpspcode")))
@@ -323,16 +332,25 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
     for (int i = 1; i < lines.rows(); ++i)
         if (lines.cell(i, ColChildCode).compare(req.parentCode, Qt::CaseInsensitive) == 0)
             return Verdict::refuse(text::kChildEqualsParent);
+    return Verdict::ok();
+}
 
-    const QHash<QString, ItemFlags> items =
-        lk.freshItems ? itemFlagsOf(lines, *lk.freshItems) : readItemFlags(lines, *lk.db);
-    if (lk.list) {
-        const QString freeMessage = freeItemRefusal(lines, *lk.list, items);
-        if (!freeMessage.isEmpty()) return Verdict::refuse(freeMessage);
-    }
+Verdict freeItemChecks(const CardLookups& lk, const LineGrid& lines,
+                       const QHash<QString, ItemFlags>& items)
+{
+    if (!lk.list) return Verdict::ok();
+    const QString message = freeItemRefusal(lines, *lk.list, items);
+    return message.isEmpty() ? Verdict::ok() : Verdict::refuse(message);
+}
 
+// Each line judged as when it was typed: no quote or bar, free items in their lists, and (unless
+// the lines were judged so already) the line's own checks, which may fill and reformat its cells.
+Verdict lineChecks(const CardLookups& lk, LineGrid& lines, const SaveRequest& req,
+                   const Ancestors& ancestors)
+{
     // Lines that arrived without being typed (copied, never left) are judged as typed ones.
-    const QHash<QString, int> counts = req.linesJudged ? QHash<QString, int>() : countChildCodes(lines);
+    const QHash<QString, int> counts =
+        req.linesJudged ? QHash<QString, int>() : countChildCodes(lines);
     const WholeCard whole{&ancestors, &counts};
     for (int i = 1; i < lines.rows(); ++i) {
         for (int col : {int(ColChildCode), int(ColFree1), int(ColFree2), int(ColQuantity),
@@ -352,14 +370,165 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
         if (req.linesJudged) continue;
         if (Verdict v = validateLine(lk, lines, req.parentCode, i, whole); !v) return v;
     }
-    // The items were asked for afresh: one deleted from the master data (or made a service)
-    // since the card was loaded is refused here, not written.
+    return Verdict::ok();
+}
+
+// The items were asked for afresh: one deleted from the master data (or made a service) since
+// the card was loaded is refused here, not written.
+Verdict storedItemChecks(const LineGrid& lines, const QHash<QString, ItemFlags>& items)
+{
     for (int i = 1; i < lines.rows(); ++i) {
         const auto it = items.constFind(lines.cell(i, ColChildCode));
         if (it == items.constEnd() || it->service) return Verdict::refuse(text::kInvNotExist);
     }
     return Verdict::ok();
 }
+
+Verdict firstChecks(const CardLookups& lk, const LineGrid& lines, const SaveRequest& req)
+{
+    if (!req.department.isEmpty() &&
+        !(lk.department && FindRecord(req.department, *lk.department, QStringLiteral("cdepName"))))
+        return Verdict::refuse(text::kProduceDeptNotExist);
+    if (lines.rows() < 2) return Verdict::refuse(text::kNoLines);
+    return Verdict::ok();
+}
+
+QStringList childCodes(const LineGrid& lines)
+{
+    QStringList children;
+    children.reserve(lines.rows());
+    for (int i = 1; i < lines.rows(); ++i) children << lines.cell(i, ColChildCode);
+    return children;
+}
+
+}  // namespace
+
+Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& req)
+{
+    if (Verdict v = firstChecks(lk, lines, req); !v) return v;
+    // Every line has the same parent: one walk of its stored ancestors judges every child, with
+    // the answers one walk per line would give.
+    QStringList children;
+    if (!req.ancestors) children = childCodes(lines);
+    const Ancestors ancestors =
+        req.ancestors ? *req.ancestors : CollectAncestors(req.parentCode, *lk.db, &children);
+    if (Verdict v = cycleChecks(ancestors, lines); !v) return v;
+    if (Verdict v = headerChecks(lk, lines, req); !v) return v;
+    const QHash<QString, ItemFlags> items =
+        lk.freshItems ? itemFlagsOf(lines, *lk.freshItems) : readItemFlags(lines, *lk.db);
+    if (Verdict v = freeItemChecks(lk, lines, items); !v) return v;
+    if (Verdict v = lineChecks(lk, lines, req, ancestors); !v) return v;
+    return storedItemChecks(lines, items);
+}
+
+namespace {
+
+// The lines as the checks change them, the first text of every cell changed kept: they are put
+// back as they were when it goes, unless kept; before() shows them as they were.
+class LineChanges : public LineGrid {
+public:
+    explicit LineChanges(LineGrid& lines) : lines_(lines), before_(*this) {}
+    ~LineChanges() override
+    {
+        for (auto it = first_.cbegin(); it != first_.cend(); ++it)
+            lines_.setCell(it.key().first, it.key().second, it.value());
+    }
+    LineChanges(const LineChanges&) = delete;
+    LineChanges& operator=(const LineChanges&) = delete;
+    int rows() const override { return lines_.rows(); }
+    QString cell(int row, int col) const override { return lines_.cell(row, col); }
+    void setCell(int row, int col, const QString& text) override
+    {
+        const auto key = std::make_pair(row, col);
+        if (!first_.contains(key)) first_.insert(key, lines_.cell(row, col));
+        lines_.setCell(row, col, text);
+    }
+    int currentRow() const override { return lines_.currentRow(); }
+
+    const LineGrid& before() const { return before_; }
+    void keep() { first_.clear(); }
+
+private:
+    class Before : public LineGrid {
+    public:
+        explicit Before(const LineChanges& changes) : changes_(changes) {}
+        int rows() const override { return changes_.rows(); }
+        QString cell(int row, int col) const override
+        {
+            const auto it = changes_.first_.constFind(std::make_pair(row, col));
+            return it != changes_.first_.cend() ? *it : changes_.cell(row, col);
+        }
+        void setCell(int, int, const QString&) override {}
+        int currentRow() const override { return changes_.currentRow(); }
+
+    private:
+        const LineChanges& changes_;
+    };
+
+    LineGrid& lines_;
+    QHash<std::pair<int, int>, QString> first_;
+    Before before_;
+};
+
+// What the checks read of the stored rows, read aside.
+struct StoredFacts {
+    Ancestors ancestors;
+    QHash<QString, ItemFlags> items;
+    bool read = false;
+};
+
+// The structure written while the checks that read stored rows (the cycle walk, the items'
+// flags) run aside, on a connection of their own, inside the caller's write transaction: true
+// when every check passed and the structure is written. Otherwise nothing counts: the caller
+// rolls the transaction back, the lines are as they were, and the plain save, checks first,
+// gives the refusal or failure in its order.
+bool writtenBesideChecks(const CardLookups& lk, LineGrid& lines, const SaveRequest& req,
+                         ReadAside& aside)
+{
+    Database& db = *lk.db;
+    const QString defer = db.dialect().deferReferencesStatement();
+    if ((req.adding && defer.isEmpty()) || !firstChecks(lk, lines, req)) return false;
+
+    auto stored = std::make_shared<StoredFacts>();
+    std::future<void> reading =
+        aside.start([stored, parent = req.parentCode, children = childCodes(lines),
+                     codes = distinctChildCodes(lines)](Database* side) {
+            if (!side) return;
+            stored->ancestors = CollectAncestors(parent, *side, &children);
+            stored->items = readItemFlags(codes, *side);
+            stored->read = true;
+        });
+    LineChanges changes(lines);
+    bool passed = false;
+    try {
+        // The walk is not in yet: every child passes it here and is judged by it below.
+        const Ancestors noneYet;
+        passed = headerChecks(lk, changes, req) && lineChecks(lk, changes, req, noneYet);
+        if (passed) {
+            if (req.adding) {
+                // The lines before their header, which goes through the header recordset only
+                // once every check has passed.
+                db.execute(defer);
+                writeStructureLines(lk, changes, req.parentCode);
+            } else {
+                writeStructure(lk, changes, {req.parentCode, req.department, false, nullptr});
+            }
+        }
+        reading.get();
+        passed = passed && stored->read && cycleChecks(stored->ancestors, lines) &&
+                 freeItemChecks(lk, changes.before(), stored->items) &&
+                 storedItemChecks(lines, stored->items);
+        if (passed && req.adding)
+            addHeader(lk, {req.parentCode, req.department, true, req.headerRows});
+    } catch (const DbError&) {
+        passed = false;
+    }
+    if (reading.valid()) reading.wait();
+    if (passed) changes.keep();
+    return passed;
+}
+
+}  // namespace
 
 bool saveStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& req)
 {
@@ -383,8 +552,18 @@ bool saveStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& re
         // workstation took over meanwhile refuses the save.
         if (!req.adding && req.lock && !req.lock->lockRecord(req.parentCode, KeyTrim::Both))
             return text::kLockedCannotModify;
-        Transaction tx(db);
         const QString serialize = db.dialect().structureWriteLockStatement();
+        // Where the stored rows can be read aside, the checks that read them overlap the write.
+        if (ReadAside* aside = !req.ancestors && !lk.freshItems ? db.readAside() : nullptr) {
+            Transaction tx(db);
+            if (!serialize.isEmpty()) db.execute(serialize);
+            if (writtenBesideChecks(lk, lines, req, *aside)) {
+                writing = true;
+                tx.commit();
+                return QString();
+            }
+        }
+        Transaction tx(db);
         if (!serialize.isEmpty()) db.execute(serialize);
         // Checked inside the transaction, after the write lock, so that what the cycle checks
         // saw is what the write lands on.

@@ -4,6 +4,7 @@
 
 #include "texts/texts.h"
 #include "platform/cell_store.h"
+#include "platform/read_aside.h"
 #include "platform/sql_dialects.h"
 
 #include <QFile>
@@ -48,6 +49,8 @@ struct Database::Impl {
     // until the aborted transaction ends, so they live until rollback.
     std::vector<QSqlQuery> failedInTransaction;
     std::vector<std::pair<QString, QVariantList>> whenConnected;
+    std::unique_ptr<ReadAside> aside;
+    bool asideAsked = false;
 
     // The server said nothing about why, but the connection itself is broken.
     bool connectionBroken() const
@@ -161,6 +164,7 @@ Database::Database() : d(std::make_unique<Impl>()) {}
 Database::~Database()
 {
     if (!d) return;
+    d->aside.reset();
     rollback();
     d->prepared.clear();
     const QString name = d->connectionName;
@@ -226,6 +230,9 @@ bool Database::reconnect()
     QString reason;
     if (!d->connectReadOnlyOrWhole(reason)) return false;
     d->lost = false;
+    // The reads aside are made again on the company file connected to now.
+    d->aside.reset();
+    d->asideAsked = false;
     const auto pending = std::exchange(d->whenConnected, {});
     for (const auto& [sql, params] : pending) {
         try {
@@ -285,6 +292,15 @@ QVariant Database::nativeHandle()
 {
     ensureConnected();
     return d->db.driver() ? d->db.driver()->handle() : QVariant();
+}
+
+ReadAside* Database::readAside()
+{
+    if (!d->asideAsked) {
+        d->asideAsked = true;
+        d->aside = ReadAside::offer(*this);
+    }
+    return d->aside.get();
 }
 
 DbError Database::nativeError(int code, const QString& message, const QString& sql) const

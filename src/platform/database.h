@@ -16,6 +16,7 @@ class QSqlQuery;
 
 namespace qx {
 
+class ReadAside;
 class Recordset;
 class SqlDialect;
 
@@ -130,6 +131,9 @@ public:
     // in a variant, after the checks every statement makes first (a vanished company file, a
     // lost connection connected again). Throws DbError(ConnectionLost) when it cannot connect.
     QVariant nativeHandle();
+    // Reads beside this connection's own work, on a connection of their own (read_aside.h):
+    // made when first asked for and kept; null where none is offered.
+    ReadAside* readAside();
     // Low level: the error a statement run through the backend's own library met (its code and
     // message), as the driver's failure of `sql` would be reported.
     DbError nativeError(int code, const QString& message, const QString& sql) const;

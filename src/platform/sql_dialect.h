@@ -32,6 +32,10 @@ public:
     // A statement that serializes writers that must see each other's committed work before
     // writing (the save's cycle check): empty when beginStatement() already does.
     virtual QString structureWriteLockStatement() const = 0;
+    // A statement that makes the current transaction check its references at the commit rather
+    // than row by row (rows may then be written before the row they refer to): empty where
+    // there is none.
+    virtual QString deferReferencesStatement() const = 0;
     // "column <null-safe equals> ?": true when both are NULL or both equal (the row key of a
     // table without a primary key).
     // A table of texts given as one bound value, boundList() of the texts, its one column named

@@ -91,6 +91,8 @@ public:
     {
         return QStringLiteral("SELECT pg_advisory_xact_lock(31100033)");
     }
+    // The company tables' references are not made deferrable.
+    QString deferReferencesStatement() const override { return QString(); }
 };
 
 }  // namespace

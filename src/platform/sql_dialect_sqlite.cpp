@@ -94,6 +94,11 @@ public:
     }
     // BEGIN IMMEDIATE already serializes the writers.
     QString structureWriteLockStatement() const override { return QString(); }
+    // Switched off again by the library at the end of the transaction.
+    QString deferReferencesStatement() const override
+    {
+        return QStringLiteral("PRAGMA defer_foreign_keys=ON");
+    }
 };
 
 }  // namespace
