@@ -49,11 +49,15 @@ protected:
     void save() { card->dispatch(QStringLiteral("ButSave")); }
     int lineCount(const QString& parent)
     {
-        return countRows(*db, QStringLiteral("select count(*) from ProductStructures where cPSPCode=?"), {parent});
+        return countRows(*db,
+                         QStringLiteral("select count(*) from ProductStructures where cPSPCode=?"),
+                         {parent});
     }
     int headerCount(const QString& parent)
     {
-        return countRows(*db, QStringLiteral("select count(*) from ProductStructure where cPSPCode=?"), {parent});
+        return countRows(*db,
+                         QStringLiteral("select count(*) from ProductStructure where cPSPCode=?"),
+                         {parent});
     }
     // Saving is refused with `message` and nothing of the structure is in the database.
     void expectRefused(const QString& message, const QString& parent = QStringLiteral("P1"))
@@ -318,13 +322,15 @@ TEST_P(CardSave, EditedLinesEndAsAFreshWriteOfTheGrid)
     auto rowsOf = [&](const QString& parent) {
         auto rs = db->openRecordset(
             QStringLiteral("select cPSCode,cWhCode,iPSQuantity,iWasteRate,cProcedureName,cDepCode,"
-                           "cPersonName,cFree1,cFree2 from ProductStructures where cPSPCode=? order by cPSCode"),
+                           "cPersonName,cFree1,cFree2 from ProductStructures where cPSPCode=? "
+                           "order by cPSCode"),
             RecordsetType::Snapshot, 0, {parent});
         QStringList out;
         for (int r = 0; r < rs->recordCount(); ++r) {
             QStringList cells;
             for (int c = 0; c < 9; ++c)
-                cells << (rs->value(r, c).isNull() ? QStringLiteral("NULL") : rs->value(r, c).toString());
+                cells << (rs->value(r, c).isNull() ? QStringLiteral("NULL")
+                                                   : rs->value(r, c).toString());
             out << cells.join(QLatin1Char('|'));
         }
         return out;
@@ -346,8 +352,10 @@ TEST_P(CardSave, EditedLinesEndAsAFreshWriteOfTheGrid)
         EXPECT_EQ(edited.size(), int(c.edited.size())) << c.what;
         EXPECT_EQ(edited, rowsOf(QStringLiteral("X3"))) << c.what;
         for (const char* parent : {"P1", "X3"}) {
-            db->execute(QStringLiteral("delete from ProductStructures where cPSPCode=?"), {QString::fromLatin1(parent)});
-            db->execute(QStringLiteral("delete from ProductStructure where cPSPCode=?"), {QString::fromLatin1(parent)});
+            db->execute(QStringLiteral("delete from ProductStructures where cPSPCode=?"),
+                        {QString::fromLatin1(parent)});
+            db->execute(QStringLiteral("delete from ProductStructure where cPSPCode=?"),
+                        {QString::fromLatin1(parent)});
         }
     }
 }
@@ -430,6 +438,74 @@ TEST_P(CardSave, TwoWorkstationsCannotTogetherCloseALoop)
     EXPECT_EQ(headerCount(QStringLiteral("P1")), 0);
     EXPECT_EQ(lineCount(QStringLiteral("P1")), 0);
     EXPECT_EQ(lineCount(QStringLiteral("X3")), 1);
+}
+
+// What another workstation stored just before the save can refuse it only once the stored rows
+// are read: a loop it closed, a free item the item no longer has, an item made a service. Each
+// refusal is the one the check order gives, nothing is stored, the card keeps its lines as typed
+// and knows no new structure: once the change is taken back, the same card saves.
+TEST_P(CardSave, RefusalsFromStoredRowsComeInTheCheckOrderAndLeaveNothing)
+{
+    struct Case {
+        const char* what;
+        QString change, undo;
+        QString message;
+    };
+    const Case cases[] = {
+        {"a loop through X1",
+         QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,cWhCode) "
+                        "values('X2','P1',1,'W2')"),
+         QStringLiteral("delete from ProductStructures where cPSCode='P1'"),
+         QStringLiteral("第2个子产品与父产品发生循环调用！")},
+        {"A1 without free items",
+         QStringLiteral("update Inventory set bFree1=0 where cInvCode='A1'"),
+         QStringLiteral("update Inventory set bFree1=1 where cInvCode='A1'"),
+         QStringLiteral("第1条子存货没有定义颜色,请清空！")},
+        {"X1 made a service", QStringLiteral("update Inventory set bService=1 where cInvCode='X1'"),
+         QStringLiteral("update Inventory set bService=0 where cInvCode='X1'"),
+         QStringLiteral("所填存货编码不存在，请修改！")},
+        {"a loop and A1 without free items",
+         QStringLiteral("update Inventory set bFree1=0 where cInvCode='A1';"
+                        "insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity,cWhCode) "
+                        "values('X2','P1',1,'W2')"),
+         QStringLiteral("update Inventory set bFree1=1 where cInvCode='A1';"
+                        "delete from ProductStructures where cPSCode='P1'"),
+         QStringLiteral("第2个子产品与父产品发生循环调用！")},
+        {"A1 without free items, X1 a service",
+         QStringLiteral("update Inventory set bFree1=0 where cInvCode='A1';"
+                        "update Inventory set bService=1 where cInvCode='X1'"),
+         QStringLiteral("update Inventory set bFree1=1 where cInvCode='A1';"
+                        "update Inventory set bService=0 where cInvCode='X1'"),
+         QStringLiteral("第1条子存货没有定义颜色,请清空！")},
+    };
+    open();
+    card->setHeader(QStringLiteral("P1"), QString(), QString(), QString());
+    line(QStringLiteral("A1"), QStringLiteral("1"), QStringLiteral("成品库"), {}, {},
+         QStringLiteral("R"));  // the free item's alias: the save turns it into its value
+    line(QStringLiteral("X1"), QStringLiteral("2"), QStringLiteral("成品库"));
+    auto other = Database::open(connection);
+    const auto run = [&](const QString& statements) {
+        for (const QString& sql : statements.split(QLatin1Char(';'))) other->execute(sql);
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        run(c.change);
+        expectRefused(c.message);
+        EXPECT_EQ(card->SupPS()->textMatrix(1, ColQuantity), QStringLiteral("1"));
+        EXPECT_EQ(card->SupPS()->textMatrix(1, ColFree1), QStringLiteral("R"));
+        EXPECT_EQ(card->SupPS()->textMatrix(2, ColChildName), QString());
+        run(c.undo);
+    }
+    prompter.clear();
+    save();
+    EXPECT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
+    EXPECT_EQ(headerCount(QStringLiteral("P1")), 1);
+    EXPECT_EQ(lineCount(QStringLiteral("P1")), 2);
+    EXPECT_EQ(countRows(*db,
+                        QStringLiteral(
+                            "select count(*) from ProductStructures where cPSPCode=? and cFree1=?"),
+                        {QStringLiteral("P1"), QStringLiteral("红色")}),
+              1);
 }
 
 QX_INSTANTIATE_BACKENDS(CardSave);
