@@ -1,9 +1,11 @@
-// The database layer on SQLite and PostgreSQL: connection strings, criteria, recordsets (navigation,
-// find, filter, writes, errors, other workstations' changes), transactions and the compact cells.
+// The database layer on SQLite and PostgreSQL: connection strings, criteria, recordsets
+// (navigation, find, filter, writes, errors, other workstations' changes), transactions and the
+// compact cells.
 
 #include "platform/cell_store.h"
 #include "platform/database.h"
 #include "platform/native_lookup.h"
+#include "platform/read_aside.h"
 #include "platform/sql_dialect.h"
 #include "support/company.h"
 
@@ -18,8 +20,8 @@
 #include <QTemporaryDir>
 
 using namespace qx;
-using qx::test::TestBackend;
 using qx::test::BackendTest;
+using qx::test::TestBackend;
 
 namespace {
 
@@ -39,16 +41,19 @@ protected:
                                    "qx_parent(cCode), %3)")
                         .arg(sql.integerType(), sql.textColumn(QStringLiteral("cParent"), 20),
                              sql.textColumn(QStringLiteral("cNote"), 5)));
-        db->execute(QStringLiteral("CREATE TABLE qx_nokey (cA varchar(10), iB %1)").arg(sql.integerType()));
+        db->execute(
+            QStringLiteral("CREATE TABLE qx_nokey (cA varchar(10), iB %1)").arg(sql.integerType()));
         const char* rows[][3] = {{"P1", "一号", "1"}, {"P2", "二号", "2.5"}, {"a'b", "引号", ""}};
         for (const auto& r : rows)
-            db->execute(QStringLiteral("INSERT INTO qx_parent (cCode, cName, iQty) VALUES (?, ?, ?)"),
-                        {QString::fromUtf8(r[0]), QString::fromUtf8(r[1]),
-                         *r[2] ? QVariant(QString::fromLatin1(r[2]).toDouble()) : QVariant()});
+            db->execute(
+                QStringLiteral("INSERT INTO qx_parent (cCode, cName, iQty) VALUES (?, ?, ?)"),
+                {QString::fromUtf8(r[0]), QString::fromUtf8(r[1]),
+                 *r[2] ? QVariant(QString::fromLatin1(r[2]).toDouble()) : QVariant()});
         for (int i = 1; i <= 6; ++i)
-            db->execute(QStringLiteral("INSERT INTO qx_child (id, cParent, cNote) VALUES (?, ?, ?)"),
-                        {i, i % 2 ? QStringLiteral("P1") : QStringLiteral("P2"),
-                         QStringLiteral("n%1").arg(i)});
+            db->execute(
+                QStringLiteral("INSERT INTO qx_child (id, cParent, cNote) VALUES (?, ?, ?)"),
+                {i, i % 2 ? QStringLiteral("P1") : QStringLiteral("P2"),
+                 QStringLiteral("n%1").arg(i)});
     }
 
     // The kind of the DbError that f throws (fails the test when it throws none).
@@ -64,7 +69,10 @@ protected:
         return DbErrorKind::Other;
     }
 
-    int count(const QString& table) { return qx::test::countRows(*db, "SELECT count(*) FROM " + table); }
+    int count(const QString& table)
+    {
+        return qx::test::countRows(*db, "SELECT count(*) FROM " + table);
+    }
 
     std::unique_ptr<Database> db;
     QString cs;
@@ -93,8 +101,8 @@ TEST(ConnectionString, ReadsEveryFormTheHostAccepts)
     // The fixture's own writer reads back the same parts.
     EXPECT_EQ(parseConnectionString(qx::test::postgresConnectionString(sock)).host, sock.host);
 
-    for (const char* bad : {"postgresql://u@h:99999/acc", "postgresql://u@h/", "sqlite:",
-                            "postgresql://u@h/acc?sslmode=x"}) {
+    for (const char* bad : {"postgresql://u@h:99999/acc", "postgresql://u@h/",
+                            "sqlite:", "postgresql://u@h/acc?sslmode=x"}) {
         try {
             parseConnectionString(QString::fromLatin1(bad));
             ADD_FAILURE() << bad << " accepted";
@@ -137,7 +145,8 @@ TEST(DatabaseOpen, FailureNamesWhatFailedAndWhy)
 
     // A file that is no database is noticed at once, not at the first query of a window.
     QTemporaryDir dir;
-    const QString junk = qx::test::writeFile(dir.filePath(QStringLiteral("junk.db")), QByteArray(4096, 'x'));
+    const QString junk =
+        qx::test::writeFile(dir.filePath(QStringLiteral("junk.db")), QByteArray(4096, 'x'));
     EXPECT_THROW(Database::open(junk), DbError);
 
     if (qx::test::postgresAvailable()) {
@@ -198,7 +207,8 @@ TEST_P(DatabaseTest, NavigationKeepsBofAndEofAsTheComponentExpects)
 TEST_P(DatabaseTest, SnapshotReadOnlyAndQuerySetsRefuseWrites)
 {
     auto snap = db->openRecordset(QStringLiteral("qx_parent"), RecordsetType::Snapshot);
-    auto readOnly = db->openRecordset(QStringLiteral("qx_parent"), RecordsetType::Dynaset, kReadOnly);
+    auto readOnly =
+        db->openRecordset(QStringLiteral("qx_parent"), RecordsetType::Dynaset, kReadOnly);
     auto query = db->openRecordset(QStringLiteral("SELECT * FROM qx_parent"));
     for (Recordset* rs : {snap.get(), readOnly.get(), query.get()}) {
         EXPECT_FALSE(rs->updatable());
@@ -282,7 +292,8 @@ TEST_P(DatabaseTest, FilterShowsOneParentsLinesAndSurvivesRequery)
 
     // Another workstation adds a line; requery brings it in and keeps the filter.
     auto other = Database::open(cs);
-    other->execute(QStringLiteral("INSERT INTO qx_child (id, cParent, cNote) VALUES (7, 'P2', 'n7')"));
+    other->execute(
+        QStringLiteral("INSERT INTO qx_child (id, cParent, cNote) VALUES (7, 'P2', 'n7')"));
     lines->setFilter(Criteria::eq(QStringLiteral("cParent"), QStringLiteral("P2")));
     EXPECT_EQ(lines->recordCount(), 3);
     lines->requery();
@@ -330,19 +341,25 @@ TEST_P(DatabaseTest, FilterFindsTextsByTextAndNumbersByNumberAlsoInRowsAddedLate
     for (const auto& c : cases) {
         dyn->setFilter(Criteria::eq(c.field, c.value));
         QStringList got;
-        for (int r = 0; r < dyn->recordCount(); ++r) got << dyn->value(r, dyn->fieldIndex(code)).toString();
-        EXPECT_EQ(got, c.codes) << c.field.toStdString() << " = " << c.value.toString().toStdString();
+        for (int r = 0; r < dyn->recordCount(); ++r)
+            got << dyn->value(r, dyn->fieldIndex(code)).toString();
+        EXPECT_EQ(got, c.codes) << c.field.toStdString() << " = "
+                                << c.value.toString().toStdString();
     }
 }
 
 TEST_P(DatabaseTest, SetFetchedOnFirstUseShowsTheRowsOfThatMomentAndRequeryReadsAtOnce)
 {
-    EXPECT_THROW(db->openRecordset(QStringLiteral("qx_missing"), RecordsetType::Dynaset, kFetchOnFirstUse),
-                 DbError);
-    auto lines = db->openRecordset(QStringLiteral("qx_child"), RecordsetType::Dynaset, kFetchOnFirstUse);
-    auto requeried = db->openRecordset(QStringLiteral("qx_child"), RecordsetType::Dynaset, kFetchOnFirstUse);
+    EXPECT_THROW(
+        db->openRecordset(QStringLiteral("qx_missing"), RecordsetType::Dynaset, kFetchOnFirstUse),
+        DbError);
+    auto lines =
+        db->openRecordset(QStringLiteral("qx_child"), RecordsetType::Dynaset, kFetchOnFirstUse);
+    auto requeried =
+        db->openRecordset(QStringLiteral("qx_child"), RecordsetType::Dynaset, kFetchOnFirstUse);
     auto other = Database::open(cs);
-    const QString insert = QStringLiteral("INSERT INTO qx_child (id, cParent, cNote) VALUES (?, 'P2', 'n')");
+    const QString insert =
+        QStringLiteral("INSERT INTO qx_child (id, cParent, cNote) VALUES (?, 'P2', 'n')");
     other->execute(insert, {7});
     requeried->requery();
     EXPECT_EQ(lines->recordCount(), 7);
@@ -363,7 +380,10 @@ TEST_P(DatabaseTest, DatabaseErrorsArriveWithTheirKind)
               }),
               DbErrorKind::TooLong);
     // A parent that lines still refer to.
-    EXPECT_EQ(kindOf([&] { db->execute(QStringLiteral("DELETE FROM qx_parent WHERE cCode = ?"), {QStringLiteral("P1")}); }),
+    EXPECT_EQ(kindOf([&] {
+                  db->execute(QStringLiteral("DELETE FROM qx_parent WHERE cCode = ?"),
+                              {QStringLiteral("P1")});
+              }),
               DbErrorKind::InUse);
     // A line whose parent is gone.
     EXPECT_EQ(kindOf([&] {
@@ -372,13 +392,17 @@ TEST_P(DatabaseTest, DatabaseErrorsArriveWithTheirKind)
               }),
               DbErrorKind::RecordDeleted);
     EXPECT_EQ(kindOf([&] {
-                  db->execute(QStringLiteral("INSERT INTO qx_parent (cCode) VALUES (?)"), {QStringLiteral("P1")});
+                  db->execute(QStringLiteral("INSERT INTO qx_parent (cCode) VALUES (?)"),
+                              {QStringLiteral("P1")});
               }),
               DbErrorKind::Duplicate);
     EXPECT_EQ(kindOf([&] { db->openRecordset(QStringLiteral("qx_missing")); }), DbErrorKind::Other);
     EXPECT_EQ(kindOf([&] { db->openRecordset(QStringLiteral("SELECT nothing FROM qx_parent")); }),
               DbErrorKind::Other);
-    EXPECT_EQ(kindOf([&] { db->execute(QStringLiteral("INSERT INTO qx_child (id, cParent) VALUES (?, ?)"), {QStringLiteral("abc"), QStringLiteral("P1")}); }),
+    EXPECT_EQ(kindOf([&] {
+                  db->execute(QStringLiteral("INSERT INTO qx_child (id, cParent) VALUES (?, ?)"),
+                              {QStringLiteral("abc"), QStringLiteral("P1")});
+              }),
               DbErrorKind::Other);  // not a number for an integer key
 
     // Through a dynaset too; the failed update leaves the fetched row as it was.
@@ -398,7 +422,8 @@ TEST_P(DatabaseTest, RowRemovedByAnotherWorkstationIsRecordDeleted)
 {
     auto lines = db->openRecordset(QStringLiteral("qx_child"));
     auto nokey = db->openRecordset(QStringLiteral("qx_nokey"));
-    db->execute(QStringLiteral("INSERT INTO qx_nokey (cA, iB) VALUES (?, ?)"), {QStringLiteral("x"), QVariant()});
+    db->execute(QStringLiteral("INSERT INTO qx_nokey (cA, iB) VALUES (?, ?)"),
+                {QStringLiteral("x"), QVariant()});
     nokey->requery();
     ASSERT_EQ(nokey->recordCount(), 1);
 
@@ -418,15 +443,18 @@ TEST_P(DatabaseTest, RowRemovedByAnotherWorkstationIsRecordDeleted)
     nokey->edit();
     nokey->setField(QStringLiteral("iB"), 1);
     EXPECT_EQ(kindOf([&] { nokey->update(); }), DbErrorKind::RecordDeleted);
-    other->execute(QStringLiteral("INSERT INTO qx_nokey (cA, iB) VALUES (?, ?)"), {QStringLiteral("x"), QVariant()});
+    other->execute(QStringLiteral("INSERT INTO qx_nokey (cA, iB) VALUES (?, ?)"),
+                   {QStringLiteral("x"), QVariant()});
     nokey->edit();
     nokey->setField(QStringLiteral("iB"), 1);
     nokey->update();
-    auto check = other->openRecordset(QStringLiteral("SELECT iB FROM qx_nokey"), RecordsetType::Snapshot);
+    auto check =
+        other->openRecordset(QStringLiteral("SELECT iB FROM qx_nokey"), RecordsetType::Snapshot);
     EXPECT_EQ(check->field(0).toInt(), 1);
 
     // Deleting through a dynaset leaves the next row for moveNext.
-    other->execute(QStringLiteral("INSERT INTO qx_child (id, cParent) VALUES (1, 'P1'), (2, 'P1'), (3, 'P2')"));
+    other->execute(QStringLiteral(
+        "INSERT INTO qx_child (id, cParent) VALUES (1, 'P1'), (2, 'P1'), (3, 'P2')"));
     lines->requery();
     ASSERT_EQ(lines->recordCount(), 3);
     lines->findFirst(QStringLiteral("id='2'"));
@@ -444,7 +472,8 @@ TEST_P(DatabaseTest, TransactionGuardRollsBackUnlessCommitted)
         EXPECT_TRUE(db->inTransaction());
         EXPECT_THROW(db->beginTrans(), DbError);  // no nesting
         db->execute(QStringLiteral("DELETE FROM qx_child"));
-        db->execute(QStringLiteral("INSERT INTO qx_parent (cCode) VALUES (?)"), {QStringLiteral("P1")});
+        db->execute(QStringLiteral("INSERT INTO qx_parent (cCode) VALUES (?)"),
+                    {QStringLiteral("P1")});
         ADD_FAILURE() << "duplicate accepted";
         t.commit();
     } catch (const DbError& e) {
@@ -455,16 +484,74 @@ TEST_P(DatabaseTest, TransactionGuardRollsBackUnlessCommitted)
 
     {
         Transaction t(*db);
-        db->execute(QStringLiteral("DELETE FROM qx_child WHERE cParent = ?"), {QStringLiteral("P2")});
+        db->execute(QStringLiteral("DELETE FROM qx_child WHERE cParent = ?"),
+                    {QStringLiteral("P2")});
         t.commit();
     }
     EXPECT_EQ(count(QStringLiteral("qx_child")), 3);
     auto other = Database::open(cs);
-    auto seen = other->openRecordset(QStringLiteral("SELECT count(*) FROM qx_child"), RecordsetType::Snapshot);
+    auto seen = other->openRecordset(QStringLiteral("SELECT count(*) FROM qx_child"),
+                                     RecordsetType::Snapshot);
     EXPECT_EQ(seen->field(0).toInt(), 3);
 
     db->rollback();  // outside a transaction: nothing happens
     EXPECT_THROW(db->commitTrans(), DbError);
+}
+
+// Reads aside run on a connection of their own in another thread, inside the caller's write
+// transaction: they see what another workstation committed, not what the caller has written but
+// not committed, and the caller's commit once it is made. The connection is kept between reads,
+// and what a read throws reaches the caller. Offered only where the writer stops every other
+// writer (SQLite), and never on a read-only connection.
+TEST_P(DatabaseTest, ReadsAsideSeeTheCommittedRowsOnly)
+{
+    if (backend() != TestBackend::Sqlite) {
+        EXPECT_EQ(db->readAside(), nullptr);
+        return;
+    }
+    EXPECT_EQ(Database::open(cs, {true, false})->readAside(), nullptr);
+    ReadAside* aside = db->readAside();
+    ASSERT_NE(aside, nullptr);
+    EXPECT_EQ(db->readAside(), aside);
+    auto other = Database::open(cs);
+    other->execute(
+        QStringLiteral("INSERT INTO qx_child (id, cParent, cNote) VALUES (7, 'P1', 'n7')"));
+
+    struct Seen {
+        int children = -1;
+        Database* connection = nullptr;
+        std::thread::id thread;
+    };
+    const auto seeAside = [&] {
+        Seen seen;
+        aside
+            ->start([&](Database* side) {
+                ASSERT_NE(side, nullptr);
+                seen.children =
+                    qx::test::countRows(*side, QStringLiteral("SELECT count(*) FROM qx_child"));
+                seen.connection = side;
+                seen.thread = std::this_thread::get_id();
+            })
+            .get();
+        return seen;
+    };
+    Seen before;
+    {
+        Transaction tx(*db);
+        db->execute(QStringLiteral("DELETE FROM qx_child WHERE cParent = ?"),
+                    {QStringLiteral("P1")});
+        before = seeAside();
+        EXPECT_EQ(before.children, 7);
+        tx.commit();
+    }
+    const Seen after = seeAside();
+    EXPECT_EQ(after.children, 3);
+    EXPECT_NE(before.thread, std::this_thread::get_id());
+    EXPECT_EQ(after.connection, before.connection);
+    EXPECT_THROW(
+        aside->start([](Database* side) { side->execute(QStringLiteral("SELECT * FROM qx_none")); })
+            .get(),
+        DbError);
 }
 
 TEST_P(DatabaseTest, ARepeatedStatementWorksAgainAfterItFailedInATransaction)
@@ -479,9 +566,15 @@ TEST_P(DatabaseTest, ARepeatedStatementWorksAgainAfterItFailedInATransaction)
         DbErrorKind failure;
     };
     const Step steps[] = {
-        {{QStringLiteral("R2"), QStringLiteral("two")}, {70, QStringLiteral("R1")}, DbErrorKind::Other},
-        {{QStringLiteral("R1"), QStringLiteral("dup")}, {71, QStringLiteral("R1")}, DbErrorKind::Duplicate},
-        {{QStringLiteral("R3"), QStringLiteral("three")}, {72, QStringLiteral("gone")}, DbErrorKind::RecordDeleted},
+        {{QStringLiteral("R2"), QStringLiteral("two")},
+         {70, QStringLiteral("R1")},
+         DbErrorKind::Other},
+        {{QStringLiteral("R1"), QStringLiteral("dup")},
+         {71, QStringLiteral("R1")},
+         DbErrorKind::Duplicate},
+        {{QStringLiteral("R3"), QStringLiteral("three")},
+         {72, QStringLiteral("gone")},
+         DbErrorKind::RecordDeleted},
     };
     for (const Step& step : steps) {
         Transaction t(*db);
@@ -494,9 +587,10 @@ TEST_P(DatabaseTest, ARepeatedStatementWorksAgainAfterItFailedInATransaction)
         }
     }
     // Only the first step committed (its "failure" never came); the others left nothing.
-    auto rs = db->openRecordset(QStringLiteral("SELECT cCode FROM qx_parent WHERE cCode IN (?, ?, ?) ORDER BY cCode"),
-                                RecordsetType::Snapshot, 0,
-                                {QStringLiteral("R1"), QStringLiteral("R2"), QStringLiteral("R3")});
+    auto rs = db->openRecordset(
+        QStringLiteral("SELECT cCode FROM qx_parent WHERE cCode IN (?, ?, ?) ORDER BY cCode"),
+        RecordsetType::Snapshot, 0,
+        {QStringLiteral("R1"), QStringLiteral("R2"), QStringLiteral("R3")});
     ASSERT_EQ(rs->recordCount(), 2);
     EXPECT_EQ(rs->value(1, 0).toString(), QStringLiteral("R2"));
     EXPECT_EQ(db->execute(insert, {QStringLiteral("R3"), QStringLiteral("three")}), 1);
@@ -591,14 +685,27 @@ TEST(CellStore, EveryKindOfCellReadsBackAsGiven)
         else
             row[1] = QStringLiteral("物料%1").arg(r);
         switch (r % 6) {
-            case 0: row[2] = 1.5 + r % 4; break;
-            case 1: row[2] = qlonglong(r % 5); break;
-            case 2: row[2] = int(r % 5); break;  // the same digits as the qlonglongs, another type
-            case 3: row[2] = QVariant(QMetaType::fromType<double>()); break;
-            case 4: row[2] = r % 2 == 0; break;
-            default: row[2] = double(r % 5); break;  // the same numbers as the integers, as doubles
+            case 0:
+                row[2] = 1.5 + r % 4;
+                break;
+            case 1:
+                row[2] = qlonglong(r % 5);
+                break;
+            case 2:
+                row[2] = int(r % 5);
+                break;  // the same digits as the qlonglongs, another type
+            case 3:
+                row[2] = QVariant(QMetaType::fromType<double>());
+                break;
+            case 4:
+                row[2] = r % 2 == 0;
+                break;
+            default:
+                row[2] = double(r % 5);
+                break;  // the same numbers as the integers, as doubles
         }
-        row[3] = r % 2 ? QVariant(QByteArray("b") + QByteArray::number(r)) : QVariant(QDate(2024, 1, 1 + r % 28));
+        row[3] = r % 2 ? QVariant(QByteArray("b") + QByteArray::number(r))
+                       : QVariant(QDate(2024, 1, 1 + r % 28));
         want.push_back(row);
     }
     CellStore store;
@@ -618,13 +725,15 @@ TEST(CellStore, EveryKindOfCellReadsBackAsGiven)
         store.setRow(size_t(r), row);
         want[size_t(r)] = row;
     }
-    const std::vector<QVariant> added{QStringLiteral("个"), QStringLiteral("added"), 7.25, QVariant()};
+    const std::vector<QVariant> added{QStringLiteral("个"), QStringLiteral("added"), 7.25,
+                                      QVariant()};
     store.appendRow(added);
     want.push_back(added);
 
     for (size_t r = 0; r < want.size(); ++r)
         for (int c = 0; c < 4; ++c)
-            expectSame(store.at(r, c), want[r][size_t(c)], "row " + std::to_string(r) + " col " + std::to_string(c));
+            expectSame(store.at(r, c), want[r][size_t(c)],
+                       "row " + std::to_string(r) + " col " + std::to_string(c));
     EXPECT_EQ(store.row(5).size(), 4u);
 }
 
@@ -659,12 +768,15 @@ TEST_P(RecordsetCells, CellsAreTheDriversOwnValues)
     {
         Transaction t(*db);
         for (int i = 0; i < 1500; ++i)
-            db->execute(QStringLiteral("insert into Inventory(cInvCode,cInvName,cInvStd,cInvM_Unit,iInvExchRate,"
-                                       "iInvRCost,bFree1) values(?,?,?,?,?,?,?)"),
-                        {QStringLiteral("I%1").arg(i, 5, 10, QLatin1Char('0')), QStringLiteral("物料'%1").arg(i),
-                         i % 7 ? QVariant(QStringLiteral("规格%1").arg(i % 7)) : QVariant(),
-                         i % 2 ? QStringLiteral("个") : QString(QLatin1String("")),
-                         i % 3 ? QVariant(12.5) : QVariant(), double(i % 11), i % 2});
+            db->execute(
+                QStringLiteral(
+                    "insert into Inventory(cInvCode,cInvName,cInvStd,cInvM_Unit,iInvExchRate,"
+                    "iInvRCost,bFree1) values(?,?,?,?,?,?,?)"),
+                {QStringLiteral("I%1").arg(i, 5, 10, QLatin1Char('0')),
+                 QStringLiteral("物料'%1").arg(i),
+                 i % 7 ? QVariant(QStringLiteral("规格%1").arg(i % 7)) : QVariant(),
+                 i % 2 ? QStringLiteral("个") : QString(QLatin1String("")),
+                 i % 3 ? QVariant(12.5) : QVariant(), double(i % 11), i % 2});
         t.commit();
     }
     const QString sql = QStringLiteral("select * from Inventory order by cInvCode");
@@ -675,7 +787,8 @@ TEST_P(RecordsetCells, CellsAreTheDriversOwnValues)
     while (q.next()) {
         ASSERT_LT(r, rs->recordCount());
         for (int c = 0; c < n; ++c)
-            expectSame(rs->value(r, c), q.value(c), "row " + std::to_string(r) + " col " + std::to_string(c));
+            expectSame(rs->value(r, c), q.value(c),
+                       "row " + std::to_string(r) + " col " + std::to_string(c));
         ++r;
     }
     EXPECT_EQ(r, rs->recordCount());
@@ -683,17 +796,21 @@ TEST_P(RecordsetCells, CellsAreTheDriversOwnValues)
     // Field names as the driver spells them, a join's repeated column included.
     db->execute(QStringLiteral("insert into ProductStructure(cPSPCode,cDepCode) values(?,?)"),
                 {QStringLiteral("I00001"), QStringLiteral("D1")});
-    db->execute(QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity) values(?,?,?)"),
-                {QStringLiteral("I00001"), QStringLiteral("I00002"), 2.5});
+    db->execute(
+        QStringLiteral("insert into ProductStructures(cPSPCode,cPSCode,iPSQuantity) values(?,?,?)"),
+        {QStringLiteral("I00001"), QStringLiteral("I00002"), 2.5});
     const QString joined = QStringLiteral(
-        "SELECT ProductStructure.*, ProductStructures.* FROM ProductStructure INNER JOIN ProductStructures ON "
+        "SELECT ProductStructure.*, ProductStructures.* FROM ProductStructure INNER JOIN "
+        "ProductStructures ON "
         "ProductStructure.cPSPCode = ProductStructures.cPSPCode");
     auto js = db->openRecordset(joined, RecordsetType::Snapshot);
     QSqlQuery jq = db->run(joined, {});
     ASSERT_EQ(js->fieldCount(), jq.record().count());
-    for (int c = 0; c < js->fieldCount(); ++c) EXPECT_EQ(js->fieldName(c), jq.record().fieldName(c)) << c;
+    for (int c = 0; c < js->fieldCount(); ++c)
+        EXPECT_EQ(js->fieldName(c), jq.record().fieldName(c)) << c;
     ASSERT_TRUE(jq.next());
-    for (int c = 0; c < js->fieldCount(); ++c) expectSame(js->value(0, c), jq.value(c), "joined col " + std::to_string(c));
+    for (int c = 0; c < js->fieldCount(); ++c)
+        expectSame(js->value(0, c), jq.value(c), "joined col " + std::to_string(c));
 
     // Filter, find and an edit through the dynaset see the same values.
     auto dyn = db->openRecordset(QStringLiteral("Inventory"));
@@ -717,14 +834,27 @@ TEST_P(RecordsetCells, NumbersOfEveryColumnTypeAreTheDriversOwn)
     // Each expression read as the recordset reads it and as the driver reads it: signs, widths,
     // fractions and exponents of every number type a statement can give, and nulls of each.
     const char* const expressions[] = {
-        "cast(-5 as smallint)",           "cast(32767 as smallint)",       "cast(-70000 as integer)",
-        "cast(2147483647 as integer)",     "cast(-5000000000 as bigint)",   "cast(0.1 as real)",
-        "cast(-3.4e38 as real)",           "cast(-1.5e300 as double precision)",
-        "cast(2.5e-300 as double precision)", "cast(-12345.678901 as numeric)",
-        "cast(0.00001234 as numeric(20,10))", "cast(100000000000000000000 as numeric)",
-        "cast(0 as numeric)",              "cast(9999.0001 as numeric)",     "1 = 1",
-        "1 = 0",                           "cast(null as integer)",          "cast(null as numeric)",
-        "cast(null as double precision)",  "cast(null as bigint)",           "cast(null as varchar(5))",
+        "cast(-5 as smallint)",
+        "cast(32767 as smallint)",
+        "cast(-70000 as integer)",
+        "cast(2147483647 as integer)",
+        "cast(-5000000000 as bigint)",
+        "cast(0.1 as real)",
+        "cast(-3.4e38 as real)",
+        "cast(-1.5e300 as double precision)",
+        "cast(2.5e-300 as double precision)",
+        "cast(-12345.678901 as numeric)",
+        "cast(0.00001234 as numeric(20,10))",
+        "cast(100000000000000000000 as numeric)",
+        "cast(0 as numeric)",
+        "cast(9999.0001 as numeric)",
+        "1 = 1",
+        "1 = 0",
+        "cast(null as integer)",
+        "cast(null as numeric)",
+        "cast(null as double precision)",
+        "cast(null as bigint)",
+        "cast(null as varchar(5))",
     };
     auto db = test::openFreshCompany(backend());
     for (const char* e : expressions) {
