@@ -297,8 +297,8 @@ QVariant Database::nativeHandle()
 ReadAside* Database::readAside()
 {
     if (!d->asideAsked) {
+        d->aside = ReadAside::offer(*this);  // asked again next time when this throws
         d->asideAsked = true;
-        d->aside = ReadAside::offer(*this);
     }
     return d->aside.get();
 }
