@@ -84,11 +84,8 @@ QHash<QString, ItemFlags> readItemFlags(const QStringList& codes, Database& db)
             db, QStringLiteral("select k.key,i.bFree1,i.bFree2,i.bService from json_each(?) k "
                                "cross join inventory i on i.cInvCode=k.value"));
         if (items.available()) {
-            std::vector<QByteArray> keys;
-            keys.reserve(size_t(codes.size()));
-            for (const QString& c : codes) keys.push_back(c.toUtf8());
             QVariantList cells;
-            bool answered = items.values(jsonKeyArray(keys, 0, keys.size()), cells);
+            bool answered = items.values(jsonKeyArray(codes), cells);
             for (qsizetype r = 0; answered && r + 3 < cells.size(); r += 4) {
                 const qlonglong place = cells[r].toLongLong();
                 answered = place >= 0 && place < codes.size();

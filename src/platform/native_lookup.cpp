@@ -148,6 +148,14 @@ QByteArray jsonKeyArray(const std::vector<QByteArray>& keys, size_t from, size_t
     return out;
 }
 
+QByteArray jsonKeyArray(const QStringList& keys)
+{
+    std::vector<QByteArray> utf8;
+    utf8.reserve(size_t(keys.size()));
+    for (const QString& k : keys) utf8.push_back(k.toUtf8());
+    return jsonKeyArray(utf8, 0, utf8.size());
+}
+
 NativeStatement::NativeStatement(Database& db, const QString& sql) : db_(db), sql_(sql)
 {
     if (db.backend() != Backend::Sqlite || !db.inTransaction()) return;

@@ -6,6 +6,7 @@
 // statement cannot be prepared, available() is false and the caller asks its own way.
 
 #include <QByteArray>
+#include <QStringList>
 #include <QVariantList>
 
 #include <functional>
@@ -56,6 +57,8 @@ private:
 // JSON array, quotes, backslashes and control characters escaped. One statement answers for all
 // of them, without a round of the statement per key.
 QByteArray jsonKeyArray(const std::vector<QByteArray>& keys, size_t from, size_t to);
+// The same for texts, each in UTF-8.
+QByteArray jsonKeyArray(const QStringList& keys);
 
 // A statement that changes rows, run again and again inside the caller's transaction (the lines
 // of a structure), prepared once and stepped by the database library itself. Offered on SQLite

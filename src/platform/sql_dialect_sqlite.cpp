@@ -43,10 +43,7 @@ public:
     QString boundList(const QStringList& values) const override
     {
         // The same JSON array the in-process lookups bind.
-        std::vector<QByteArray> keys;
-        keys.reserve(size_t(values.size()));
-        for (const QString& v : values) keys.push_back(v.toUtf8());
-        return QString::fromUtf8(jsonKeyArray(keys, 0, keys.size()));
+        return QString::fromUtf8(jsonKeyArray(values));
     }
     QString textColumn(const QString& column, int width) const override
     {
