@@ -508,6 +508,41 @@ TEST_P(CardSave, RefusalsFromStoredRowsComeInTheCheckOrderAndLeaveNothing)
               1);
 }
 
+// An edit refused by what another workstation stored meanwhile leaves the stored lines as they
+// were, though the edit's changes were written beside the checks; taken back, the edit saves.
+TEST_P(CardSave, EditRefusedByStoredRowsLeavesTheStoredLines)
+{
+    open(false);
+    card->setParentCodeAvailable(false);
+    card->setHeader(QStringLiteral("P2"), QStringLiteral("成品二"), QStringLiteral("一车间"),
+                    QString());
+    LockService locks(*db);
+    ASSERT_TRUE(locks.lockRecord(QStringLiteral("AE"), QStringLiteral("AA"), QStringLiteral("a"),
+                                 ctx->ComputerName, {QStringLiteral("P2")}));
+    line(QStringLiteral("A1"), QStringLiteral("5"), QStringLiteral("成品库"));
+    line(QStringLiteral("X1"), QStringLiteral("1"), QStringLiteral("成品库"));
+    auto other = Database::open(connection);
+    other->execute(QStringLiteral("update Inventory set bService=1 where cInvCode='X1'"));
+    const auto storedLines = [&] {
+        QStringList out;
+        auto rows =
+            db->openRecordset(QStringLiteral("select cPSCode,iPSQuantity from ProductStructures "
+                                             "where cPSPCode=? order by cPSCode"),
+                              RecordsetType::Snapshot, 0, {QStringLiteral("P2")});
+        for (int r = 0; r < rows->recordCount(); ++r)
+            out << rows->value(r, 0).toString() + QLatin1Char('=') +
+                       QString::number(rows->value(r, 1).toDouble());
+        return out;
+    };
+    expectRefused(QStringLiteral("所填存货编码不存在，请修改！"), QStringLiteral("P2"));
+    EXPECT_EQ(storedLines(), QStringList{QStringLiteral("A1=2")});
+    other->execute(QStringLiteral("update Inventory set bService=0 where cInvCode='X1'"));
+    prompter.clear();
+    save();
+    EXPECT_TRUE(prompter.shown.empty()) << prompter.last().toStdString();
+    EXPECT_EQ(storedLines(), (QStringList{QStringLiteral("A1=5"), QStringLiteral("X1=1")}));
+}
+
 QX_INSTANTIATE_BACKENDS(CardSave);
 
 }  // namespace
