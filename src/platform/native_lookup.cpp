@@ -9,6 +9,14 @@
 
 namespace qx {
 
+sqlite3* sqliteHandle(Database& db)
+{
+    if (db.backend() != Backend::Sqlite) return nullptr;
+    const QVariant h = db.nativeHandle();
+    if (qstrcmp(h.typeName(), "sqlite3*") != 0) return nullptr;
+    return *static_cast<sqlite3* const*>(h.constData());
+}
+
 struct NativeLookup::Impl {
     sqlite3* handle = nullptr;
     sqlite3_stmt* statement = nullptr;
@@ -25,10 +33,7 @@ struct NativeLookup::Impl {
 
 NativeLookup::NativeLookup(Database& db, const QString& sql) : d(std::make_unique<Impl>())
 {
-    if (db.backend() != Backend::Sqlite) return;
-    const QVariant h = db.nativeHandle();
-    if (qstrcmp(h.typeName(), "sqlite3*") != 0) return;
-    d->handle = *static_cast<sqlite3* const*>(h.constData());
+    d->handle = sqliteHandle(db);
     if (!d->handle) return;
     const QByteArray text = sql.toUtf8();
     if (sqlite3_prepare_v2(d->handle, text.constData(), int(text.size()), &d->statement, nullptr) != SQLITE_OK ||
@@ -158,10 +163,8 @@ QByteArray jsonKeyArray(const QStringList& keys)
 
 NativeStatement::NativeStatement(Database& db, const QString& sql) : db_(db), sql_(sql)
 {
-    if (db.backend() != Backend::Sqlite || !db.inTransaction()) return;
-    const QVariant h = db.nativeHandle();
-    if (qstrcmp(h.typeName(), "sqlite3*") != 0) return;
-    sqlite3* handle = *static_cast<sqlite3* const*>(h.constData());
+    if (!db.inTransaction()) return;
+    sqlite3* handle = sqliteHandle(db);
     if (!handle) return;
     const QByteArray text = sql.toUtf8();
     sqlite3_stmt* st = nullptr;

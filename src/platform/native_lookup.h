@@ -13,9 +13,15 @@
 #include <memory>
 #include <vector>
 
+struct sqlite3;
+
 namespace qx {
 
 class Database;
+
+// The SQLite library's own connection of `db` (after the checks nativeHandle() makes); null on
+// another backend.
+sqlite3* sqliteHandle(Database& db);
 
 class NativeLookup {
 public:

@@ -1,6 +1,7 @@
 #include "platform/read_aside.h"
 
 #include "platform/database.h"
+#include "platform/native_lookup.h"
 
 #include <QVariant>
 
@@ -10,14 +11,17 @@ namespace qx {
 
 namespace {
 
+// The company file of a SQLite connection: null elsewhere, empty for a database in memory.
+const char* companyFile(sqlite3* handle)
+{
+    return handle ? sqlite3_db_filename(handle, "main") : nullptr;
+}
+
 // A file opened as one nobody changes (when its directory could not be written) would not see
 // the other workstations' changes: no use for reading aside.
 bool readsChanges(Database& db)
 {
-    const QVariant h = db.nativeHandle();
-    if (qstrcmp(h.typeName(), "sqlite3*") != 0) return false;
-    sqlite3* handle = *static_cast<sqlite3* const*>(h.constData());
-    const char* file = handle ? sqlite3_db_filename(handle, "main") : nullptr;
+    const char* file = companyFile(sqliteHandle(db));
     return file && !sqlite3_uri_boolean(file, "immutable", 0);
 }
 
@@ -25,11 +29,9 @@ bool readsChanges(Database& db)
 
 std::unique_ptr<ReadAside> ReadAside::offer(Database& db)
 {
-    if (db.backend() != Backend::Sqlite || db.readOnly()) return nullptr;
-    const QVariant h = db.nativeHandle();
-    if (qstrcmp(h.typeName(), "sqlite3*") != 0) return nullptr;
-    sqlite3* handle = *static_cast<sqlite3* const*>(h.constData());
-    const char* file = handle ? sqlite3_db_filename(handle, "main") : nullptr;
+    if (db.readOnly()) return nullptr;
+    sqlite3* handle = sqliteHandle(db);
+    const char* file = companyFile(handle);
     if (!file || !*file) return nullptr;  // a database in memory has no file to open again
     // Only a file in WAL mode lets a reader go on beside the writer.
     sqlite3_stmt* st = nullptr;

@@ -4,6 +4,7 @@
 
 #include "texts/texts.h"
 #include "platform/cell_store.h"
+#include "platform/native_lookup.h"
 #include "platform/row_stream.h"
 #include "platform/sql_dialect.h"
 
@@ -331,12 +332,7 @@ struct Recordset::Impl {
                     return false;
             }
         }
-        sqlite3* handle = nullptr;
-        {
-            const QVariant h = db->nativeHandle();
-            if (qstrcmp(h.typeName(), "sqlite3*") != 0) return false;
-            handle = *static_cast<sqlite3* const*>(h.constData());
-        }
+        sqlite3* handle = sqliteHandle(*db);
         if (!handle) return false;
         const QByteArray text = sql.toUtf8();
         sqlite3_stmt* st = nullptr;
