@@ -393,14 +393,6 @@ Verdict firstChecks(const CardLookups& lk, const LineGrid& lines, const SaveRequ
     return Verdict::ok();
 }
 
-QStringList childCodes(const LineGrid& lines)
-{
-    QStringList children;
-    children.reserve(lines.rows());
-    for (int i = 1; i < lines.rows(); ++i) children << lines.cell(i, ColChildCode);
-    return children;
-}
-
 }  // namespace
 
 Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest& req)
@@ -409,7 +401,7 @@ Verdict checkStructure(const CardLookups& lk, LineGrid& lines, const SaveRequest
     // Every line has the same parent: one walk of its stored ancestors judges every child, with
     // the answers one walk per line would give.
     QStringList children;
-    if (!req.ancestors) children = childCodes(lines);
+    if (!req.ancestors) children = distinctChildCodes(lines);
     const Ancestors ancestors =
         req.ancestors ? *req.ancestors : CollectAncestors(req.parentCode, *lk.db, &children);
     if (Verdict v = cycleChecks(ancestors, lines); !v) return v;
@@ -490,11 +482,10 @@ bool writtenBesideChecks(const CardLookups& lk, LineGrid& lines, const SaveReque
     if ((req.adding && defer.isEmpty()) || !firstChecks(lk, lines, req)) return false;
 
     auto stored = std::make_shared<StoredFacts>();
-    std::future<void> reading =
-        aside.start([stored, parent = req.parentCode, children = childCodes(lines),
-                     codes = distinctChildCodes(lines)](Database* side) {
+    std::future<void> reading = aside.start(
+        [stored, parent = req.parentCode, codes = distinctChildCodes(lines)](Database* side) {
             if (!side) return;
-            stored->ancestors = CollectAncestors(parent, *side, &children);
+            stored->ancestors = CollectAncestors(parent, *side, &codes);
             stored->items = readItemFlags(codes, *side);
             stored->read = true;
         });
