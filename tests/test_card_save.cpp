@@ -72,9 +72,22 @@ protected:
     }
 
     void open(bool adding = true) { card = openCard(*ctx, adding); }
+    // The card opened to edit P2, under the lock the list takes before it opens the card to edit.
+    void editP2()
+    {
+        open(false);
+        card->setParentCodeAvailable(false);
+        card->setHeader(QStringLiteral("P2"), QStringLiteral("成品二"), QStringLiteral("一车间"),
+                        QString());
+        listLocks = std::make_unique<LockService>(*db);
+        ASSERT_TRUE(listLocks->lockRecord(QStringLiteral("AE"), QStringLiteral("AA"),
+                                          QStringLiteral("a"), ctx->ComputerName,
+                                          {QStringLiteral("P2")}));
+    }
 
     std::unique_ptr<FrmProStru> card;
     ScriptedPrompter prompter;
+    std::unique_ptr<LockService> listLocks;
 };
 
 TEST_P(CardSave, NewStructureIsWrittenAsTheCardShowsIt)
@@ -224,14 +237,7 @@ TEST_P(CardSave, FailureHalfwayLeavesNothingWritten)
 
 TEST_P(CardSave, EditModeRewritesAllLines)
 {
-    open(false);
-    card->setParentCodeAvailable(false);
-    card->setHeader(QStringLiteral("P2"), QStringLiteral("成品二"), QStringLiteral("一车间"),
-                    QString());
-    // The lock the list takes before it opens the card to edit.
-    LockService locks(*db);
-    ASSERT_TRUE(locks.lockRecord(QStringLiteral("AE"), QStringLiteral("AA"), QStringLiteral("a"),
-                                 ctx->ComputerName, {QStringLiteral("P2")}));
+    ASSERT_NO_FATAL_FAILURE(editP2());
     line(QStringLiteral("A3"), QStringLiteral("4"),
          QStringLiteral("成品库"));  // A1 removed, A3 added
     card->EdtcDepCode()->setText(QStringLiteral("二车间"));
@@ -512,13 +518,7 @@ TEST_P(CardSave, RefusalsFromStoredRowsComeInTheCheckOrderAndLeaveNothing)
 // were, though the edit's changes were written beside the checks; taken back, the edit saves.
 TEST_P(CardSave, EditRefusedByStoredRowsLeavesTheStoredLines)
 {
-    open(false);
-    card->setParentCodeAvailable(false);
-    card->setHeader(QStringLiteral("P2"), QStringLiteral("成品二"), QStringLiteral("一车间"),
-                    QString());
-    LockService locks(*db);
-    ASSERT_TRUE(locks.lockRecord(QStringLiteral("AE"), QStringLiteral("AA"), QStringLiteral("a"),
-                                 ctx->ComputerName, {QStringLiteral("P2")}));
+    ASSERT_NO_FATAL_FAILURE(editP2());
     line(QStringLiteral("A1"), QStringLiteral("5"), QStringLiteral("成品库"));
     line(QStringLiteral("X1"), QStringLiteral("1"), QStringLiteral("成品库"));
     auto other = Database::open(connection);
